@@ -1,0 +1,22 @@
+# Installs the library so that find_package(zavelo) and pkg-config find it.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS zavelo_core zavelo_testing EXPORT zaveloTargets
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT zaveloTargets NAMESPACE zavelo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
+if(TARGET zavelo_command)
+  install(TARGETS zavelo_command)
+endif()
+
+configure_package_config_file(
+  cmake/zaveloConfig.cmake.in ${PROJECT_BINARY_DIR}/zaveloConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zaveloConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zaveloConfig.cmake
+              ${PROJECT_BINARY_DIR}/zaveloConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
+
+configure_file(cmake/zavelo.pc.in ${PROJECT_BINARY_DIR}/zavelo.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zavelo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,28 @@
+# What every target of the project is built with, and the one way to add a test.
+
+set(ZAVELO_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+
+function(zavelo_target_defaults target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_options(${target} PRIVATE ${ZAVELO_WARNINGS})
+  if(ZAVELO_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+  if(ZAVELO_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${ZAVELO_SANITIZE} -fno-sanitize-recover=all
+                                             -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${ZAVELO_SANITIZE})
+  endif()
+endfunction()
+
+# zavelo_add_test(NAME name SOURCES a.cpp b.cpp [LIBRARIES targets])
+# One GoogleTest program; each of its tests is a ctest of its own.
+function(zavelo_add_test)
+  cmake_parse_arguments(TEST "" "NAME" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${TEST_NAME} ${TEST_SOURCES})
+  zavelo_target_defaults(${TEST_NAME})
+  target_link_libraries(${TEST_NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock_main)
+  gtest_discover_tests(${TEST_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()

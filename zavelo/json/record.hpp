@@ -1,0 +1,106 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zavelo/base/entity_name.hpp"
+#include "zavelo/json/codec.hpp"
+
+namespace zavelo::json {
+
+/// One field of a record. Its key is the member's own name.
+struct Field {
+  std::string_view name;
+  std::size_t offset;  ///< of the member in the record, in bytes
+  const Codec* codec;
+  std::string quotedKey;  ///< "\"name\":", as it is written
+};
+
+/// What becomes of a field without a value when its record is written.
+enum class AbsentFields { omitted, null };
+
+/// The fields of one record type, in declaration order.
+class ZAVELO_EXPORT Record {
+ public:
+  Record(std::vector<Field> fields, AbsentFields absent);
+  [[nodiscard]] std::span<const Field> fields() const noexcept { return fields_; }
+  [[nodiscard]] AbsentFields absentFields() const noexcept { return absent_; }
+  /// Null when the record has no such field. `expected` is where a sender that keeps the declared
+  /// order has it.
+  [[nodiscard]] const Field* find(std::string_view key, std::size_t expected) const noexcept;
+
+ private:
+  std::vector<Field> fields_;
+  AbsentFields absent_;
+};
+
+namespace detail {
+
+template <class T>
+inline constexpr bool canBeAbsent = false;
+template <class T>
+inline constexpr bool canBeAbsent<std::optional<T>> = true;
+template <class T>
+inline constexpr bool canBeAbsent<std::shared_ptr<T>> = true;
+
+/// Initialises any member that can be absent, and nothing else.
+struct AnyAbsent {
+  template <class T>
+  requires canBeAbsent<T>
+  operator T() const { return T{}; }
+};
+template <std::size_t>
+using AnyMember = AnyAbsent;
+
+template <class T, std::size_t... I>
+consteval bool hasMembers(std::index_sequence<I...>) {
+  return requires {
+    T{AnyMember<I>{}...};
+  };
+}
+/// Whether the aggregate T has exactly `count` members, all of which can be absent.
+template <class T, std::size_t Count>
+inline constexpr bool memberCountIs = hasMembers<T>(std::make_index_sequence<Count>{}) &&
+                                      !hasMembers<T>(std::make_index_sequence<Count + 1>{});
+
+template <class T>
+struct MemberOf;
+template <class T, class M>
+struct MemberOf<M T::*> {
+  using Type = M;
+};
+
+template <class T, auto Member>
+Field fieldOf() {
+  using M = typename MemberOf<decltype(Member)>::Type;
+  static_assert(sizeof(Member) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
+  constexpr std::string_view name = zavelo::detail::entityName<Member>();
+  return {name, static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)), &codecOf<M>,
+          "\"" + std::string(name) + "\":"};
+}
+
+}  // namespace detail
+
+/// The record that lists T's members, all of them, in declaration order:
+///
+///     const Record& RecordOf<ZVRefreshToken>::get() {
+///       using T = ZVRefreshToken;
+///       static const Record record =
+///           fieldsOf<T, &T::accessToken, &T::refreshToken, &T::expires>();
+///       return record;
+///     }
+///
+/// A member that the list leaves out does not compile.
+template <class T, auto... Members>
+Record fieldsOf(AbsentFields absent = AbsentFields::omitted) {
+  static_assert(detail::memberCountIs<T, sizeof...(Members)>,
+                "the field list must name every member of the record, once");
+  return Record({detail::fieldOf<T, Members>()...}, absent);
+}
+
+}  // namespace zavelo::json

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+
+#include "zavelo/platform/queue.hpp"
+
+namespace zavelo {
+
+/// A queue with one thread of its own, for work that must not hold up the main queue. Destroying
+/// it finishes the closure that is running and destroys the others.
+class ZAVELO_EXPORT BackgroundQueue final : public Queue {
+ public:
+  BackgroundQueue();
+  ~BackgroundQueue() override;
+  BackgroundQueue(const BackgroundQueue&) = delete;
+  BackgroundQueue& operator=(const BackgroundQueue&) = delete;
+
+  void post(QueueTask task) override;
+  std::shared_ptr<DelayedTask> postAfter(std::chrono::milliseconds delay, QueueTask task) override;
+
+ private:
+  class Impl;
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace zavelo

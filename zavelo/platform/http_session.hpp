@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "zavelo/base/coded_enum.hpp"
+#include "zavelo/base/export.hpp"
+#include "zavelo/base/unique_function.hpp"
+
+namespace zavelo {
+
+/// HTTP methods (RFC 9110 section 9, RFC 5789).
+enum class ZVHTTPMethod : std::int64_t {
+  options,
+  get,
+  head,
+  post,
+  put,
+  patch,
+  del,
+  trace,
+  connect
+};
+
+/// The method as it stands in a request line: "POST".
+[[nodiscard]] ZAVELO_EXPORT std::string_view methodName(ZVHTTPMethod method) noexcept;
+
+struct HttpHeader {
+  std::string name;
+  std::string value;
+  bool operator==(const HttpHeader&) const = default;
+};
+
+/// One part of a multipart form (RFC 7578). A part without a file name is an ordinary field.
+struct HttpFormPart {
+  std::string name;
+  std::string data;
+  std::string fileName;
+  std::string mimeType;
+};
+
+struct HttpRequest {
+  ZVHTTPMethod method = ZVHTTPMethod::get;
+  std::string url;
+  std::vector<HttpHeader> headers;
+  /// Nothing, the bytes of the body, or a form that the session encodes as multipart/form-data.
+  std::variant<std::monostate, std::string, std::vector<HttpFormPart>> body;
+  /// A longer reply, measured after decompression, fails with `tooLarge`.
+  std::size_t replyLimit = std::size_t{32} * 1024 * 1024;
+};
+
+struct HttpFailure {
+  enum class Kind { unreachable, timedOut, untrusted, broken, tooLarge, invalidRequest, cancelled };
+  Kind kind = Kind::broken;
+  std::string description;  ///< for a person: what went wrong, and with which host
+};
+
+/// What came of a request. A status of 404 is a successful transport; a failure may stand beside a
+/// status when the connection broke inside the body.
+struct HttpReply {
+  std::optional<int> status;  ///< absent: no HTTP response arrived
+  std::vector<HttpHeader> headers;
+  std::string body;
+  std::optional<HttpFailure> failure;
+};
+
+/// A request under way.
+class HttpTask {
+ public:
+  virtual ~HttpTask() = default;
+  /// Ends the request soon with `cancelled`, unless its reply is on its way already. Any thread.
+  virtual void cancel() = 0;
+};
+
+/// Answers a request, exactly once, on a thread of the session's own. A session that loses the
+/// request for good may destroy the handler uncalled: the caller then reports an unknown failure.
+using HttpReplyHandler = UniqueFunction<void(HttpReply)>;
+
+/// Sends requests. What an app must supply to bring its own HTTP client.
+class HttpSession {
+ public:
+  virtual ~HttpSession() = default;
+  /// Starts the request and returns at once; may be called from any thread. A request that cannot
+  /// be sent is answered through the handler as well.
+  virtual std::shared_ptr<HttpTask> send(HttpRequest request, HttpReplyHandler done) = 0;
+};
+
+}  // namespace zavelo

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+#include "zavelo/platform/queue.hpp"
+
+namespace zavelo {
+
+/// The default main queue: REST completions and their notifications run here. It has no thread of
+/// its own; the app drives it in ONE of three ways:
+///   - `run()` on a thread of its choice, until `stop()`;
+///   - `poll()` from a tick that it has anyway;
+///   - `setExecutor(f)`: each closure is handed to f, which passes it to the app's own loop.
+/// An exception thrown by a closure leaves through whoever drives the queue; the next call goes on.
+class ZAVELO_EXPORT MainQueue final : public Queue {
+ public:
+  using Executor = std::function<void(QueueTask)>;
+
+  MainQueue();
+  /// Closures that have not run are destroyed.
+  ~MainQueue() override;
+  MainQueue(const MainQueue&) = delete;
+  MainQueue& operator=(const MainQueue&) = delete;
+
+  void post(QueueTask task) override;
+  std::shared_ptr<DelayedTask> postAfter(std::chrono::milliseconds delay, QueueTask task) override;
+
+  /// Runs closures on the calling thread, waiting for more, until `stop()`.
+  void run();
+  /// Ends `run()` after the closure that is running; what is still queued stays queued. A stop
+  /// before `run()` makes that run return at once. Any thread.
+  void stop();
+  /// Runs what is due and returns how many closures ran.
+  std::size_t poll();
+  /// From now on hands each closure, those already queued first, to `executor`, which is called on
+  /// whatever thread posts (or on a timer thread of the queue) and must keep the order.
+  void setExecutor(Executor executor);
+
+ private:
+  class Impl;
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace zavelo

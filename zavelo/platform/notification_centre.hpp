@@ -1,0 +1,56 @@
+#pragma once
+
+#include <any>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "zavelo/base/export.hpp"
+
+namespace zavelo {
+
+struct Notification {
+  std::string_view name;
+  const std::any& object;  ///< what the notification is about; empty when it says all by its name
+};
+
+/// Ends an observation when it is destroyed or reset; may outlive the centre.
+class ZAVELO_EXPORT ObserverToken {
+ public:
+  class Registration;
+
+  ObserverToken() = default;
+  explicit ObserverToken(std::shared_ptr<Registration> registration);
+  ObserverToken(ObserverToken&&) noexcept = default;
+  ObserverToken& operator=(ObserverToken&& other) noexcept;
+  ~ObserverToken();
+
+  /// From now on the observer is not called, not even by a post that is going on in this thread.
+  void reset() noexcept;
+
+ private:
+  std::shared_ptr<Registration> registration_;
+};
+
+/// Passes named notifications to whoever observes them: synchronously, on the posting thread, in
+/// the order of registration. Observers may be added and removed from inside an observer; one that
+/// is added during a post hears the next one. No lock is held while an observer runs.
+class ZAVELO_EXPORT NotificationCentre {
+ public:
+  using Observer = std::function<void(const Notification&)>;
+
+  NotificationCentre();
+  ~NotificationCentre();
+  NotificationCentre(const NotificationCentre&) = delete;
+  NotificationCentre& operator=(const NotificationCentre&) = delete;
+
+  [[nodiscard]] ObserverToken addObserver(std::string name, Observer observer);
+  void post(std::string_view name, const std::any& object = {});
+
+ private:
+  class Impl;
+  std::shared_ptr<Impl> impl_;
+};
+
+}  // namespace zavelo

@@ -1,12 +1,24 @@
 #include "zavelo/json/value.hpp"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace zavelo::json {
 
 Object::Object(std::initializer_list<Member> members) {
   members_.reserve(members.size());
   for (const auto& [key, value] : members) set(key, value);
+}
+
+Object::Object(std::vector<Member> members) : members_(std::move(members)) {
+  std::unordered_map<std::string_view, std::size_t> last;
+  last.reserve(members_.size());
+  for (std::size_t i = 0; i < members_.size(); ++i) last[members_[i].first] = i;
+  if (last.size() == members_.size()) return;
+  std::vector<Member> once;
+  for (std::size_t i = 0; i < members_.size(); ++i)
+    if (last[members_[i].first] == i) once.push_back(members_[i]);
+  members_ = std::move(once);
 }
 
 bool Object::empty() const noexcept {

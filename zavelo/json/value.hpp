@@ -24,6 +24,8 @@ class ZAVELO_EXPORT Object {
 
   Object() = default;
   Object(std::initializer_list<Member> members);
+  /// Of a key that stands twice the last value holds.
+  explicit Object(std::vector<Member> members);
 
   /// Adds the member, or replaces the value of the one that is there.
   void set(std::string key, Value value);

@@ -1,6 +1,7 @@
 #define SIMDJSON_EXCEPTIONS 0
 #include <simdjson.h>
 
+#include <bit>
 #include <cstring>
 
 #include "zavelo/json/json.hpp"
@@ -173,6 +174,7 @@ class Decoder {
     if (!nesting) return fail(tooDeep);
     const auto fields = record.fields();
     std::size_t expected = 0;
+    std::uint64_t missing = record.requiredFields();
     for (auto slot : object) {
       ondemand::field entry;
       if (const error_code code = std::move(slot).get(entry)) return syntax(code);
@@ -182,13 +184,18 @@ class Decoder {
         if (!passOver(entry)) return false;
         continue;
       }
-      expected = static_cast<std::size_t>(field - fields.data()) + 1;
+      const auto index = static_cast<std::size_t>(field - fields.data());
+      expected = index + 1;
+      if (missing != 0 && index < 64) missing &= ~(std::uint64_t{1} << index);
       if (!member(entry.value(), *field, static_cast<std::byte*>(out) + field->offset)) {
         error_.prepend(field->name);
         return false;
       }
     }
-    return true;
+    if (missing == 0) return true;
+    error_ = Error{std::string(fields[static_cast<std::size_t>(std::countr_zero(missing))].name),
+                   "missing"};
+    return false;
   }
 
   /// Finds the field that the key names, or null. A sender that keeps the declared order costs one
@@ -217,6 +224,7 @@ class Decoder {
 
   bool member(ondemand::value source, const Field& field, void* out) {
     const Codec& codec = *field.codec;
+    if (codec.target == nullptr) return value(source, codec, out);
     // null is absent, whichever way the member can be.
     if (source.raw_json_token().front() == 'n') {
       bool null = false;

@@ -68,12 +68,14 @@ class Encoder {
     const bool writeNull = record.absentFields() == AbsentFields::null;
     for (const Field& field : record.fields()) {
       const void* holder = static_cast<const std::byte*>(value) + field.offset;
-      const void* target = field.codec->target(holder);
+      const Codec& codec = *field.codec;
+      const bool canBeAbsent = codec.target != nullptr;
+      const void* target = canBeAbsent ? codec.target(holder) : holder;
       if (target == nullptr && !writeNull) continue;
       out_.raw(field.quotedKey);
       if (target == nullptr) {
         null();
-      } else if (!this->value(*field.codec->inner, target)) {
+      } else if (!this->value(canBeAbsent ? *codec.inner : codec, target)) {
         error_.prepend(field.name);
         return false;
       }

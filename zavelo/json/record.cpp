@@ -1,11 +1,18 @@
 #include "zavelo/json/record.hpp"
 
+#include <cassert>
 #include <utility>
 
 namespace zavelo::json {
 
 Record::Record(std::vector<Field> fields, AbsentFields absent)
-    : fields_(std::move(fields)), absent_(absent) {}
+    : fields_(std::move(fields)), absent_(absent) {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (fields_[i].codec->target != nullptr) continue;
+    assert(i < 64 && "required fields stand among the first");
+    required_ |= std::uint64_t{1} << i;
+  }
+}
 
 const Field* Record::find(std::string_view key, std::size_t expected) const noexcept {
   if (expected < fields_.size() && fields_[expected].name == key) return &fields_[expected];

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "zavelo/base/entity_name.hpp"
@@ -21,7 +22,8 @@ struct Field {
   std::string quotedKey;  ///< "\"name\":", as it is written
 };
 
-/// What becomes of a field without a value when its record is written.
+/// What becomes of a field without a value when its record is written. (A member that cannot be
+/// absent is always written, and must be there when it is read.)
 enum class AbsentFields { omitted, null };
 
 /// The fields of one record type, in declaration order.
@@ -30,6 +32,8 @@ class ZAVELO_EXPORT Record {
   Record(std::vector<Field> fields, AbsentFields absent);
   [[nodiscard]] std::span<const Field> fields() const noexcept { return fields_; }
   [[nodiscard]] AbsentFields absentFields() const noexcept { return absent_; }
+  /// A bit for each field that cannot be absent, by its index.
+  [[nodiscard]] std::uint64_t requiredFields() const noexcept { return required_; }
   /// Null when the record has no such field. `expected` is where a sender that keeps the declared
   /// order has it.
   [[nodiscard]] const Field* find(std::string_view key, std::size_t expected) const noexcept;
@@ -37,36 +41,10 @@ class ZAVELO_EXPORT Record {
  private:
   std::vector<Field> fields_;
   AbsentFields absent_;
+  std::uint64_t required_ = 0;
 };
 
 namespace detail {
-
-template <class T>
-inline constexpr bool canBeAbsent = false;
-template <class T>
-inline constexpr bool canBeAbsent<std::optional<T>> = true;
-template <class T>
-inline constexpr bool canBeAbsent<std::shared_ptr<T>> = true;
-
-/// Initialises any member that can be absent, and nothing else.
-struct AnyAbsent {
-  template <class T>
-  requires canBeAbsent<T>
-  operator T() const { return T{}; }
-};
-template <std::size_t>
-using AnyMember = AnyAbsent;
-
-template <class T, std::size_t... I>
-consteval bool hasMembers(std::index_sequence<I...>) {
-  return requires {
-    T{AnyMember<I>{}...};
-  };
-}
-/// Whether the aggregate T has exactly `count` members, all of which can be absent.
-template <class T, std::size_t Count>
-inline constexpr bool memberCountIs = hasMembers<T>(std::make_index_sequence<Count>{}) &&
-                                      !hasMembers<T>(std::make_index_sequence<Count + 1>{});
 
 template <class T>
 struct MemberOf;
@@ -75,9 +53,21 @@ struct MemberOf<M T::*> {
   using Type = M;
 };
 
+template <auto Member>
+using TypeOf = typename MemberOf<decltype(Member)>::Type;
+
+/// Whether the aggregate T has these members, in this order, and no further one.
+template <class T, auto... Members>
+inline constexpr bool areAllMembers = requires {
+  T{std::declval<TypeOf<Members>>()...};
+}
+&&!requires {
+  T{std::declval<TypeOf<Members>>()..., {}};
+};
+
 template <class T, auto Member>
 Field fieldOf() {
-  using M = typename MemberOf<decltype(Member)>::Type;
+  using M = TypeOf<Member>;
   static_assert(sizeof(Member) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
   constexpr std::string_view name = zavelo::detail::entityName<Member>();
   return {name, static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)), &codecOf<M>,
@@ -98,8 +88,8 @@ Field fieldOf() {
 /// A member that the list leaves out does not compile.
 template <class T, auto... Members>
 Record fieldsOf(AbsentFields absent = AbsentFields::omitted) {
-  static_assert(detail::memberCountIs<T, sizeof...(Members)>,
-                "the field list must name every member of the record, once");
+  static_assert(detail::areAllMembers<T, Members...>,
+                "the field list must name every member of the record, in declaration order");
   return Record({detail::fieldOf<T, Members>()...}, absent);
 }
 

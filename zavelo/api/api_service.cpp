@@ -1,0 +1,64 @@
+#include "zavelo/api/api_service.hpp"
+
+#include "zavelo/api/api.hpp"
+#include "zavelo/api/exchange_internal.hpp"
+#include "zavelo/api/token_renewal_internal.hpp"
+
+namespace zavelo {
+
+using detail::ApiContext;
+using detail::Exchange;
+
+std::shared_ptr<ZVAPIService> ZVAPIService::create(Collaborators collaborators) {
+  return std::shared_ptr<ZVAPIService>(new ZVAPIService(std::move(collaborators)));
+}
+
+ZVAPIService::ZVAPIService(Collaborators collaborators)
+    : context_(std::make_shared<ApiContext>(std::move(collaborators))) {}
+
+ZVAPIService::~ZVAPIService() {
+  context_->serviceIsGone = true;
+  for (const auto& exchange : context_->underWay()) exchange->stopTransfer();
+}
+
+ZVCall ZVAPIService::start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink) {
+  const auto exchange = Exchange::create(context_, std::move(request), std::move(sink));
+  exchange->send();
+  return ZVCall(exchange);
+}
+
+ZVCall ZVAPIService::refreshToken(const std::string& refreshToken,
+                                  ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
+  return start(detail::renewalRequest(refreshToken),
+               detail::envelopeSink<std::shared_ptr<const ZVRefreshToken>>(std::move(completion)));
+}
+
+void ZVAPIService::setSessionSource(std::weak_ptr<ZVSessionSource> source) {
+  context_->setSessionSource(std::move(source));
+}
+
+ZVAPIService::APILogLevel ZVAPIService::serviceLogLevel() const noexcept {
+  return context_->serviceLogLevel;
+}
+
+void ZVAPIService::setServiceLogLevel(APILogLevel level) noexcept {
+  context_->serviceLogLevel = level;
+}
+
+const std::shared_ptr<HttpSession>& ZVAPIService::session() const noexcept {
+  return context_->collaborators.session;
+}
+
+namespace detail {
+
+ApiRequest renewalRequest(const std::string& refreshToken) {
+  ApiRequest request;
+  request.url = ZVAPI(ZVAPI::refreshUserToken).url();
+  request.parameters = json::Object{{"refreshToken", refreshToken}};
+  request.logLevel = ZVAPIService::APILogLevel::none;
+  request.renewsSession = false;
+  return request;
+}
+
+}  // namespace detail
+}  // namespace zavelo

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "zavelo/api/api_call.hpp"
+#include "zavelo/api/api_result.hpp"
+#include "zavelo/api/envelope_sink.hpp"
+#include "zavelo/api/multi_part_data.hpp"
+#include "zavelo/api/session_source.hpp"
+#include "zavelo/json/value.hpp"
+#include "zavelo/models/user.hpp"
+#include "zavelo/platform/clock.hpp"
+#include "zavelo/platform/http_session.hpp"
+#include "zavelo/platform/notification_centre.hpp"
+#include "zavelo/platform/queue.hpp"
+
+namespace zavelo {
+
+namespace detail {
+class ApiContext;
+struct ApiRequest;
+}  // namespace detail
+
+/// How parameters travel: as a JSON body, or URL-encoded (WHATWG URL, application/
+/// x-www-form-urlencoded) in the body, or in the query of methods that have none.
+enum class ZVParameterEncoding { json, url };
+
+/// The one HTTP client of the backend: sends calls with the session's access token, renews the
+/// session when the backend answers 401, decodes the envelope and logs the exchange.
+///
+/// Calls may be made from any thread. Completions and notifications arrive on the main queue.
+class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIService> {
+ public:
+  /// How much of an exchange is logged. Tokens and passwords stand only in `full`.
+  enum class APILogLevel { none, simple, full };
+
+  struct Collaborators {
+    std::shared_ptr<HttpSession> session;
+    std::shared_ptr<Queue> mainQueue;
+    std::shared_ptr<NotificationCentre> notifications;
+    std::shared_ptr<Clock> clock;
+  };
+
+  [[nodiscard]] static std::shared_ptr<ZVAPIService> create(Collaborators collaborators);
+  /// The service that the shared services use.
+  [[nodiscard]] static const std::shared_ptr<ZVAPIService>& sharedInstance();
+
+  /// Calls under way end at once with `error(noConnection, …)`.
+  ~ZVAPIService();
+  ZVAPIService(const ZVAPIService&) = delete;
+  ZVAPIService& operator=(const ZVAPIService&) = delete;
+
+  /// Calls the backend; `completion` is called exactly once.
+  ///
+  /// `retryCount` is how many renewals the call has been through (callers pass 0). With
+  /// `isMultiPart` the parameters become form fields beside `multipartData`. A re-sent call keeps
+  /// no file parts, uses JSON and logs in full.
+  template <class T>
+  ZVCall request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
+                 ZVParameterEncoding encoding, int retryCount,
+                 std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
+                 APILogLevel apiLogLevel, ZVCompletion<T> completion);
+
+  /// Renews the session's tokens. Does not store them.
+  ZVCall refreshToken(const std::string& refreshToken,
+                      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
+
+  /// Who owns the session; until it is set, and once it is gone, nobody is signed in.
+  void setSessionSource(std::weak_ptr<ZVSessionSource> source);
+
+  /// The level at which the services of the library log their calls: `simple` at first.
+  [[nodiscard]] APILogLevel serviceLogLevel() const noexcept;
+  void setServiceLogLevel(APILogLevel level) noexcept;
+
+  [[nodiscard]] const std::shared_ptr<HttpSession>& session() const noexcept;
+
+ private:
+  explicit ZVAPIService(Collaborators collaborators);
+  ZVCall start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink);
+
+  std::shared_ptr<detail::ApiContext> context_;
+};
+
+namespace detail {
+
+/// A call as the caller worded it.
+struct ApiRequest {
+  std::string url;
+  ZVHTTPMethod method = ZVHTTPMethod::post;
+  std::optional<json::Object> parameters;
+  ZVParameterEncoding encoding = ZVParameterEncoding::json;
+  int retryCount = 0;
+  std::vector<ZVMultiPartData> multipartData;
+  bool isMultiPart = false;
+  ZVAPIService::APILogLevel logLevel = ZVAPIService::APILogLevel::simple;
+  bool renewsSession = true;  ///< a 401 leads to a renewal
+};
+
+}  // namespace detail
+
+template <class T>
+ZVCall ZVAPIService::request(std::string url, ZVHTTPMethod method,
+                             std::optional<json::Object> parameters, ZVParameterEncoding encoding,
+                             int retryCount, std::vector<ZVMultiPartData> multipartData,
+                             bool isMultiPart, APILogLevel apiLogLevel,
+                             ZVCompletion<T> completion) {
+  return start({std::move(url), method, std::move(parameters), encoding, retryCount,
+                std::move(multipartData), isMultiPart, apiLogLevel},
+               detail::envelopeSink<T>(std::move(completion)));
+}
+
+}  // namespace zavelo

@@ -1,0 +1,135 @@
+#include <string_view>
+
+#include "zavelo/api/request_encoding_internal.hpp"
+#include "zavelo/base/number_text.hpp"
+#include "zavelo/json/json.hpp"
+
+namespace zavelo::detail {
+namespace {
+
+using Encoded = Result<std::string, HttpFailure>;
+
+Failure<HttpFailure> unencodable(const json::Error& error) {
+  return Failure{HttpFailure{HttpFailure::Kind::invalidRequest,
+                             "the parameters cannot be encoded: " + error.text()}};
+}
+
+Encoded jsonText(const json::Value& value) {
+  auto text = json::encode(value);
+  if (!text) return unencodable(text.error());
+  return std::move(*text);
+}
+
+/// A value as the text of a form field: a text as it stands, a number in its shortest digits, a
+/// list or an object as JSON.
+Encoded fieldText(const json::Value& value) {
+  if (const auto* text = value.as<std::string>()) return *text;
+  if (const auto* real = value.as<double>()) return numberText(*real);
+  return jsonText(value);
+}
+
+/// RFC 3986: everything but the unreserved characters travels in percent-encoding.
+void appendEscaped(std::string& out, std::string_view text) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  constexpr std::string_view marks = "-._~";
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool letter = (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z';
+    const bool digit = byte >= '0' && byte <= '9';
+    if (letter || digit || marks.find(c) != std::string_view::npos) {
+      out += c;
+    } else {
+      out += '%';
+      out += digits[byte >> 4];
+      out += digits[byte & 15];
+    }
+  }
+}
+
+/// Adds "key=value" to a URL-encoded text; elements of a list go under "key[]", members of an
+/// object under "key[member]", flags are 1 and 0.
+Status<HttpFailure> appendPairs(std::string& out, const std::string& key,
+                                const json::Value& value) {
+  if (const auto* list = value.as<json::Array>()) {
+    for (const auto& element : *list)
+      if (auto added = appendPairs(out, key + "[]", element); !added) return added;
+    return success;
+  }
+  if (const auto* object = value.as<json::Object>()) {
+    for (const auto& [name, member] : *object)
+      if (auto added = appendPairs(out, key + "[" + name + "]", member); !added) return added;
+    return success;
+  }
+  const auto* flag = value.as<bool>();
+  auto text = flag != nullptr ? Encoded(*flag ? "1" : "0") : fieldText(value);
+  if (!text) return Failure{std::move(text).error()};
+  if (!out.empty()) out += '&';
+  appendEscaped(out, key);
+  out += '=';
+  appendEscaped(out, *text);
+  return success;
+}
+
+Encoded urlEncoded(const json::Object& parameters) {
+  std::string out;
+  for (const auto& [key, value] : parameters)
+    if (auto added = appendPairs(out, key, value); !added) return Failure{std::move(added).error()};
+  return out;
+}
+
+bool carriesParametersInUrl(ZVHTTPMethod method) {
+  return method == ZVHTTPMethod::get || method == ZVHTTPMethod::head || method == ZVHTTPMethod::del;
+}
+
+std::string withQuery(std::string url, const std::string& query) {
+  if (query.empty()) return url;
+  url += url.find('?') == std::string::npos ? '?' : '&';
+  return url + query;
+}
+
+Status<HttpFailure> encodeForm(const ApiRequest& request, HttpRequest& http) {
+  std::vector<HttpFormPart> parts;
+  for (const ZVMultiPartData& file : request.multipartData)
+    parts.push_back({file.name,
+                     {reinterpret_cast<const char*>(file.data.data()), file.data.size()},
+                     file.fileName,
+                     file.mimeType});
+  for (const auto& [key, value] : request.parameters.value_or(json::Object())) {
+    auto text = fieldText(value);
+    if (!text) return Failure{std::move(text).error()};
+    parts.push_back({key, std::move(*text), {}, {}});
+  }
+  http.body = std::move(parts);
+  return success;
+}
+
+Status<HttpFailure> encodeParameters(const ApiRequest& request, HttpRequest& http) {
+  if (!request.parameters) return success;
+  const bool json = request.encoding == ZVParameterEncoding::json;
+  auto text = json ? jsonText(*request.parameters) : urlEncoded(*request.parameters);
+  if (!text) return Failure{std::move(text).error()};
+  if (!json && carriesParametersInUrl(request.method)) {
+    http.url = withQuery(std::move(http.url), *text);
+    return success;
+  }
+  http.headers.push_back({"Content-Type", json ? "application/json"
+                                               : "application/x-www-form-urlencoded; "
+                                                 "charset=utf-8"});
+  http.body = std::move(*text);
+  return success;
+}
+
+}  // namespace
+
+Result<HttpRequest, HttpFailure> httpRequest(const ApiRequest& request,
+                                             std::vector<HttpHeader> headers) {
+  HttpRequest http;
+  http.method = request.method;
+  http.url = request.url;
+  http.headers = std::move(headers);
+  auto encoded = request.isMultiPart ? encodeForm(request, http) : encodeParameters(request, http);
+  if (!encoded) return Failure{std::move(encoded).error()};
+  return http;
+}
+
+}  // namespace zavelo::detail

@@ -1,0 +1,53 @@
+#include "zavelo/core/configuration.hpp"
+
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+namespace zavelo::configuration {
+namespace {
+
+struct Stored {
+  std::atomic<bool> enableLog{true};
+  std::mutex mutex;  // guards what follows
+  bool initialised = false;
+  ZVEnvironment environment = ZVEnvironment::demo();
+  std::string agoraAppId;
+};
+
+// Never destroyed: a log line may be written while the process exits.
+Stored& stored() {
+  static Stored& instance = *new Stored;
+  return instance;
+}
+
+}  // namespace
+
+bool enableLog() noexcept {
+  return stored().enableLog.load(std::memory_order_relaxed);
+}
+
+ZVEnvironment environment() {
+  const std::lock_guard lock(stored().mutex);
+  return stored().environment;
+}
+
+std::string agoraAppId() {
+  const std::lock_guard lock(stored().mutex);
+  return stored().agoraAppId;
+}
+
+void setEnableLog(bool enableLog) noexcept {
+  stored().enableLog.store(enableLog, std::memory_order_relaxed);
+}
+
+bool initialise(ZVEnvironment environment, std::string agoraAppId) {
+  const std::lock_guard lock(stored().mutex);
+  if (stored().initialised) return false;
+  stored().agoraAppId = std::move(agoraAppId);
+  stored().environment = std::move(environment);
+  stored().initialised = true;
+  return true;
+}
+
+}  // namespace zavelo::configuration

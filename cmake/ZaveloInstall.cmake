@@ -3,7 +3,8 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS zavelo_core zavelo_testing EXPORT zaveloTargets
-        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILE_SET generated DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT zaveloTargets NAMESPACE zavelo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
 if(TARGET zavelo_command)
   install(TARGETS zavelo_command)

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zavelo/api/api.hpp"
+#include "zavelo/api/api_service.hpp"
+#include "zavelo/api/session_source.hpp"
+#include "zavelo/models/user.hpp"
+#include "zavelo/platform/image.hpp"
+#include "zavelo/platform/key_value_store.hpp"
+
+namespace zavelo {
+
+/// Owns the session: who is signed in, with which tokens, kept in the key-value store so that it
+/// survives a restart; and the backend's operations about users.
+///
+///     signed out  no current user          isLogin false, isGuest true
+///     guest       a user without profile   isLogin true,  isGuest true
+///     member      a user with a profile    isLogin true,  isGuest false
+///
+/// Any thread. The current user is shared with whoever asked for it: a renewal changes its tokens
+/// in place. Completions arrive on the main queue, exactly once, unless said otherwise; a sign-in
+/// or sign-out whose service is gone when the answer comes does not call back at all. The store's
+/// own failures are logged as warnings and reach no caller.
+class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
+                                          public std::enable_shared_from_this<ZVUserService> {
+ public:
+  struct Collaborators {
+    std::shared_ptr<ZVAPIService> service;
+    std::shared_ptr<KeyValueStore> userDefaults;
+    std::shared_ptr<JpegEncoder> jpegEncoder;
+  };
+
+  /// Restores a stored session whose access token is not empty, and becomes the API service's
+  /// session source.
+  [[nodiscard]] static std::shared_ptr<ZVUserService> create(Collaborators collaborators);
+  [[nodiscard]] static const std::shared_ptr<ZVUserService>& shared();
+
+  [[nodiscard]] std::shared_ptr<ZVUser> currentUser() const;
+  [[nodiscard]] bool isLogin() const;
+  [[nodiscard]] bool isGuest() const;
+  /// Stores the record and makes it the current user; one that cannot be stored is current all the
+  /// same.
+  void setUser(std::shared_ptr<ZVUser> user);
+  /// Makes the record the current user; stores it only when it has a profile.
+  void updateUser(std::shared_ptr<ZVUser> user);
+  /// Overwrites the current user's three tokens, with absent ones too; stores a user with a
+  /// profile. Does nothing when nobody is signed in.
+  void refreshTokenWith(const ZVRefreshToken& token) override;
+
+  /// The banned words of the profanity filter.
+  [[nodiscard]] std::vector<std::string> naughtyWords() const;
+  void saveNaughtyWords(std::vector<std::string> words);
+
+  ZVCall searchForUser(const std::string& displayName, std::int64_t nextId, std::int64_t limit,
+                       ZVCompletion<std::shared_ptr<ZVSearchUser>> completion);
+  ZVCall login(const std::string& zaveloId, const std::string& password,
+               const std::string& deviceUdid, double latitude, double longitude,
+               ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVCall loginZavelo(const std::string& zaveloId, const std::string& displayName,
+                     const std::string& deviceUdid, double latitude, double longitude,
+                     ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVCall loginGuest(const std::string& deviceUdid,
+                    ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  /// Buys new tokens and takes them over.
+  ZVCall refreshToken(const std::string& refreshToken,
+                      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
+  /// Ends the session whatever the backend answers.
+  ZVCall logoutZavelo(ZVCompletion<bool> completion);
+  /// `image` travels as JPEG of quality 0.5; one that cannot be encoded is left out. The session
+  /// keeps its profile: pass the answer's on with `updateUser` if it shall change.
+  ZVCall editProfile(const std::string& displayName, const std::string& dob,
+                     const std::string& gender, const std::string& about,
+                     const std::optional<ZVImage>& image,
+                     ZVCompletion<std::shared_ptr<const ZVEditUser>> completion);
+  ZVCall updatePromoCode(const std::string& promoCode, const std::string& promoCodeDescription,
+                         ZVCompletion<bool> completion);
+
+  // What the API service asks (ZVSessionSource).
+  [[nodiscard]] std::optional<std::string> accessToken() const override;
+  [[nodiscard]] std::optional<std::string> refreshToken() const override;
+  void endSession() override;
+
+ private:
+  explicit ZVUserService(Collaborators collaborators);
+
+  void restore();
+  void store(const ZVUser& user);
+  void makeCurrent(std::shared_ptr<ZVUser> user);
+  ZVCall signIn(ZVAPI endpoint, json::Object parameters,
+                ZVCompletion<std::shared_ptr<ZVUser>> completion);
+
+  const Collaborators with_;
+  mutable std::mutex mutex_;  // guards what follows, the current user's tokens included
+  std::shared_ptr<ZVUser> user_;
+  std::vector<std::string> naughtyWords_;
+};
+
+}  // namespace zavelo

@@ -7,7 +7,8 @@
 namespace zavelo {
 
 /// A queue with one thread of its own, for work that must not hold up the main queue. Destroying
-/// it finishes the closure that is running and destroys the others.
+/// it finishes the closure that is running and destroys the others. An exception thrown by a
+/// closure is dropped.
 class ZAVELO_EXPORT BackgroundQueue final : public Queue {
  public:
   BackgroundQueue();

@@ -30,12 +30,13 @@ class ZAVELO_EXPORT MainQueue final : public Queue {
   /// Runs closures on the calling thread, waiting for more, until `stop()`.
   void run();
   /// Ends `run()` after the closure that is running; what is still queued stays queued. A stop
-  /// before `run()` makes that run return at once. Any thread.
+  /// before `run()` makes that run return at once; `poll()` does not heed it. Any thread.
   void stop();
-  /// Runs what is due and returns how many closures ran.
+  /// Runs what is due and returns how many closures ran. What those post waits for the next poll.
   std::size_t poll();
   /// From now on hands each closure, those already queued first, to `executor`, which is called on
-  /// whatever thread posts (or on a timer thread of the queue) and must keep the order.
+  /// whatever thread posts (or on a timer thread of the queue) and must keep the order. An empty
+  /// one gives the queue back to `run()` and `poll()`.
   void setExecutor(Executor executor);
 
  private:

@@ -49,6 +49,7 @@ class ZAVELO_EXPORT NotificationCentre {
   void post(std::string_view name, const std::any& object = {});
 
  private:
+  friend class ObserverToken;
   class Impl;
   std::shared_ptr<Impl> impl_;
 };

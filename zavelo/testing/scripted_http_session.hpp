@@ -11,7 +11,8 @@ namespace zavelo::testing {
 
 /// An HTTP session that answers from a script and remembers what it was sent. Replies are handed
 /// out in order, at once, on the sending thread; a request without a reply waits until one is
-/// added, is cancelled, or is dropped.
+/// added, is cancelled, or is dropped. Destroying the session ends those that wait with
+/// `cancelled`.
 ///
 ///     auto session = std::make_shared<ScriptedHttpSession>();
 ///     session->reply(200, R"({"code":1,"data":true})");

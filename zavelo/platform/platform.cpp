@@ -1,0 +1,96 @@
+#include "zavelo/platform/platform.hpp"
+
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "zavelo/platform/background_queue.hpp"
+#include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/platform/jpeg.hpp"
+#include "zavelo/platform/main_queue.hpp"
+#include "zavelo/platform/sqlite_key_value_store.hpp"
+
+namespace zavelo {
+
+namespace {
+
+struct Shared {
+  std::mutex mutex;
+  bool settled = false;  ///< installed or used: it cannot change any more
+  ZVPlatform parts;
+};
+
+/// Never destroyed, so that static constructors and destructors of an app may use the library.
+Shared& shared() {
+  static auto& instance = *new Shared;
+  return instance;
+}
+
+/// The part that the host supplied or, from its first use on, the default.
+template <class Default, class Interface, class... Args>
+const std::shared_ptr<Interface>& part(std::shared_ptr<Interface> ZVPlatform::*member,
+                                       Args... args) {
+  Shared& platform = shared();
+  const std::lock_guard lock(platform.mutex);
+  platform.settled = true;
+  auto& slot = platform.parts.*member;
+  if (!slot) slot = std::make_shared<Default>(args()...);
+  return slot;
+}
+
+SqliteKeyValueStore::SetAsideHandler reportSetAside() {
+  return [](const std::filesystem::path& keptAs) {
+    platform::logSink()->write("The store could not be read. It was kept as " + keptAs.string() +
+                               " and a new one was begun.");
+  };
+}
+
+}  // namespace
+
+bool ZVPlatform::install(ZVPlatform platform) {
+  Shared& current = shared();
+  const std::lock_guard lock(current.mutex);
+  if (current.settled) return false;
+  current.settled = true;
+  current.parts = std::move(platform);
+  return true;
+}
+
+namespace platform {
+
+const std::shared_ptr<HttpSession>& httpSession() {
+  return part<CurlHttpSession>(&ZVPlatform::httpSession);
+}
+
+const std::shared_ptr<Queue>& mainQueue() {
+  return part<MainQueue>(&ZVPlatform::mainQueue);
+}
+
+const std::shared_ptr<Queue>& backgroundQueue() {
+  return part<BackgroundQueue>(&ZVPlatform::backgroundQueue);
+}
+
+const std::shared_ptr<KeyValueStore>& store() {
+  return part<SqliteKeyValueStore>(&ZVPlatform::store, &SqliteKeyValueStore::defaultFile,
+                                   &reportSetAside);
+}
+
+const std::shared_ptr<NotificationCentre>& notifications() {
+  return part<NotificationCentre>(&ZVPlatform::notifications);
+}
+
+const std::shared_ptr<JpegEncoder>& jpegEncoder() {
+  return part<TurboJpegEncoder>(&ZVPlatform::jpegEncoder);
+}
+
+const std::shared_ptr<LogSink>& logSink() {
+  return part<StreamLogSink>(&ZVPlatform::logSink);
+}
+
+const std::shared_ptr<Clock>& clock() {
+  return part<SystemClock>(&ZVPlatform::clock);
+}
+
+}  // namespace platform
+
+}  // namespace zavelo

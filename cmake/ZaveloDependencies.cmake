@@ -7,7 +7,6 @@ find_package(simdjson 3.0 REQUIRED)
 find_package(JPEG REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
-find_path(ZAVELO_ASIO_INCLUDE asio.hpp REQUIRED)
 
 if(ZAVELO_TOOLS OR ZAVELO_TESTS)
   find_package(CLI11 2.1 REQUIRED)

@@ -2,6 +2,11 @@
 
 set(ZAVELO_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12 sees overlapping copies in optimised std::string concatenation (GCC bug 105651).
+  list(APPEND ZAVELO_WARNINGS -Wno-restrict)
+endif()
+
 function(zavelo_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden

@@ -19,7 +19,7 @@ struct Field {
   std::string_view name;
   std::size_t offset;  ///< of the member in the record, in bytes
   const Codec* codec;
-  std::string quotedKey;  ///< "\"name\":", as it is written
+  std::string quotedKey;  ///< "name": as it is written, quotes and colon included
 };
 
 /// What becomes of a field without a value when its record is written. (A member that cannot be
@@ -69,9 +69,8 @@ template <class T, auto Member>
 Field fieldOf() {
   using M = TypeOf<Member>;
   static_assert(sizeof(Member) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
-  constexpr std::string_view name = zavelo::detail::entityName<Member>();
-  return {name, static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)), &codecOf<M>,
-          "\"" + std::string(name) + "\":"};
+  return {zavelo::detail::entityName<Member>(),
+          static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)), &codecOf<M>, {}};
 }
 
 }  // namespace detail

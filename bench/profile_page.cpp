@@ -1,0 +1,52 @@
+#include "bench/profile_page.hpp"
+
+#include "zavelo/json/json.hpp"
+
+namespace zavelo::bench {
+namespace {
+
+// Lengths and values vary, so that no contender profits from guessing them.
+class Filler {
+ public:
+  void operator()(std::string_view, std::optional<std::int64_t>& field) {
+    field = static_cast<std::int64_t>(next() >> (next() % 60));
+  }
+  void operator()(std::string_view, std::optional<bool>& field) { field = next() % 2 == 0; }
+  void operator()(std::string_view name, std::optional<std::string>& field) {
+    field = std::string(name) + " ";
+    const auto size = next() % 60;
+    while (field->size() < size) *field += "live stream ";
+    if (next() % 8 == 0) *field += "\"caf\u00e9\" \U0001F525\n";
+  }
+
+ private:
+  std::uint64_t next() {
+    state_ ^= state_ << 13;
+    state_ ^= state_ >> 7;
+    state_ ^= state_ << 17;
+    return state_ >> 2;
+  }
+  std::uint64_t state_ = 88172645463325252u;
+};
+
+}  // namespace
+
+ZVSearchUser profilePage(std::size_t profiles) {
+  ZVSearchUser page;
+  page.result.emplace();
+  page.nextId = 42;
+  page.isEnd = false;
+  Filler fill;
+  for (std::size_t i = 0; i < profiles; ++i) {
+    auto profile = std::make_shared<ZVUserInfo>();
+    ProfileFields::forEach(*profile, [&](auto name, auto& field) { fill(name, field); });
+    page.result->push_back(std::move(profile));
+  }
+  return page;
+}
+
+std::string profilePageText(std::size_t profiles) {
+  return *json::encode(profilePage(profiles));
+}
+
+}  // namespace zavelo::bench

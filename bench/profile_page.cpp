@@ -9,7 +9,10 @@ namespace {
 class Filler {
  public:
   void operator()(std::string_view, std::optional<std::int64_t>& field) {
-    field = static_cast<std::int64_t>(next() >> (next() % 60));
+    // Flags and small codes, counts, and a few identifiers.
+    const auto kind = next() % 20;
+    const std::uint64_t below = kind < 10 ? 3 : kind < 17 ? 100'000 : 10'000'000'000;
+    field = static_cast<std::int64_t>(next() % below);
   }
   void operator()(std::string_view, std::optional<bool>& field) { field = next() % 2 == 0; }
   void operator()(std::string_view name, std::optional<std::string>& field) {

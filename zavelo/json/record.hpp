@@ -70,7 +70,9 @@ Field fieldOf() {
   using M = TypeOf<Member>;
   static_assert(sizeof(Member) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
   return {zavelo::detail::entityName<Member>(),
-          static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)), &codecOf<M>, {}};
+          static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)),
+          &codecOf<M>,
+          {}};
 }
 
 }  // namespace detail

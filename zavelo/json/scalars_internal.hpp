@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zavelo::json::detail {
+
+/// plainInteger() of a token of more than one character.
+[[nodiscard]] std::optional<std::int64_t> longInteger(std::string_view token) noexcept;
+
+/// The number that the token says when it is written with digits alone and fits in 64 bits. The
+/// text is readable for 8 bytes behind the token. Flags and small codes are what most integers are.
+[[nodiscard]] inline std::optional<std::int64_t> plainInteger(std::string_view token) noexcept {
+  if (token.size() == 1) {
+    const auto digit = static_cast<unsigned>(token[0]) - '0';
+    return digit <= 9 ? std::optional<std::int64_t>(digit) : std::nullopt;
+  }
+  return longInteger(token);
+}
+
+/// The integer that a JSON number says, however it is written ("10", "1.0e1"). No value when the
+/// text is not a JSON number (RFC 8259 section 6), has a fraction, or does not fit in 64 bits.
+/// Exact: a real in between would lose digits.
+[[nodiscard]] std::optional<std::int64_t> exactInteger(std::string_view token) noexcept;
+
+[[nodiscard]] bool isNumber(std::string_view token) noexcept;
+/// The nearest real of a JSON number. No value when the text is not one, or is out of range.
+[[nodiscard]] std::optional<double> real(std::string_view token) noexcept;
+
+/// Appends what a JSON text says between its quotes, escapes resolved. False when an escape is not
+/// one (RFC 8259 section 7) or names half a surrogate pair.
+[[nodiscard]] bool unescape(std::string_view raw, std::string& out);
+
+}  // namespace zavelo::json::detail

@@ -5,7 +5,6 @@ find_package(CURL 7.88 REQUIRED)
 find_package(SQLite3 3.40 REQUIRED)
 find_package(simdjson 3.0 REQUIRED)
 find_package(JPEG REQUIRED)
-find_path(ZAVELO_ASIO_INCLUDE asio.hpp REQUIRED)
 
 if(ZAVELO_TOOLS OR ZAVELO_TESTS)
   find_package(PkgConfig REQUIRED)

@@ -70,7 +70,7 @@ class Encoder {
       const void* holder = static_cast<const std::byte*>(value) + field.offset;
       const Codec& codec = *field.codec;
       const bool canBeAbsent = codec.target != nullptr;
-      const void* target = canBeAbsent ? codec.target(holder) : holder;
+      const void* target = canBeAbsent ? targetOf(codec, holder) : holder;
       if (target == nullptr && !writeNull) continue;
       out_.raw(field.quotedKey);
       if (target == nullptr) {
@@ -83,6 +83,22 @@ class Encoder {
     }
     close('}');
     return true;
+  }
+
+  /// The common holders without an indirection; the others as their codec says.
+  static const void* targetOf(const Codec& codec, const void* holder) {
+    const auto held = [&]<class T>(std::optional<T>*) -> const void* {
+      const auto& optional = *static_cast<const std::optional<T>*>(holder);
+      return optional ? &*optional : nullptr;
+    };
+    if (codec.kind == Codec::Kind::optional) {
+      const auto kind = codec.inner->kind;
+      if (kind == Codec::Kind::integer)
+        return held(static_cast<std::optional<std::int64_t>*>(nullptr));
+      if (kind == Codec::Kind::text) return held(static_cast<std::optional<std::string>*>(nullptr));
+      if (kind == Codec::Kind::flag) return held(static_cast<std::optional<bool>*>(nullptr));
+    }
+    return codec.target(holder);
   }
 
   bool list(const Codec& codec, const void* value) {
@@ -181,10 +197,14 @@ std::string indented(std::string_view compact) {
 namespace detail {
 
 Result<std::string, Error> encodeFrom(const Codec& codec, const void* value) {
-  TextWriter out;
+  static thread_local TextWriter out;
+  out.restart();
   Error error;
-  if (!Encoder(out, error).value(codec, value)) return Failure{std::move(error)};
-  return out.text();
+  const bool written = Encoder(out, error).value(codec, value);
+  std::string text = written ? out.text() : std::string();
+  out.shrink();
+  if (!written) return Failure{std::move(error)};
+  return text;
 }
 
 }  // namespace detail

@@ -10,6 +10,10 @@
 namespace zavelo::json::detail {
 namespace {
 
+// Memory that is kept for the next text.
+constexpr std::size_t keptCapacity = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t smallestCapacity = 4096;
+
 constexpr std::uint64_t everyByte(std::uint8_t byte) {
   return 0x0101010101010101u * byte;
 }
@@ -66,32 +70,36 @@ char* writeEscaped(char* out, char c) {
 }  // namespace
 
 void TextWriter::grow(std::size_t bytes) {
-  const std::size_t capacity = std::max(capacity_ * 2, std::max<std::size_t>(size_ + bytes, 512));
-  std::unique_ptr<char[]> bigger(new char[capacity]);
-  if (size_ > 0) std::memcpy(bigger.get(), buffer_.get(), size_);
-  buffer_ = std::move(bigger);
-  capacity_ = capacity;
+  const auto size = static_cast<std::size_t>(end_ - buffer_.get());
+  const auto capacity = static_cast<std::size_t>(limit_ - buffer_.get());
+  const std::size_t bigger = std::max(capacity * 2, size + bytes + smallestCapacity);
+  std::unique_ptr<char[]> buffer(new char[bigger]);
+  if (size > 0) std::memcpy(buffer.get(), buffer_.get(), size);
+  buffer_ = std::move(buffer);
+  end_ = buffer_.get() + size;
+  limit_ = buffer_.get() + bigger;
 }
 
-void TextWriter::raw(std::string_view text) {
-  std::memcpy(room(text.size()), text.data(), text.size());
-  size_ += text.size();
+void TextWriter::shrink() {
+  if (static_cast<std::size_t>(limit_ - buffer_.get()) <= keptCapacity) return;
+  buffer_.reset();
+  end_ = limit_ = nullptr;
 }
 
-void TextWriter::number(std::int64_t value) {
-  char* start = room(numberTextLimit);
-  size_ += static_cast<std::size_t>(writeNumberText(start, value) - start);
+void TextWriter::longNumber(std::int64_t value) {
+  reserve(numberTextLimit);
+  end_ = writeNumberText(end_, value);
 }
 
 void TextWriter::number(double value) {
-  char* start = room(numberTextLimit);
-  size_ += static_cast<std::size_t>(writeNumberText(start, value) - start);
+  reserve(numberTextLimit);
+  end_ = writeNumberText(end_, value);
 }
 
 bool TextWriter::quoted(std::string_view text) {
-  // Room for the worst case is cheap for short texts and asked for once for long ones.
-  char* const start = room(text.size() * longestEscape + 2 + sizeof(std::uint64_t));
-  char* out = start;
+  // Room for the worst case, so that the loop need not look.
+  reserve(text.size() * longestEscape + 2 + sizeof(std::uint64_t));
+  char* out = end_;
   *out++ = '"';
   const char* in = text.data();
   const char* const end = in + text.size();
@@ -115,7 +123,7 @@ bool TextWriter::quoted(std::string_view text) {
     in += count;
   }
   *out++ = '"';
-  size_ += static_cast<std::size_t>(out - start);
+  end_ = out;
   return ascii || simdjson::validate_utf8(text.data(), text.size());
 }
 

@@ -1,41 +1,64 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace zavelo::json::detail {
 
-/// Collects JSON text. The buffer is not cleared before it is filled, which a std::string would do.
+/// Collects JSON text in a buffer that is kept for the next text and never cleared before it is
+/// filled, as a std::string would be.
 class TextWriter {
  public:
+  /// Begins a new text.
+  void restart() noexcept { end_ = buffer_.get(); }
+  /// Gives memory back that is too much to keep for the next text.
+  void shrink();
+
   void raw(char c) {
-    *room(1) = c;
-    ++size_;
+    reserve(1);
+    *end_++ = c;
   }
-  void raw(std::string_view text);
-  void number(std::int64_t value);
+  void raw(std::string_view text) {
+    reserve(text.size() + blockBytes);
+    copyInBlocks(end_, text.data(), text.size());
+    end_ += text.size();
+  }
+  void number(std::int64_t value) {
+    if (value >= 0 && value <= 9) return raw(static_cast<char>('0' + value));
+    longNumber(value);
+  }
   void number(double value);
   /// The text in quotes, escaped as RFC 8259 section 7 demands and no further. False when it is not
   /// UTF-8.
   [[nodiscard]] bool quoted(std::string_view text);
 
   /// Takes the last character back.
-  void unwrite() { --size_; }
-  [[nodiscard]] char last() const { return buffer_[size_ - 1]; }
-  [[nodiscard]] std::string text() const { return {buffer_.get(), size_}; }
+  void unwrite() { --end_; }
+  [[nodiscard]] char last() const { return end_[-1]; }
+  [[nodiscard]] std::string text() const { return {buffer_.get(), end_}; }
 
  private:
-  char* room(std::size_t bytes) {
-    if (capacity_ - size_ < bytes) grow(bytes);
-    return buffer_.get() + size_;
+  static constexpr std::size_t blockBytes = 8;
+
+  // Keys are short: whole blocks cost less than finding out how much is left.
+  static void copyInBlocks(char* to, const char* from, std::size_t size) noexcept {
+    std::size_t at = 0;
+    for (; at + blockBytes <= size; at += blockBytes) std::memcpy(to + at, from + at, blockBytes);
+    for (; at < size; ++at) to[at] = from[at];
+  }
+
+  void longNumber(std::int64_t value);
+  void reserve(std::size_t bytes) {
+    if (static_cast<std::size_t>(limit_ - end_) < bytes) grow(bytes);
   }
   void grow(std::size_t bytes);
 
   std::unique_ptr<char[]> buffer_;
-  std::size_t size_ = 0;
-  std::size_t capacity_ = 0;
+  char* end_ = nullptr;
+  char* limit_ = nullptr;
 };
 
 }  // namespace zavelo::json::detail

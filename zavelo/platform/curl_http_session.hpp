@@ -8,6 +8,10 @@
 
 namespace zavelo {
 
+namespace detail {
+class CurlLoop;
+}
+
 /// How the default session connects.
 struct CurlHttpOptions {
   /// A transfer that moves no byte for so long has timed out; connecting may take as long.
@@ -20,7 +24,8 @@ struct CurlHttpOptions {
 /// where the server offers it (RFC 9113), compressed replies, verified TLS. Redirects are followed
 /// as browsers do; `Authorization` never travels to another host.
 ///
-/// Destroying it, or the process's normal exit, ends each pending request with `cancelled`.
+/// Destroying it, or the process's normal exit, ends each pending request with `cancelled`. What is
+/// sent after that is answered so at once, on the thread that sends.
 class ZAVELO_EXPORT CurlHttpSession final : public HttpSession {
  public:
   explicit CurlHttpSession(CurlHttpOptions options = {});
@@ -31,8 +36,7 @@ class ZAVELO_EXPORT CurlHttpSession final : public HttpSession {
   std::shared_ptr<HttpTask> send(HttpRequest request, HttpReplyHandler done) override;
 
  private:
-  class Loop;
-  std::shared_ptr<Loop> loop_;
+  std::shared_ptr<detail::CurlLoop> loop_;
 };
 
 }  // namespace zavelo

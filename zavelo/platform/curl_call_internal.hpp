@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/platform/curl_reply_internal.hpp"
+#include "zavelo/platform/curl_request_internal.hpp"
+#include "zavelo/platform/http_session.hpp"
+
+namespace zavelo::detail {
+
+struct CurlOrigin;
+
+/// One request on its way: waiting, then on a curl handle, then answered. Apart from `cancel` it is
+/// touched by the loop's thread alone once it was handed to the loop.
+class CurlCall final : public HttpTask, public std::enable_shared_from_this<CurlCall> {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  CurlCall(std::weak_ptr<CurlLoop> loop, HttpRequest request, HttpReplyHandler done);
+
+  void cancel() override;
+
+  /// "https://host:port" as the request spells it, for queueing.
+  [[nodiscard]] std::string_view origin() const noexcept;
+
+  /// Sets the handle up for the request. False when it cannot be sent: the call has ended.
+  bool prepare(void* handle, const CurlHttpOptions& options);
+  /// The transfer ended with this CURLcode. True when a redirect has to be followed: the call wants
+  /// to be prepared again.
+  bool ended(int code);
+  /// Hands over what came of the call.
+  void answerEnded();
+  void answerCancelled();
+  void answerOutOfMemory();
+  [[nodiscard]] bool answered() const noexcept { return !done_; }
+
+  /// Whether nothing has moved for so long. To be asked now and then, with the time of asking.
+  bool idle(Time now, std::chrono::milliseconds limit);
+
+  /// Where the transfers keep the call: its origin's queue, its curl handle and its place while it
+  /// is active.
+  CurlOrigin* queue = nullptr;
+  void* easy = nullptr;
+  std::size_t slot = 0;
+
+ private:
+  void setOptions(const CurlHttpOptions& options);
+  void setCallbacks();
+  bool wantsRedirect();
+  void answer(HttpReply reply) noexcept;
+  void answer(HttpFailure failure);
+
+  const std::weak_ptr<CurlLoop> loop_;
+  HttpRequest request_;
+  HttpReplyHandler done_;
+
+  CurlRequest setup_;
+  CurlReply gathered_;
+  HttpReply reply_;
+  int redirects_ = 0;
+  std::array<char, 256> errorText_{};
+
+  /// Signs of life: connecting, connected, a line, some bytes. None while curl queues the call.
+  std::uint64_t steps_ = 0;
+  std::uint64_t stepsSeen_ = 0;
+  std::int64_t uploadSeen_ = 0;
+  Time lastSign_;
+
+  friend struct CurlCallbacks;
+};
+
+}  // namespace zavelo::detail

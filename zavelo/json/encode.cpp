@@ -72,7 +72,7 @@ class Encoder {
       const bool canBeAbsent = codec.target != nullptr;
       const void* target = canBeAbsent ? targetOf(codec, holder) : holder;
       if (target == nullptr && !writeNull) continue;
-      out_.raw(field.quotedKey);
+      out_.padded(field.quotedKey.data(), field.quotedKeySize());
       if (target == nullptr) {
         null();
       } else if (!this->value(canBeAbsent ? *codec.inner : codec, target)) {

@@ -19,7 +19,9 @@ struct Field {
   std::string_view name;
   std::size_t offset;  ///< of the member in the record, in bytes
   const Codec* codec;
-  std::string quotedKey;  ///< "name": as it is written, quotes and colon included
+  std::string quotedKey;  ///< "name": as it is written, and 8 more bytes that may be read
+
+  [[nodiscard]] std::size_t quotedKeySize() const noexcept { return name.size() + 3; }
 };
 
 /// What becomes of a field without a value when its record is written. (A member that cannot be

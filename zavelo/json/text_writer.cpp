@@ -2,6 +2,7 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "zavelo/base/number_text.hpp"
@@ -18,14 +19,16 @@ constexpr std::uint64_t everyByte(std::uint8_t byte) {
   return 0x0101010101010101u * byte;
 }
 
-/// The high bit of each byte that is below 0x20, a quote, a backslash or not ASCII. (A byte above
-/// one that is marked may be marked wrongly; the slow path looks again.)
-std::uint64_t special(std::uint64_t block) {
+constexpr std::uint64_t highBits = everyByte(0x80);
+
+/// The high bit of each byte that is to be escaped: below 0x20, a quote or a backslash. (One above
+/// a byte that is marked may be marked wrongly; only the lowest counts.)
+std::uint64_t escaped(std::uint64_t block) {
   const auto zeroBytes = [](std::uint64_t word) { return word - everyByte(1); };
   const std::uint64_t control = block - everyByte(0x20);
   const std::uint64_t quote = zeroBytes(block ^ everyByte('"'));
   const std::uint64_t backslash = zeroBytes(block ^ everyByte('\\'));
-  return (control | quote | backslash | block) & everyByte(0x80);
+  return (control | quote | backslash) & ~block & highBits;
 }
 
 char shortEscape(char c) {
@@ -86,6 +89,12 @@ void TextWriter::shrink() {
   end_ = limit_ = nullptr;
 }
 
+void TextWriter::raw(std::string_view text) {
+  reserve(text.size());
+  std::memcpy(end_, text.data(), text.size());
+  end_ += text.size();
+}
+
 void TextWriter::longNumber(std::int64_t value) {
   reserve(numberTextLimit);
   end_ = writeNumberText(end_, value);
@@ -103,28 +112,25 @@ bool TextWriter::quoted(std::string_view text) {
   *out++ = '"';
   const char* in = text.data();
   const char* const end = in + text.size();
-  bool ascii = true;
-  while (in < end) {
-    if (end - in >= 8) {
-      std::uint64_t block;
-      std::memcpy(&block, in, sizeof block);
-      std::memcpy(out, &block, sizeof block);
-      if (special(block) == 0) {
-        in += 8;
-        out += 8;
-        continue;
-      }
-    }
-    const auto count = std::min<std::ptrdiff_t>(8, end - in);
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-      ascii &= static_cast<unsigned char>(in[i]) < 0x80;
-      out = writeEscaped(out, in[i]);
-    }
-    in += count;
+  std::uint64_t seen = 0;
+  while (end - in >= 8) {
+    std::uint64_t block;
+    std::memcpy(&block, in, sizeof block);
+    std::memcpy(out, &block, sizeof block);
+    seen |= block;
+    const std::uint64_t marks = escaped(block);
+    const auto plain = marks == 0 ? 8 : std::countr_zero(marks) / 8;
+    in += plain;
+    out += plain;
+    if (marks != 0) out = writeEscaped(out, *in++);
+  }
+  for (; in < end; ++in) {
+    seen |= static_cast<std::uint64_t>(*in) & 0x80;
+    out = writeEscaped(out, *in);
   }
   *out++ = '"';
   end_ = out;
-  return ascii || simdjson::validate_utf8(text.data(), text.size());
+  return (seen & highBits) == 0 || simdjson::validate_utf8(text.data(), text.size());
 }
 
 }  // namespace zavelo::json::detail

@@ -21,10 +21,14 @@ class TextWriter {
     reserve(1);
     *end_++ = c;
   }
-  void raw(std::string_view text) {
-    reserve(text.size() + blockBytes);
-    copyInBlocks(end_, text.data(), text.size());
-    end_ += text.size();
+  void raw(std::string_view text);
+  /// A short text that is readable for a block behind its end: whole blocks cost less than finding
+  /// out how much is left.
+  void padded(const char* text, std::size_t size) {
+    constexpr std::size_t block = 8;
+    reserve(size + block);
+    for (std::size_t at = 0; at < size; at += block) std::memcpy(end_ + at, text + at, block);
+    end_ += size;
   }
   void number(std::int64_t value) {
     if (value >= 0 && value <= 9) return raw(static_cast<char>('0' + value));
@@ -41,15 +45,6 @@ class TextWriter {
   [[nodiscard]] std::string text() const { return {buffer_.get(), end_}; }
 
  private:
-  static constexpr std::size_t blockBytes = 8;
-
-  // Keys are short: whole blocks cost less than finding out how much is left.
-  static void copyInBlocks(char* to, const char* from, std::size_t size) noexcept {
-    std::size_t at = 0;
-    for (; at + blockBytes <= size; at += blockBytes) std::memcpy(to + at, from + at, blockBytes);
-    for (; at < size; ++at) to[at] = from[at];
-  }
-
   void longNumber(std::int64_t value);
   void reserve(std::size_t bytes) {
     if (static_cast<std::size_t>(limit_ - end_) < bytes) grow(bytes);

@@ -2,8 +2,36 @@
 
 /// ZaveloCore: the core library of a live-streaming SDK.
 ///
-///     ZaveloSDK::shared().initWith(ZVEnvironment::custom({"https://api.example"}), true);
-///     auto queue = std::make_shared<MainQueue>();           // completions arrive here
-///     ...
+///     zavelo::ZaveloSDK::shared().initWith(
+///         zavelo::ZVEnvironment::custom({"https://api.example"}), /*enableLog=*/true);
 ///
+///     const auto& queue = zavelo::MainQueue::shared();   // completions arrive here
+///     zavelo::ZaveloSDK::shared().userService()->loginGuest(
+///         "device-1", [&](zavelo::ZVAPIResult<std::shared_ptr<zavelo::ZVUser>> result) {
+///           if (result.isOk())
+///             std::cout << "guest " << result.data()->guestId.value_or(0) << "\n";
+///           else
+///             std::cout << result.error().description << "\n";
+///           queue->stop();
+///         });
+///     queue->run();                                      // or poll(), or setExecutor(f)
+
+#include "zavelo/api/api.hpp"
+#include "zavelo/api/api_error.hpp"
+#include "zavelo/api/api_request.hpp"
+#include "zavelo/api/api_result.hpp"
+#include "zavelo/api/api_service.hpp"
+#include "zavelo/core/color.hpp"
+#include "zavelo/core/environment.hpp"
+#include "zavelo/core/error.hpp"
+#include "zavelo/core/log.hpp"
+#include "zavelo/core/notifications.hpp"
+#include "zavelo/core/random_item.hpp"
 #include "zavelo/core/sdk.hpp"
+#include "zavelo/core/timestamp.hpp"
+#include "zavelo/core/version.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/models/user.hpp"
+#include "zavelo/platform/main_queue.hpp"
+#include "zavelo/platform/platform.hpp"
+#include "zavelo/services/user_service.hpp"

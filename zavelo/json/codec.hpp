@@ -41,7 +41,7 @@ struct Codec {
     value,      ///< json::Value: anything
     list,       ///< std::vector
     record,     ///< a struct with a field list
-    reference,  ///< std::shared_ptr to a record; null is absent
+    reference,  ///< std::shared_ptr to a record; null is absent in a member, and nowhere else
     optional,   ///< std::optional; null is absent
   };
 

@@ -64,10 +64,11 @@ class Decoder {
       case Codec::Kind::record:
         return record(at, codec.record(), out);
       case Codec::Kind::reference:
+        return value(at, *codec.inner, codec.make(out));
       case Codec::Kind::optional:
         break;
     }
-    return holder(at, codec, out);
+    return orAbsent(at, codec, out);
   }
 
   Place fail(std::string reason) {
@@ -147,8 +148,8 @@ class Decoder {
     return fail("unknown code " + std::to_string(raw));
   }
 
-  /// A member that can be absent: null is absent.
-  Place holder(Place at, const Codec& codec, void* out) {
+  /// What can be absent, as it is when null stands there.
+  Place orAbsent(Place at, const Codec& codec, void* out) {
     if (tokens_.first(at) != 'n') return value(at, *codec.inner, codec.make(out));
     codec.clear(out);
     return null(at);
@@ -236,8 +237,9 @@ class Decoder {
   /// The common members without an indirection; the others as their codec says.
   Place member(Place at, const Field& field, void* out) {
     const Codec& codec = *field.codec;
-    if (codec.kind != Codec::Kind::optional || tokens_.first(at) == 'n')
-      return value(at, codec, out);
+    if (codec.target == nullptr) return value(at, codec, out);
+    if (codec.kind == Codec::Kind::reference || tokens_.first(at) == 'n')
+      return orAbsent(at, codec, out);
     switch (codec.inner->kind) {
       case Codec::Kind::integer:
         return integer(at, static_cast<std::optional<std::int64_t>*>(out)->emplace());

@@ -3,7 +3,10 @@
 namespace zavelo::json {
 
 std::string Error::text() const {
-  return path.empty() ? reason : path + ": " + reason;
+  constexpr std::size_t shown = 160;  // nobody reads more of a path
+  if (path.empty()) return reason;
+  if (path.size() <= shown) return path + ": " + reason;
+  return path.substr(0, shown / 2) + "..." + path.substr(path.size() - shown / 2) + ": " + reason;
 }
 
 void Error::prepend(std::string_view key) {

@@ -173,6 +173,12 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
   std::thread timer_;
 };
 
+// Never destroyed: closures may be posted while the process exits.
+const std::shared_ptr<MainQueue>& MainQueue::shared() {
+  static auto& instance = *new std::shared_ptr<MainQueue>(std::make_shared<MainQueue>());
+  return instance;
+}
+
 MainQueue::MainQueue() : impl_(std::make_shared<Impl>()) {}
 
 MainQueue::~MainQueue() {

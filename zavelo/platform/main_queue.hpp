@@ -18,6 +18,9 @@ class ZAVELO_EXPORT MainQueue final : public Queue {
  public:
   using Executor = std::function<void(QueueTask)>;
 
+  /// The queue of an app that brings none of its own: ZVPlatform's default.
+  [[nodiscard]] static const std::shared_ptr<MainQueue>& shared();
+
   MainQueue();
   /// Closures that have not run are destroyed.
   ~MainQueue() override;

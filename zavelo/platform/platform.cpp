@@ -27,14 +27,14 @@ Shared& shared() {
 }
 
 /// The part that the host supplied or, from its first use on, the default.
-template <class Default, class Interface, class... Args>
+template <class Interface, class MakeDefault>
 const std::shared_ptr<Interface>& part(std::shared_ptr<Interface> ZVPlatform::*member,
-                                       Args... args) {
+                                       const MakeDefault& makeDefault) {
   Shared& platform = shared();
   const std::lock_guard lock(platform.mutex);
   platform.settled = true;
   auto& slot = platform.parts.*member;
-  if (!slot) slot = std::make_shared<Default>(args()...);
+  if (!slot) slot = makeDefault();
   return slot;
 }
 
@@ -59,36 +59,38 @@ bool ZVPlatform::install(ZVPlatform platform) {
 namespace platform {
 
 const std::shared_ptr<HttpSession>& httpSession() {
-  return part<CurlHttpSession>(&ZVPlatform::httpSession);
+  return part(&ZVPlatform::httpSession, [] { return std::make_shared<CurlHttpSession>(); });
 }
 
 const std::shared_ptr<Queue>& mainQueue() {
-  return part<MainQueue>(&ZVPlatform::mainQueue);
+  return part(&ZVPlatform::mainQueue, &MainQueue::shared);
 }
 
 const std::shared_ptr<Queue>& backgroundQueue() {
-  return part<BackgroundQueue>(&ZVPlatform::backgroundQueue);
+  return part(&ZVPlatform::backgroundQueue, [] { return std::make_shared<BackgroundQueue>(); });
 }
 
 const std::shared_ptr<KeyValueStore>& store() {
-  return part<SqliteKeyValueStore>(&ZVPlatform::store, &SqliteKeyValueStore::defaultFile,
-                                   &reportSetAside);
+  return part(&ZVPlatform::store, [] {
+    return std::make_shared<SqliteKeyValueStore>(SqliteKeyValueStore::defaultFile(),
+                                                 reportSetAside());
+  });
 }
 
 const std::shared_ptr<NotificationCentre>& notifications() {
-  return part<NotificationCentre>(&ZVPlatform::notifications);
+  return part(&ZVPlatform::notifications, [] { return std::make_shared<NotificationCentre>(); });
 }
 
 const std::shared_ptr<JpegEncoder>& jpegEncoder() {
-  return part<TurboJpegEncoder>(&ZVPlatform::jpegEncoder);
+  return part(&ZVPlatform::jpegEncoder, [] { return std::make_shared<TurboJpegEncoder>(); });
 }
 
 const std::shared_ptr<LogSink>& logSink() {
-  return part<StreamLogSink>(&ZVPlatform::logSink);
+  return part(&ZVPlatform::logSink, [] { return std::make_shared<StreamLogSink>(); });
 }
 
 const std::shared_ptr<Clock>& clock() {
-  return part<SystemClock>(&ZVPlatform::clock);
+  return part(&ZVPlatform::clock, [] { return std::make_shared<SystemClock>(); });
 }
 
 }  // namespace platform

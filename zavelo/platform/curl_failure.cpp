@@ -89,7 +89,6 @@ HttpFailure curlFailure(int code, const std::string& url, long systemError,
     case CURLE_SSL_CONNECT_ERROR:
       return {Kind::unreachable, joined("no secure connection to " + host, detail)};
     case CURLE_URL_MALFORMAT:
-    case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_BAD_FUNCTION_ARGUMENT:
       return {Kind::invalidRequest, joined("cannot send a request to " + host, detail)};
     case CURLE_GOT_NOTHING:

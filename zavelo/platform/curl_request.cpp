@@ -74,6 +74,9 @@ std::optional<std::string> requestProblem(const HttpRequest& request) {
   if (!hasHttpScheme(request.url)) return "the address is neither http nor https";
   if (hasControlCharacter(request.url)) return "the address has a control character";
   if (request.method == ZVHTTPMethod::connect) return "CONNECT asks for no resource";
+  if (request.method == ZVHTTPMethod::head && request.body.index() != 0) {
+    return "a HEAD request has no body";
+  }
   for (const auto& header : request.headers) {
     if (auto problem = headerProblem(header)) return problem;
   }
@@ -105,7 +108,6 @@ bool CurlRequest::apply(void* easy, const HttpRequest& request) {
 
 void CurlRequest::applyMethod(void* easy, const HttpRequest& request) {
   const auto method = request.method;
-  // Before the body, which would otherwise be left out.
   if (method == ZVHTTPMethod::head) curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
   if (sendsBytes(request)) {
     // Without bytes an empty body, announced as such (RFC 9110 section 8.6).

@@ -24,10 +24,15 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file) {
     throw error;
   }
   sqlite3_busy_timeout(handle_, lockWaitMilliseconds);
+  tidyUpOnClose(false);
 }
 
 SqliteDatabase::~SqliteDatabase() {
   sqlite3_close(handle_);
+}
+
+void SqliteDatabase::tidyUpOnClose(bool tidy) {
+  sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, tidy ? 0 : 1, nullptr);
 }
 
 void SqliteDatabase::execute(const char* sql) {

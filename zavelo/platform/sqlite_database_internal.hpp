@@ -20,13 +20,17 @@ struct SqliteError {
   [[nodiscard]] bool damaged() const noexcept;
 };
 
-/// A connection of the calling thread's. Every member throws SqliteError.
+/// A connection for one thread at a time. Every member throws SqliteError.
 class SqliteDatabase {
  public:
   explicit SqliteDatabase(const std::filesystem::path& file);
   ~SqliteDatabase();
   SqliteDatabase(const SqliteDatabase&) = delete;
   SqliteDatabase& operator=(const SqliteDatabase&) = delete;
+
+  /// Whether the connection, when it is the last one, moves the write-ahead log into the file as it
+  /// closes. It does not unless told so: a file that is found damaged must stay as it is.
+  void tidyUpOnClose(bool tidy);
 
   void execute(const char* sql);
   [[nodiscard]] std::int64_t integer(const char* sql);

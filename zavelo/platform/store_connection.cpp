@@ -68,6 +68,7 @@ bool makeReady(SqliteDatabase& database, const std::filesystem::path& file) {
   if (isBlank(database)) create(database);
   checkOwner(database, file.string());
   checkSoundness(database);
+  database.tidyUpOnClose(true);
   useLog(database);
   return true;
 }

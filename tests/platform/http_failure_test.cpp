@@ -1,0 +1,256 @@
+#include <gmock/gmock.h>
+
+#include "tests/support/child_process.hpp"
+#include "tests/support/http_answers.hpp"
+#include "tests/support/loopback_server.hpp"
+#include "tests/support/temporary_folder.hpp"
+#include "zavelo/platform/curl_http_session.hpp"
+
+namespace zavelo {
+namespace {
+
+using std::chrono_literals::operator""ms;
+using test::fetch;
+using test::get;
+using test::HttpAnswers;
+using test::LoopbackServer;
+using test::ReceivedRequest;
+using test::ServerConnection;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using Kind = HttpFailure::Kind;
+
+/// What comes of a request to a server that sends these bytes and then hangs up.
+HttpReply replyTo(const std::string& bytes, std::size_t limit = 1000) {
+  LoopbackServer server([&](const ReceivedRequest&, ServerConnection& connection) {
+    connection.send(bytes);
+    connection.close();
+  });
+  CurlHttpSession session;
+  auto request = get(server.url());
+  request.replyLimit = limit;
+  return fetch(session, request);
+}
+
+void expectFailure(const HttpReply& reply, Kind kind, const std::string& text) {
+  ASSERT_TRUE(reply.failure);
+  EXPECT_EQ(reply.failure->kind, kind) << reply.failure->description;
+  EXPECT_THAT(reply.failure->description, HasSubstr(text));
+}
+
+TEST(CurlHttpFailure, RefusedConnectionNamesTheHostOnly) {
+  CurlHttpSession session;
+  const auto host = "127.0.0.1:" + std::to_string(test::unusedPort());
+  const auto reply = fetch(session, get("http://me:secret@" + host + "/p?token=hidden"));
+  EXPECT_FALSE(reply.status);
+  ASSERT_TRUE(reply.failure);
+  EXPECT_EQ(reply.failure->kind, Kind::unreachable);
+  EXPECT_EQ(reply.failure->description, "cannot connect to " + host + ": Connection refused");
+}
+
+TEST(CurlHttpFailure, UnknownHostIsUnreachable) {
+  CurlHttpSession session;
+  expectFailure(fetch(session, get("http://nowhere.invalid/")), Kind::unreachable,
+                "nowhere.invalid");
+}
+
+TEST(CurlHttpFailure, ConnectionThatEndsBeforeTheAnswerIsBroken) {
+  LoopbackServer server([](const ReceivedRequest& request, ServerConnection& connection) {
+    request.target == "/reset" ? connection.reset() : connection.close();
+  });
+  CurlHttpSession session;
+  for (const auto* path : {"/reset", "/close"}) {
+    const auto reply = fetch(session, get(server.url(path)));
+    expectFailure(reply, Kind::broken, "127.0.0.1");
+    EXPECT_FALSE(reply.status);
+  }
+}
+
+TEST(CurlHttpFailure, CutBodyLeavesTheStatusBesideTheFailure) {
+  for (const auto* response : {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome",
+                               "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nsome"}) {
+    const auto reply = replyTo(response);
+    expectFailure(reply, Kind::broken, "broke");
+    EXPECT_EQ(reply.status, 200);
+  }
+}
+
+TEST(CurlHttpFailure, BytesBehindTheAnnouncedLengthAreNotTheBody) {
+  const auto reply = replyTo("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nsome more than that");
+  EXPECT_FALSE(reply.failure);
+  EXPECT_EQ(reply.body, "some");
+}
+
+TEST(CurlHttpFailure, WhatIsNotHttpOrNotUnpackableIsBroken) {
+  for (const auto* response :
+       {"SSH-2.0-OpenSSH_9.2\r\n", "HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\nx",
+        "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 5\r\n\r\nplain"}) {
+    expectFailure(replyTo(response), Kind::broken, "127.0.0.1");
+  }
+}
+
+TEST(CurlHttpFailure, ReplyLimitHoldsForAnnouncedAndForRealLength) {
+  for (const auto& response :
+       {"HTTP/1.1 200 OK\r\nContent-Length: 64000000\r\n\r\nx" + std::string(),
+        "HTTP/1.1 200 OK\r\n\r\n" + std::string(1001, 'x')}) {
+    const auto reply = replyTo(response);
+    expectFailure(reply, Kind::tooLarge, "1000 bytes");
+    EXPECT_EQ(reply.status, 200);
+  }
+  EXPECT_EQ(replyTo("HTTP/1.1 200 OK\r\n\r\n" + std::string(1000, 'x')).body.size(), 1000U);
+}
+
+TEST(CurlHttpFailure, ReplyLimitHoldsForWhatIsUnpacked) {
+  // 64 MiB of zeros, deflated: stored here as one block repeated by the server.
+  LoopbackServer server([](const ReceivedRequest&, ServerConnection& connection) {
+    connection.send("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n\r\n");
+    connection.send(std::string_view("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10));
+    // A stored block (RFC 1951 section 3.2.4) of 65,535 bytes, not the last one.
+    const std::string block = std::string("\x00\xff\xff\x00\x00", 5) + std::string(65535, '\0');
+    for (int i = 0; i < 1024; ++i) connection.send(block);
+    connection.close();
+  });
+  CurlHttpSession session;
+  expectFailure(fetch(session, get(server.url())), Kind::tooLarge, "33554432 bytes");
+}
+
+TEST(CurlHttpFailure, TimesOutWhereverTheTransferStandsStill) {
+  LoopbackServer server([](const ReceivedRequest& request, ServerConnection& connection) {
+    if (request.target == "/body") connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nx");
+    connection.hold();
+  });
+  CurlHttpSession session({.idleTimeout = 100ms, .certificateAuthorities = {}});
+  const auto plain = server.url().substr(4);
+  // The last one waits for a TLS greeting that does not come.
+  for (const auto& url : {server.url("/answer"), server.url("/body"), "https" + plain}) {
+    const auto reply = fetch(session, get(url));
+    expectFailure(reply, Kind::timedOut, "127.0.0.1");
+    EXPECT_EQ(reply.status.has_value(), url == server.url("/body"));
+  }
+}
+
+TEST(CurlHttpFailure, WaitingForAConnectionIsNotStandingStill) {
+  std::atomic<int> served{0};
+  LoopbackServer server([&](const ReceivedRequest&, ServerConnection& connection) {
+    // Each of the few connections works for several time-outs, always with something to show.
+    connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n");
+    for (int i = 0; i < 10; ++i) {
+      std::this_thread::sleep_for(20ms);
+      connection.send("x");
+    }
+    ++served;
+  });
+  CurlHttpSession session({.idleTimeout = 100ms, .certificateAuthorities = {}});
+  HttpAnswers answers;
+  for (int i = 0; i < 24; ++i) session.send(get(server.url()), answers.handler());
+  for (const auto& reply : answers.take(24)) {
+    EXPECT_FALSE(reply.failure) << reply.failure->description;
+  }
+}
+
+TEST(CurlHttpFailure, MalformedRequestsAreNotSent) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(200, ""); });
+  CurlHttpSession session;
+  for (const auto& url : std::vector<std::string>{"", "nonsense", "ftp://127.0.0.1/", "http://",
+                                                  "http://a b/", "http://[::1/", "http://h:x/",
+                                                  server.url("/a\r\nb"), server.url("/\0x")}) {
+    if (url == server.url("/")) continue;
+    expectFailure(fetch(session, get(url)), Kind::invalidRequest, "");
+  }
+  for (const auto& header : std::vector<HttpHeader>{
+           {"X", "a\r\nX-Evil: 1"}, {"X-A\r\nB", "1"}, {"", "1"}, {"Content-Length", "9"}}) {
+    auto request = get(server.url());
+    request.headers = {header};
+    expectFailure(fetch(session, request), Kind::invalidRequest, "header");
+  }
+  auto request = get(server.url());
+  request.method = ZVHTTPMethod::head;
+  request.body = "bytes";
+  expectFailure(fetch(session, request), Kind::invalidRequest, "HEAD");
+  request.method = ZVHTTPMethod::post;
+  request.body = std::vector<HttpFormPart>{{"a", "b", "", "text/plain\r\nX-Evil: 1"}};
+  expectFailure(fetch(session, request), Kind::invalidRequest, "form part");
+  EXPECT_THAT(server.requests(), testing::IsEmpty());
+}
+
+TEST(CurlHttpFailure, CancelEndsACallOnce) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.hold(); });
+  HttpAnswers answers;
+  {
+    CurlHttpSession session;
+    session.send(get(server.url()), answers.handler())->cancel();
+    const auto task = session.send(get(server.url()), answers.handler());
+    server.waitForRequests(1);
+    task->cancel();
+    task->cancel();
+    for (const auto& reply : answers.take(2)) {
+      expectFailure(reply, Kind::cancelled, "127.0.0.1");
+    }
+    task->cancel();
+  }
+  EXPECT_EQ(answers.count(), 0U);
+}
+
+TEST(CurlHttpFailure, DestroyingTheSessionAnswersAThousandCallsOnce) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.hold(); });
+  HttpAnswers answers;
+  std::shared_ptr<HttpTask> task;
+  {
+    CurlHttpSession session;
+    for (int i = 0; i < 1000; ++i) task = session.send(get(server.url()), answers.handler());
+    server.waitForRequests(1);
+  }
+  EXPECT_EQ(answers.count(), 1000U);
+  for (const auto& reply : answers.take(1000)) {
+    EXPECT_EQ(reply.failure->kind, Kind::cancelled);
+  }
+  task->cancel();
+  EXPECT_EQ(answers.count(), 0U);
+}
+
+TEST(CurlHttpFailure, ProcessMayExitWithCallsInFlight) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.hold(); });
+  for (const auto* mode : {"exit-in-flight", "exit-in-handler"}) {
+    test::ChildProcess child({ZAVELO_TEST_CHILD, mode, server.url()});
+    EXPECT_EQ(child.readLine(), "20 answered, then 1 more") << mode;
+    EXPECT_EQ(child.wait(), 0) << mode;
+  }
+}
+
+TEST(CurlHttpTls, TrustsOnlyCertificatesOfItsAuthoritiesForTheHost) {
+  const test::CertificateAuthority authority;
+  const test::CertificateAuthority stranger("Stranger");
+  const test::TemporaryFolder folder;
+  authority.writePem(folder / "authority.pem");
+  CurlHttpSession session(
+      {.idleTimeout = 60'000ms, .certificateAuthorities = (folder / "authority.pem").string()});
+  const auto serve = [](const ReceivedRequest&, ServerConnection& connection) {
+    connection.reply(200, "safe");
+  };
+
+  LoopbackServer trusted(authority.issue("IP:127.0.0.1"), serve);
+  EXPECT_EQ(fetch(session, get(trusted.url())).body, "safe");
+
+  LoopbackServer elsewhere(authority.issue("DNS:elsewhere.test"), serve);
+  expectFailure(fetch(session, get(elsewhere.url())), Kind::untrusted, "not trusted");
+  LoopbackServer strange(stranger.issue("IP:127.0.0.1"), serve);
+  expectFailure(fetch(session, get(strange.url())), Kind::untrusted, "not trusted");
+  CurlHttpSession ordinary;
+  expectFailure(fetch(ordinary, get(trusted.url())), Kind::untrusted, "not trusted");
+  EXPECT_THAT(strange.requests(), testing::IsEmpty());
+}
+
+TEST(CurlHttpTls, PlainServerBehindHttpsIsUnreachable) {
+  LoopbackServer server([](const ReceivedRequest&, ServerConnection&) {});
+  CurlHttpSession session({.idleTimeout = 200ms, .certificateAuthorities = "/no/such/file.pem"});
+  expectFailure(fetch(session, get("https" + server.url().substr(4))), Kind::untrusted,
+                "/no/such/file.pem");
+}
+
+}  // namespace
+}  // namespace zavelo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zavelo::test {
+
+/// A program that the test runs beside itself. It is killed when the object goes.
+class ChildProcess {
+ public:
+  /// `arguments` begin with the program. With `user` it runs under that user id.
+  explicit ChildProcess(std::vector<std::string> arguments, std::optional<uid_t> user = {});
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  /// The next line of the child's standard output, without its line break; empty at the end.
+  [[nodiscard]] std::string readLine();
+  void kill();
+  /// The exit status, or minus the signal that ended it.
+  int wait();
+
+ private:
+  pid_t process_ = -1;
+  int output_ = -1;
+};
+
+}  // namespace zavelo::test

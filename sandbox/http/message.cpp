@@ -1,0 +1,30 @@
+#include "sandbox/http/message.hpp"
+
+#include <algorithm>
+
+namespace zavelo::sandbox {
+namespace {
+
+constexpr char lower(char c) noexcept {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+}  // namespace
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) noexcept {
+  return std::ranges::equal(a, b, [](char x, char y) { return lower(x) == lower(y); });
+}
+
+std::string_view Request::header(std::string_view name) const noexcept {
+  for (const auto& [key, value] : headers) {
+    if (equalIgnoringCase(key, name)) return value;
+  }
+  return {};
+}
+
+bool Request::isForm() const noexcept {
+  constexpr std::string_view wanted = "multipart/form-data";
+  return equalIgnoringCase(header("Content-Type").substr(0, wanted.size()), wanted);
+}
+
+}  // namespace zavelo::sandbox

@@ -12,12 +12,12 @@
 namespace zavelo::sandbox {
 
 struct SandboxOptions {
-  std::uint16_t port = 8080;    ///< 0: any free one
-  std::filesystem::path state;  ///< a file that is made where there is none; empty: memory only
+  std::uint16_t port = 8080;      ///< 0: any free one
+  std::filesystem::path state{};  ///< a file that is made where there is none; empty: memory only
   std::chrono::seconds accessTokenLifetime = std::chrono::hours(1);
   std::chrono::seconds refreshTokenLifetime = std::chrono::days(30);
   std::chrono::seconds refreshGrace{30};  ///< how long a traded refresh token is still answered
-  std::shared_ptr<const Clock> clock;     ///< null: the device's own
+  std::shared_ptr<const Clock> clock{};   ///< null: the device's own
 };
 
 /// A local backend: every "/api/users/…" operation with real state, and faults on demand. It

@@ -168,7 +168,7 @@ Result<Arguments, std::vector<Problem>> checkParameters(std::span<const Paramete
     return Failure{
         std::vector{bodyProblem("Parameters belong into the body, not into the address")}};
   }
-  if (request.isForm()) {
+  if (request.isForm) {
     if (std::ranges::find(parameters, Parameter::Kind::jpeg, &Parameter::kind) ==
         parameters.end()) {
       return Failure{std::vector{bodyProblem("\"Content-Type\": expected application/json")}};

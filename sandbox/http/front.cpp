@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <exception>
@@ -58,6 +59,7 @@ Request requestFrom(const httplib::Request& received) {
   if (const auto mark = received.target.find('?'); mark != std::string::npos) {
     request.query = received.target.substr(mark + 1);
   }
+  request.isForm = received.is_multipart_form_data();
   request.headers.assign(received.headers.begin(), received.headers.end());
   return request;
 }
@@ -70,6 +72,9 @@ class Front::Server final : public httplib::Server {
  public:
   explicit Server(Service& service) : service_(service) {
     set_payload_max_length(bodyLimit);
+    // What its Keep-Alive header promises.
+    set_keep_alive_timeout(idlePatience.count() / 1000);
+    set_keep_alive_max_count(1'000'000);
     set_pre_routing_handler([this](const auto& received, auto& sent) {
       return beforeBody(received, sent) ? HandlerResponse::Handled : HandlerResponse::Unhandled;
     });
@@ -83,7 +88,7 @@ class Front::Server final : public httplib::Server {
     set_error_handler([this](const httplib::Request&, httplib::Response& sent) {
       if (!sent.body.empty()) return;
       current->closeAfterResponse();
-      reject(sent, sent.status, sent.status == 414 ? "The address is too long" : "Bad request");
+      reject(sent, sent.status, "This is not a sound request");
     });
   }
 
@@ -130,7 +135,7 @@ class Front::Server final : public httplib::Server {
     std::size_t size = 0;
     const auto fits = [&size](std::size_t more) { return (size += more) <= bodyLimit; };
     const bool sound =
-        request.isForm()
+        request.isForm
             ? body(
                   [&](const httplib::MultipartFormData& part) {
                     request.form.push_back({part.name, part.filename, part.content_type, {}});
@@ -149,7 +154,7 @@ class Front::Server final : public httplib::Server {
     if (sent.status == 413 || size > bodyLimit) {
       return reject(sent, 413, "The body is larger than 10 MB");
     }
-    reject(sent, 400, request.isForm() ? "The body is not a sound form" : "The body was cut short");
+    reject(sent, 400, request.isForm ? "The body is not a sound form" : "The body was cut short");
   }
 
   void answer(const Request& request, httplib::Response& sent) {

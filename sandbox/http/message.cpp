@@ -22,9 +22,4 @@ std::string_view Request::header(std::string_view name) const noexcept {
   return {};
 }
 
-bool Request::isForm() const noexcept {
-  constexpr std::string_view wanted = "multipart/form-data";
-  return equalIgnoringCase(header("Content-Type").substr(0, wanted.size()), wanted);
-}
-
 }  // namespace zavelo::sandbox

@@ -23,13 +23,12 @@ struct Request {
   std::string path;     ///< percent-decoded
   std::string query{};  ///< what stands behind "?", as it was sent
   Headers headers{};
+  bool isForm = false;           ///< the body was declared as multipart/form-data
   std::string body{};            ///< empty when it was a form
   std::vector<FormPart> form{};  ///< in the order in which the parts were sent
 
   /// The first header of that name, in any case; empty when there is none.
   [[nodiscard]] std::string_view header(std::string_view name) const noexcept;
-  /// Whether the body was declared as multipart/form-data.
-  [[nodiscard]] bool isForm() const noexcept;
 };
 
 /// How much of a response reaches the client.

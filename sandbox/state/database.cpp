@@ -208,7 +208,11 @@ Result<std::unique_ptr<Database>, std::string> Database::open(const std::filesys
   } catch (const DatabaseError& error) {
     return Failure{where + complaintOf(error)};
   }
-  if (!file.empty()) ::chmod(name.c_str(), 0600);
+  // Now that it is known to be a sandbox's.
+  if (!file.empty()) {
+    ::chmod(name.c_str(), 0600);
+    ::chmod((name + "-wal").c_str(), 0600);
+  }
   return database;
 }
 

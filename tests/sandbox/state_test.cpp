@@ -90,6 +90,8 @@ TEST_F(StateTest, AcknowledgedMembersSurviveAKilledProcess) {
 }
 
 TEST_F(StateTest, FileIsTheOwnersAlone) {
+  { const Backend backend({.state = file}); }
+  fs::permissions(file, fs::perms::all);
   const Backend backend({.state = file});
   (void)backend.join("ann");
   for (const auto& entry : fs::directory_iterator(folder)) {

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace zavelo::sandbox {
+
+[[nodiscard]] bool isUtf8(std::string_view text) noexcept;
+
+/// Code points in sound UTF-8.
+[[nodiscard]] std::size_t characterCount(std::string_view text) noexcept;
+
+/// The start of sound UTF-8, at most that many code points.
+[[nodiscard]] std::string_view firstCharacters(std::string_view text, std::size_t most) noexcept;
+
+/// What sound UTF-8 is compared by when case does not matter: normalised and case-folded
+/// (NFKC_Casefold, Unicode Standard section 5.18).
+[[nodiscard]] std::string caseFolded(std::string_view text);
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "sandbox/api/endpoint.hpp"
+#include "sandbox/control/faults.hpp"
+#include "sandbox/state/database.hpp"
+#include "sandbox/users/sessions.hpp"
+
+namespace zavelo::sandbox {
+
+/// What the endpoints that steer the sandbox itself work with. Outlives them.
+struct ControlRoom {
+  Database& database;
+  const Sessions& sessions;
+  FaultDesk& faults;
+  std::function<bool(std::string_view path)> serves;  ///< whether there is such an endpoint
+};
+
+/// Health, faults on demand, and actions that an administrator or another device would cause.
+[[nodiscard]] std::vector<Endpoint> controlEndpoints(ControlRoom& room);
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zavelo::sandbox {
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+/// One part of a multipart/form-data body (RFC 7578).
+struct FormPart {
+  std::string name;
+  std::string fileName;     ///< empty for a plain field
+  std::string contentType;  ///< empty when the part does not say
+  std::string content;
+};
+
+/// What a client sent, read whole.
+struct Request {
+  std::string method;
+  std::string path;     ///< percent-decoded
+  std::string query{};  ///< what stands behind "?", as it was sent
+  Headers headers{};
+  bool isForm = false;           ///< the body was declared as multipart/form-data
+  std::string body{};            ///< empty when it was a form
+  std::vector<FormPart> form{};  ///< in the order in which the parts were sent
+
+  /// The first header of that name, in any case; empty when there is none.
+  [[nodiscard]] std::string_view header(std::string_view name) const noexcept;
+};
+
+/// How much of a response reaches the client.
+enum class Delivery {
+  whole,
+  cutMidBody,  ///< the connection closes after half of the announced body
+  none,        ///< the connection closes without a byte
+};
+
+struct Response {
+  int status = 200;
+  std::string contentType{};
+  std::string body{};
+  Headers headers{};
+  Delivery delivery = Delivery::whole;
+};
+
+/// What stands behind the HTTP front. Called on many threads at once.
+class Service {
+ public:
+  virtual ~Service() = default;
+  [[nodiscard]] virtual Response answer(const Request& request) = 0;
+  /// The response to what never became a request, or whose answer failed.
+  [[nodiscard]] virtual Response reject(int status, std::string_view reason) = 0;
+};
+
+/// ASCII letters only, as in header names and host names.
+[[nodiscard]] bool equalIgnoringCase(std::string_view a, std::string_view b) noexcept;
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,91 @@
+#include "sandbox/sandbox.hpp"
+
+#include <sodium.h>
+
+#include <exception>
+#include <utility>
+
+#include "sandbox/api/router.hpp"
+#include "sandbox/control/control_endpoints.hpp"
+#include "sandbox/control/faults.hpp"
+#include "sandbox/http/connection.hpp"
+#include "sandbox/http/front.hpp"
+#include "sandbox/http/listener.hpp"
+#include "sandbox/state/database.hpp"
+#include "sandbox/users/sessions.hpp"
+#include "sandbox/users/throttle.hpp"
+#include "sandbox/users/user_endpoints.hpp"
+
+namespace zavelo::sandbox {
+
+/// The one place where the parts meet. In the order of their dependence.
+struct Sandbox::Parts {
+  Parts(const SandboxOptions& options, std::unique_ptr<Listener> bound,
+        std::unique_ptr<Database> opened)
+      : url("http://127.0.0.1:" + std::to_string(bound->port())),
+        database(std::move(opened)),
+        sessions(options.clock ? options.clock : std::make_shared<SystemClock>(),
+                 {options.accessTokenLifetime, options.refreshTokenLifetime, options.refreshGrace}),
+        listener(std::move(bound)) {
+    router.add(signInEndpoints(userRoom));
+    router.add(profileEndpoints(userRoom));
+    router.add(controlEndpoints(controlRoom));
+    router.wrap([this](const Request& request, const Router::Proceed& proceed) {
+      return faults.around(request, proceed);
+    });
+  }
+
+  Result<Identity, Problem> identify(std::string_view accessToken) {
+    return database->transact(
+        [&](Transaction& transaction) { return sessions.identify(transaction, accessToken); });
+  }
+
+  std::string url;
+  std::unique_ptr<Database> database;
+  Sessions sessions;
+  Throttle throttle;
+  FaultDesk faults;
+  Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
+  UserRoom userRoom{*database, sessions, throttle, url};
+  ControlRoom controlRoom{*database, sessions, faults,
+                          [this](std::string_view path) { return router.serves(path); }};
+  Front front{router};
+  std::unique_ptr<Listener> listener;
+};
+
+Sandbox::Sandbox(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
+
+Sandbox::~Sandbox() {
+  stop();
+}
+
+Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOptions& options) {
+  try {
+    if (sodium_init() < 0) return Failure{std::string("no random numbers are to be had")};
+    auto listener = Listener::bind(options.port);
+    if (!listener) return Failure{std::move(listener).error()};
+    auto database = Database::open(options.state);
+    if (!database) return Failure{std::move(database).error()};
+    auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database));
+    Front& front = parts->front;
+    parts->listener->run([&front](Connection& connection) { front.serve(connection); });
+    return std::unique_ptr<Sandbox>(new Sandbox(std::move(parts)));
+  } catch (const std::exception& error) {
+    return Failure{std::string("the sandbox cannot start: ") + error.what()};
+  }
+}
+
+std::uint16_t Sandbox::port() const noexcept {
+  return parts_->listener->port();
+}
+
+const std::string& Sandbox::url() const noexcept {
+  return parts_->url;
+}
+
+void Sandbox::stop() {
+  parts_->faults.stop();
+  parts_->listener->stop();
+}
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,219 @@
+#include "sandbox/state/database.hpp"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "sandbox/state/schema.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+struct Finalize {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
+
+[[noreturn]] void raise(sqlite3* handle) {
+  throw DatabaseError(std::string("database: ") + sqlite3_errmsg(handle), sqlite3_errcode(handle));
+}
+
+int bindCell(sqlite3_stmt* statement, int place, const Cell& cell) {
+  struct Binder {
+    sqlite3_stmt* statement;
+    int place;
+    int operator()(std::monostate) const { return sqlite3_bind_null(statement, place); }
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, place, value); }
+    int operator()(double value) const { return sqlite3_bind_double(statement, place, value); }
+    // Static: the arguments outlive the statement's run.
+    int operator()(const std::string& text) const {
+      return sqlite3_bind_text64(statement, place, text.data(), text.size(), SQLITE_STATIC,
+                                 SQLITE_UTF8);
+    }
+    int operator()(const Blob& blob) const {
+      return sqlite3_bind_blob64(statement, place, blob.bytes.data(), blob.bytes.size(),
+                                 SQLITE_STATIC);
+    }
+  };
+  return std::visit(Binder{statement, place}, cell);
+}
+
+Cell readCell(sqlite3_stmt* statement, int column) {
+  const auto bytes = [&](const void* data) {
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(statement, column));
+    return data == nullptr ? std::string() : std::string(static_cast<const char*>(data), size);
+  };
+  switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_INTEGER:
+      return sqlite3_column_int64(statement, column);
+    case SQLITE_FLOAT:
+      return sqlite3_column_double(statement, column);
+    case SQLITE_TEXT:
+      return bytes(sqlite3_column_text(statement, column));
+    case SQLITE_BLOB:
+      return Blob{bytes(sqlite3_column_blob(statement, column))};
+    default:
+      return Cell{};
+  }
+}
+
+/// No value when the path can be opened as a state file; else why not. A file that exists is not
+/// opened: closing it again would give up the locks that this process may hold on it (fcntl(2)).
+std::optional<std::string> prepareFile(const std::filesystem::path& file) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return "it is a folder";
+    if (!S_ISREG(status.st_mode)) return "it is not a file";
+    if (::access(file.c_str(), R_OK | W_OK) == 0) return {};
+  } else if (errno == ENOENT) {
+    const int made = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (made >= 0) {
+      ::close(made);
+      return {};
+    }
+  }
+  return std::generic_category().message(errno);
+}
+
+std::string complaintOf(const DatabaseError& error) {
+  switch (error.code()) {
+    case SQLITE_NOTADB:
+      return "it is damaged or no database";
+    case SQLITE_CORRUPT:
+      return "it is damaged";
+    case SQLITE_BUSY:
+      return "another sandbox uses it";
+    default:
+      return error.what();
+  }
+}
+
+}  // namespace
+
+struct Database::Statements {
+  std::map<std::string, Statement, std::less<>> bySql;
+};
+
+std::vector<Row> Transaction::execute(std::string_view sql, std::span<const Cell> arguments) {
+  sqlite3* handle = database_.handle_;
+  auto& known = database_.statements_->bySql;
+  auto found = known.find(sql);
+  if (found == known.end()) {
+    sqlite3_stmt* made = nullptr;
+    if (sqlite3_prepare_v2(handle, sql.data(), static_cast<int>(sql.size()), &made, nullptr) !=
+        SQLITE_OK) {
+      raise(handle);
+    }
+    found = known.emplace(std::string(sql), made).first;
+  }
+  sqlite3_stmt* statement = found->second.get();
+  const auto reset = [](sqlite3_stmt* used) {
+    sqlite3_reset(used);
+    sqlite3_clear_bindings(used);
+  };
+  const std::unique_ptr<sqlite3_stmt, decltype(reset)> use(statement, reset);
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    if (bindCell(statement, static_cast<int>(i) + 1, arguments[i]) != SQLITE_OK) raise(handle);
+  }
+  std::vector<Row> rows;
+  int step = SQLITE_ROW;
+  while ((step = sqlite3_step(statement)) == SQLITE_ROW) {
+    std::vector<Cell> cells;
+    for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+      cells.push_back(readCell(statement, i));
+    }
+    rows.emplace_back(std::move(cells));
+  }
+  if (step != SQLITE_DONE) raise(handle);
+  return rows;
+}
+
+std::int64_t Transaction::lastId() const {
+  return sqlite3_last_insert_rowid(database_.handle_);
+}
+
+std::int64_t Transaction::changes() const {
+  return sqlite3_changes64(database_.handle_);
+}
+
+Database::Database(sqlite3* handle)
+    : handle_(handle), statements_(std::make_unique<Statements>()) {}
+
+Database::~Database() {
+  statements_.reset();
+  sqlite3_close(handle_);
+}
+
+void Database::script(const char* sql) {
+  if (sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr) != SQLITE_OK) raise(handle_);
+}
+
+void Database::Rollback::commit() {
+  database.script("COMMIT");
+  done = true;
+}
+
+Database::Rollback::~Rollback() {
+  if (!done && sqlite3_get_autocommit(database.handle_) == 0) {
+    sqlite3_exec(database.handle_, "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+}
+
+/// Makes an empty database the sandbox's, and refuses any other that is not, unchanged.
+void Database::adopt() {
+  // Exclusive: a second sandbox on the file is told so instead of mixing its sessions in.
+  script("PRAGMA locking_mode = EXCLUSIVE; PRAGMA foreign_keys = ON");
+  transact([this](Transaction& transaction) {
+    const auto number = [&](std::string_view sql) { return transaction.first(sql)->integer(0); };
+    if (number("SELECT count(*) FROM sqlite_schema") == 0) {
+      script(schema);
+      script(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
+      script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
+    }
+    if (number("PRAGMA application_id") != applicationId) {
+      throw DatabaseError("it is another program's database");
+    }
+    if (number("PRAGMA user_version") != schemaVersion) {
+      throw DatabaseError("it was made by another version of the sandbox");
+    }
+    if (transaction.first("PRAGMA quick_check(1)")->text(0) != "ok") {
+      throw DatabaseError("it is damaged");
+    }
+  });
+  // What was committed is with the system when the process is killed, so "normal" keeps it.
+  script("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+}
+
+Result<std::unique_ptr<Database>, std::string> Database::open(const std::filesystem::path& file) {
+  const std::string where = "cannot use \"" + file.string() + "\" as the state file: ";
+  if (!file.empty()) {
+    if (const auto complaint = prepareFile(file)) return Failure{where + *complaint};
+  }
+  const std::string name = file.empty() ? ":memory:" : std::filesystem::absolute(file).string();
+  sqlite3* handle = nullptr;
+  const int opened =
+      sqlite3_open_v2(name.c_str(), &handle,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  std::unique_ptr<Database> database(new Database(handle));
+  if (opened != SQLITE_OK) return Failure{where + sqlite3_errmsg(handle)};
+  try {
+    database->adopt();
+  } catch (const DatabaseError& error) {
+    return Failure{where + complaintOf(error)};
+  }
+  // Now that it is known to be a sandbox's.
+  if (!file.empty()) {
+    ::chmod(name.c_str(), 0600);
+    ::chmod((name + "-wal").c_str(), 0600);
+  }
+  return database;
+}
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sandbox/state/database.hpp"
+#include "sandbox/state/time.hpp"
+#include "zavelo/models/user.hpp"
+
+namespace zavelo::sandbox {
+
+/// A member as the database has it.
+struct Member {
+  std::int64_t id = 0;
+  std::string zaveloId;
+  std::string userName;  ///< unique, case aside
+  std::string displayName;
+  std::optional<std::string> passwordHash;  ///< none: signs in by zaveloId alone
+  std::string gender;
+  std::string dob;
+  std::string about;
+  std::string image;  ///< address outside the sandbox, for as long as there is no picture
+  std::optional<double> latitude;
+  std::optional<double> longitude;
+  bool banned = false;
+  Time created{};
+  std::optional<std::string> pictureHash;
+};
+
+[[nodiscard]] std::optional<Member> memberById(Transaction& transaction, std::int64_t id);
+[[nodiscard]] std::optional<Member> memberByZaveloId(Transaction& transaction,
+                                                     std::string_view zaveloId);
+[[nodiscard]] std::optional<Member> memberByUserName(Transaction& transaction,
+                                                     std::string_view userName);
+
+/// Up to `limit` members in the order of their ids, all behind `afterId`, whose display name
+/// contains the text, case aside. Banned ones are not found.
+[[nodiscard]] std::vector<Member> searchMembers(Transaction& transaction,
+                                                std::string_view displayName, std::int64_t afterId,
+                                                std::int64_t limit);
+
+/// Adds the member and returns its id, which counts and not the one in the record. Its zaveloId and
+/// userName are free.
+std::int64_t addMember(Transaction& transaction, const Member& member);
+/// Writes what a profile edit or a sign-in changes: display name, gender, dob, about, position.
+void updateMember(Transaction& transaction, const Member& member);
+
+/// Whether the text can be a userName: ASCII letters, digits, ".", "_" and "-".
+[[nodiscard]] bool isUserName(std::string_view text);
+/// A free userName: the wish if it can be had, else a made-up one.
+[[nodiscard]] std::string freeUserName(Transaction& transaction, std::string_view wish);
+
+/// The profile as clients see it. `site` is the address that the picture is served under.
+[[nodiscard]] ZVUserInfo profileOf(const Member& member, const std::string& site);
+
+}  // namespace zavelo::sandbox

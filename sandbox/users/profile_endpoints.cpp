@@ -1,0 +1,94 @@
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "sandbox/users/members.hpp"
+#include "sandbox/users/pictures.hpp"
+#include "sandbox/users/user_endpoints.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+/// The largest integer that JSON carries everywhere (RFC 8259 section 6).
+constexpr double cursorLimit = 9007199254740991.0;
+
+/// `nextId` is the last id of the page: 0 asks for the first page, and asking behind the last one
+/// gives an empty page with the same cursor.
+Response search(UserRoom& room, const Call& call) {
+  const std::int64_t cursor = *call.arguments.integer("nextId");
+  const std::int64_t limit = *call.arguments.integer("limit");
+  auto members = room.database.transact([&](Transaction& transaction) {
+    return searchMembers(transaction, *call.arguments.text("displayName"), cursor, limit + 1);
+  });
+  ZVSearchUser page;
+  page.isEnd = std::ssize(members) <= limit;
+  if (!*page.isEnd) members.pop_back();
+  page.nextId = members.empty() ? cursor : members.back().id;
+  page.result.emplace();
+  for (const auto& member : members) {
+    page.result->push_back(std::make_shared<ZVUserInfo>(profileOf(member, room.site)));
+  }
+  return succeed(page);
+}
+
+Response editProfile(UserRoom& room, const Call& call) {
+  const std::string* picture = call.arguments.file("profile");
+  if (picture != nullptr && !room.throttle.run([&] { return isPicture(*picture); })) {
+    return fail(parameterProblem("profile", "is not a sound JPEG of at most 16 megapixels"));
+  }
+  return room.database.transact([&](Transaction& transaction) {
+    Member member = *memberById(transaction, *call.identity.member);
+    member.displayName = *call.arguments.text("displayName");
+    member.dob = *call.arguments.text("dob");
+    member.gender = *call.arguments.text("gender");
+    member.about = *call.arguments.text("about");
+    updateMember(transaction, member);
+    if (picture != nullptr) keepPicture(transaction, member.id, *picture);
+    ZVEditUser edited;
+    edited.isNewEmail = false;
+    edited.isSendVerificationEmail = false;
+    edited.userInfo =
+        std::make_shared<ZVUserInfo>(profileOf(*memberById(transaction, member.id), room.site));
+    return succeed(edited);
+  });
+}
+
+Response updatePromoCode(UserRoom& room, const Call& call) {
+  return room.database.transact([&](Transaction& transaction) {
+    const auto changed =
+        transaction.run("UPDATE members SET promo_code = ?, promo_description = ? WHERE id = ?",
+                        *call.arguments.text("promoCode"),
+                        *call.arguments.text("promoCodeDescription"), *call.identity.member);
+    return succeed(changed == 1);
+  });
+}
+
+Response servePicture(UserRoom& room, const Call& call) {
+  auto file = room.database.transact([&](Transaction& transaction) {
+    return findPicture(transaction, std::string_view(call.request.path).substr(picturePath.size()));
+  });
+  if (!file) return failWithStatus(404, "There is no such picture");
+  return {.contentType = "image/jpeg",
+          .body = std::move(*file),
+          .headers = {{"Cache-Control", "public, max-age=31536000, immutable"}}};
+}
+
+}  // namespace
+
+std::vector<Endpoint> profileEndpoints(UserRoom& room) {
+  const auto at = handlersIn(room);
+  return {
+      post("/api/users/search", Access::session, at(search),
+           {required(text("displayName", 0, displayNameLimit)),
+            required(integer("nextId", 0, cursorLimit)), required(integer("limit", 1, 100))}),
+      post("/api/users/edit-profile", Access::member, at(editProfile),
+           {required(text("displayName", 1, displayNameLimit)), required(date("dob")),
+            required(text("gender", 0, 30)), required(text("about", 0, 2000)),
+            jpeg("profile", static_cast<double>(pictureBytesLimit))}),
+      post("/api/users/update-promo-code", Access::member, at(updatePromoCode),
+           {required(text("promoCode", 0, 50)), required(text("promoCodeDescription", 0, 500))}),
+      get("/media/profiles/*", at(servePicture)),
+  };
+}
+
+}  // namespace zavelo::sandbox

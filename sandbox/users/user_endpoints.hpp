@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sandbox/api/endpoint.hpp"
+#include "sandbox/state/database.hpp"
+#include "sandbox/users/sessions.hpp"
+#include "sandbox/users/throttle.hpp"
+
+namespace zavelo::sandbox {
+
+/// What the endpoints about users work with. Outlives them.
+struct UserRoom {
+  Database& database;
+  const Sessions& sessions;
+  Throttle& throttle;  ///< for hashing and decoding
+  std::string site;    ///< "http://127.0.0.1:8080"
+};
+
+/// Registration, the three sign-ins, token renewal and signing out.
+[[nodiscard]] std::vector<Endpoint> signInEndpoints(UserRoom& room);
+
+/// Search, profile, pictures and the promo code.
+[[nodiscard]] std::vector<Endpoint> profileEndpoints(UserRoom& room);
+
+/// What a user's text may be.
+inline constexpr double displayNameLimit = 100;
+
+}  // namespace zavelo::sandbox

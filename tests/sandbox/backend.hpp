@@ -1,0 +1,76 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "sandbox/sandbox.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/testing/manual_clock.hpp"
+
+namespace zavelo::sandbox {
+
+/// What came back. Status 0: the connection ended before a whole response.
+struct Answer {
+  int status = 0;
+  std::string body;
+  std::string contentType;
+  json::Value envelope;
+
+  [[nodiscard]] std::int64_t code() const;
+  [[nodiscard]] std::string message() const;
+  /// The value at a dotted path below "data": "userInfo.userId". Null when there is none.
+  [[nodiscard]] json::Value data(std::string_view path = {}) const;
+  [[nodiscard]] std::string text(std::string_view path) const;
+};
+
+/// A running sandbox and ways to call it.
+class Backend {
+ public:
+  explicit Backend(SandboxOptions options = {});
+
+  [[nodiscard]] std::uint16_t port() const { return sandbox->port(); }
+  [[nodiscard]] Answer post(const std::string& path, const json::Object& body = {},
+                            const std::string& token = {}) const;
+  [[nodiscard]] Answer postText(const std::string& path, const std::string& body,
+                                const std::string& contentType = "application/json") const;
+  [[nodiscard]] Answer postForm(const std::string& path,
+                                const std::vector<std::pair<std::string, std::string>>& fields,
+                                const std::string& jpeg, const std::string& token) const;
+  /// Any method, with headers of the test's choice and no body.
+  [[nodiscard]] Answer send(
+      const std::string& method, const std::string& path,
+      const std::vector<std::pair<std::string, std::string>>& headers = {}) const;
+
+  /// Signs a member in by its zaveloId, which an unknown one joins by.
+  [[nodiscard]] Answer join(const std::string& zaveloId, const std::string& device = "d1") const;
+  [[nodiscard]] Answer refresh(const std::string& refreshToken) const;
+
+  std::shared_ptr<testing::ManualClock> clock;
+  std::unique_ptr<Sandbox> sandbox;
+};
+
+[[nodiscard]] Answer postTo(std::uint16_t port, const std::string& path, const json::Object& body);
+
+/// A body that the login endpoint takes.
+[[nodiscard]] json::Object loginBody(const std::string& zaveloId, const std::string& password,
+                                     const std::string& device = "d1");
+
+/// Sends the bytes as they are and reads until the server closes or `upTo` has come.
+[[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes,
+                                   std::string_view upTo = {});
+
+/// A sound JPEG of one colour.
+[[nodiscard]] std::string jpegFile(std::uint32_t width, std::uint32_t height);
+
+MATCHER_P(HasCode, code, "") {
+  *result_listener << "HTTP " << arg.status << " " << arg.body.substr(0, 300);
+  return arg.code() == code;
+}
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include "tests/sandbox/backend.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+struct Case {
+  const char* path;
+  std::string body;
+  std::string message;
+};
+
+TEST(ParametersTest, EveryMistakeIsNamed) {
+  const Backend backend;
+  const std::string login = R"("zaveloId":"a","password":"b","deviceUdid":"c","deviceType":1)";
+  const std::string place = R"(,"latitude":1.5,"longitude":2)";
+  const Case cases[] = {
+      {"/api/users/login", "{" + login + R"(,"latitude":"north","longitude":2})",
+       "\"latitude\": expected number"},
+      {"/api/users/login", "{" + login + R"(,"latitude":91,"longitude":2})",
+       "\"latitude\": must be from -90 to 90"},
+      {"/api/users/login", "{" + login + R"(,"latitude":1})", "\"longitude\": missing"},
+      {"/api/users/login", "{" + login + place + R"(,"udid":1})", "\"udid\": unknown parameter"},
+      {"/api/users/login", "{" + login + place + R"(,"zaveloId":null})",
+       "\"zaveloId\": expected text"},
+      {"/api/users/login", "{" + login + place + R"(,"zaveloId":""})",
+       "\"zaveloId\": must not be empty"},
+      {"/api/users/login", "{" + login + place + R"(,"zaveloId":"a\u0000b"})",
+       "\"zaveloId\": must not contain NUL"},
+      {"/api/users/login", "{" + login + place + R"(,"deviceType":1.5})",
+       "\"deviceType\": expected integer"},
+      {"/api/users/login", "{" + login + place + R"(,"deviceType":true})",
+       "\"deviceType\": expected integer"},
+      {"/api/users/zavelo-register", R"({"zaveloId":"a","deviceType":1})",
+       "\"deviceType\": expected text"},
+      {"/api/users/zavelo-register", R"({"zaveloId":"a","profileImage":"javascript:1"})",
+       "\"profileImage\": expected an http or https address"},
+      {"/api/users/zavelo-register",
+       R"({"zaveloId":"a","displayName":")" + std::string(101, 'x') + "\"}",
+       "\"displayName\": at most 100 characters"},
+      {"/api/users/refresh", "[]", "The body is not a JSON object"},
+      {"/api/users/refresh?refreshToken=a", "{}",
+       "Parameters belong into the body, not into the address"},
+      {"/sandbox/faults", R"({"endpoint":"/api/nothing","fault":"cut"})",
+       R"("endpoint": expected "*" or the path of an endpoint)"},
+      {"/sandbox/faults", R"({"endpoint":"*","fault":"delay"})", "\"milliseconds\": missing"},
+      {"/sandbox/faults", R"({"endpoint":"*","fault":"cut","code":1})",
+       R"("code": belongs to the fault "code")"},
+      {"/sandbox/faults", R"({"endpoint":"*","fault":"cut","count":0})",
+       "\"count\": must be from 1 to 1000000"},
+  };
+  for (const auto& [path, body, message] : cases) {
+    const auto answer = backend.postText(path, body);
+    EXPECT_THAT(answer, HasCode(750)) << path << body;
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.message(), message) << body;
+  }
+}
+
+TEST(ParametersTest, SeveralMistakesAreAllListed) {
+  const Backend backend;
+  const auto answer = backend.postText("/api/users/guest-login", R"({"a":1,"deviceType":"x"})");
+  const auto* details = answer.envelope.as<json::Object>()->find("codeDetails");
+  const json::Array expected{
+      json::Object{{"code", 750}, {"message", "\"a\": unknown parameter"}},
+      json::Object{{"code", 750}, {"message", "\"deviceType\": expected integer"}},
+      json::Object{{"code", 750}, {"message", "\"deviceUdid\": missing"}}};
+  EXPECT_EQ(*details, json::Value(expected));
+  EXPECT_EQ(answer.message(), "\"a\": unknown parameter");
+}
+
+TEST(ParametersTest, BodiesThatAreNoJsonAreRefused) {
+  const Backend backend;
+  const std::string deep = std::string(100'000, '[');
+  for (const auto& body : {std::string("{"), deep, std::string("{\"a\":\"\xff\"}")}) {
+    const auto answer = backend.postText("/api/users/refresh", body);
+    EXPECT_THAT(answer, HasCode(750));
+    EXPECT_THAT(answer.message(), ::testing::StartsWith("The body is not JSON: "));
+  }
+  EXPECT_EQ(backend.postText("/api/users/refresh", "refreshToken=a", "text/plain").message(),
+            "\"Content-Type\": expected application/json");
+  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(1024 * 1024 + 1, ' ')),
+              HasCode(413));
+  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(11 * 1024 * 1024, ' ')),
+              HasCode(413));
+}
+
+TEST(ParametersTest, FormFieldsAreCheckedLikeJson) {
+  const Backend backend;
+  const auto token = backend.join("ann").text("accessToken");
+  const auto send = [&](std::string about, std::string dob) {
+    return backend
+        .postForm("/api/users/edit-profile",
+                  {{"displayName", "A"}, {"dob", dob}, {"gender", ""}, {"about", about}},
+                  jpegFile(2, 2), token)
+        .message();
+  };
+  EXPECT_EQ(send("\xC0\xAF", ""), "\"about\": must be UTF-8");
+  EXPECT_EQ(send("", "1990-02-30"), "\"dob\": expected a date, YYYY-MM-DD, or an empty text");
+  EXPECT_EQ(send("", "1990-2-3"), "\"dob\": expected a date, YYYY-MM-DD, or an empty text");
+  EXPECT_EQ(send("", ""), "");
+}
+
+}  // namespace
+}  // namespace zavelo::sandbox

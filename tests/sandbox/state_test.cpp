@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "tests/sandbox/backend.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+class StateTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (fs::temp_directory_path() / "sandbox-state-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    folder = name;
+    file = folder / "state.db";
+  }
+  void TearDown() override { fs::remove_all(folder); }
+
+  [[nodiscard]] std::string complaintAbout(const fs::path& state) const {
+    const auto started = Sandbox::start({.port = 0, .state = state});
+    return started ? "" : started.error();
+  }
+  void write(std::string_view content) const { std::ofstream(file, std::ios::binary) << content; }
+  [[nodiscard]] std::string content() const {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  fs::path folder;
+  fs::path file;
+};
+
+TEST_F(StateTest, SessionsAndPicturesSurviveARestart) {
+  std::string token;
+  std::string picture;
+  {
+    const Backend backend({.state = file});
+    token = backend.join("ann").text("accessToken");
+    const auto edited =
+        backend.postForm("/api/users/edit-profile",
+                         {{"displayName", "Ann"}, {"dob", ""}, {"gender", ""}, {"about", ""}},
+                         jpegFile(9, 9), token);
+    picture = edited.text("userInfo.userImage").substr(backend.sandbox->url().size());
+  }
+  const Backend backend({.state = file});
+  const auto page = backend.post("/api/users/search",
+                                 {{"displayName", "ann"}, {"nextId", 0}, {"limit", 1}}, token);
+  ASSERT_THAT(page, HasCode(1));
+  EXPECT_EQ(page.data("result").as<json::Array>()->size(), 1U);
+  EXPECT_EQ(backend.send("GET", picture).body, jpegFile(9, 9));
+}
+
+TEST_F(StateTest, AcknowledgedMembersSurviveAKilledProcess) {
+  int pipeEnds[2];
+  ASSERT_EQ(::pipe(pipeEnds), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto started = Sandbox::start({.port = 0, .state = file});
+    const std::uint16_t port = started ? (*started)->port() : 0;
+    if (::write(pipeEnds[1], &port, sizeof port) == sizeof port) ::pause();
+    ::_exit(1);
+  }
+  std::uint16_t port = 0;
+  ASSERT_EQ(::read(pipeEnds[0], &port, sizeof port), static_cast<ssize_t>(sizeof port));
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_THAT(postTo(port, "/api/users/zavelo-register", {{"zaveloId", "m" + std::to_string(i)}}),
+                HasCode(1));
+  }
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  ::close(pipeEnds[0]);
+  ::close(pipeEnds[1]);
+
+  const Backend backend({.state = file});
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_THAT(backend.post("/api/users/zavelo-register", {{"zaveloId", "m" + std::to_string(i)}}),
+                HasCode(750));
+  }
+}
+
+TEST_F(StateTest, FileIsTheOwnersAlone) {
+  { const Backend backend({.state = file}); }
+  fs::permissions(file, fs::perms::all);
+  const Backend backend({.state = file});
+  (void)backend.join("ann");
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    struct stat status {};
+    ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U) << entry.path();
+  }
+}
+
+TEST_F(StateTest, NeitherTokensNorPasswordsStandInTheFile) {
+  std::string token;
+  {
+    const Backend backend({.state = file});
+    token = backend
+                .post("/api/users/zavelo-register",
+                      {{"zaveloId", "ann"}, {"password", "a very secret word"}})
+                .text("accessToken");
+  }
+  EXPECT_EQ(content().find(token), std::string::npos);
+  EXPECT_EQ(content().find("a very secret word"), std::string::npos);
+}
+
+TEST_F(StateTest, FileThatIsNoStateIsRefusedAndLeftAlone) {
+  write("not a database, but long enough to be looked at as one: " + std::string(5000, 'x'));
+  const auto before = content();
+  EXPECT_THAT(complaintAbout(file), HasSubstr("damaged or no database"));
+  EXPECT_EQ(content(), before);
+  EXPECT_THAT(complaintAbout(folder), HasSubstr("it is a folder"));
+  EXPECT_THAT(complaintAbout("/dev/null"), HasSubstr("it is not a file"));
+  EXPECT_THAT(complaintAbout(folder / "none" / "state.db"), HasSubstr("No such file"));
+}
+
+TEST_F(StateTest, AnotherProgramsDatabaseIsRefusedAndLeftAlone) {
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "CREATE TABLE notes (text)", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(other);
+  const auto before = content();
+  EXPECT_THAT(complaintAbout(file), HasSubstr("another program's database"));
+  EXPECT_EQ(content(), before);
+}
+
+TEST_F(StateTest, DamagedStateIsRefused) {
+  {
+    const Backend backend({.state = file});
+    for (int i = 0; i < 50; ++i) (void)backend.join("member" + std::to_string(i));
+  }
+  auto damaged = content();
+  damaged.replace(2 * 4096, 4096, 4096, '\xAB');
+  write(damaged);
+  EXPECT_THAT(complaintAbout(file), HasSubstr("it is damaged"));
+}
+
+TEST_F(StateTest, SecondSandboxOnTheFileIsToldSo) {
+  const Backend backend({.state = file});
+  EXPECT_THAT(complaintAbout(file), HasSubstr("another sandbox uses it"));
+  EXPECT_THAT(backend.join("ann"), HasCode(1));
+}
+
+TEST_F(StateTest, PortInUseIsSaidPlainly) {
+  const Backend backend;
+  const auto second = Sandbox::start({.port = backend.port()});
+  ASSERT_FALSE(second);
+  EXPECT_EQ(second.error(), "port " + std::to_string(backend.port()) + " is in use");
+}
+
+}  // namespace
+}  // namespace zavelo::sandbox

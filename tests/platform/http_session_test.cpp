@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
-#include <optional>
+#include <memory>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/support/http_answers.hpp"
@@ -18,7 +19,6 @@ using test::ReceivedRequest;
 using test::ServerConnection;
 using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
 
 void ok(const ReceivedRequest&, ServerConnection& connection) {
   connection.reply(200, "fine");

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <tuple>
 
 namespace zavelo::test {
 

@@ -19,5 +19,13 @@ install(FILES ${PROJECT_BINARY_DIR}/zaveloConfig.cmake
               ${PROJECT_BINARY_DIR}/zaveloConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
 
-configure_file(cmake/zavelo.pc.in ${PROJECT_BINARY_DIR}/zavelo.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/zavelo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# Relative to the file itself, so that an installation may be moved.
+file(RELATIVE_PATH ZAVELO_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+# A static library leaves its own dependencies to whoever links it.
+if(NOT BUILD_SHARED_LIBS)
+  set(ZAVELO_PC_REQUIRES "libcurl sqlite3 simdjson libjpeg libutf8proc")
+endif()
+foreach(package zavelo zavelo-testing)
+  configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

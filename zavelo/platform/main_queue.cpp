@@ -5,7 +5,7 @@
 #include <thread>
 #include <utility>
 
-#include "zavelo/platform/task_list_internal.hpp"
+#include "zavelo/platform/task_list.hpp"
 
 namespace zavelo {
 

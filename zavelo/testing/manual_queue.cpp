@@ -3,7 +3,7 @@
 #include <mutex>
 #include <utility>
 
-#include "zavelo/platform/task_list_internal.hpp"
+#include "zavelo/platform/task_list.hpp"
 
 namespace zavelo::testing {
 

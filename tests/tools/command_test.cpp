@@ -1,0 +1,135 @@
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+#include "tests/tools/command_fixture.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/platform/jpeg.hpp"
+
+// The command as a process, against a sandbox on real HTTP.
+
+namespace zavelo::command {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST_F(CommandTest, KeepsTheSessionFromOneProcessToTheNext) {
+  registerMember("ann");
+  EXPECT_EQ(run({"user", "is-login"}).output, "false\n");
+  ASSERT_EQ(signIn("ann", "secret").status, 0);
+  const auto session = run({"user", "current-user"});
+  EXPECT_EQ(memberText(jsonLine(session.output), "userName"), "ann");
+  EXPECT_EQ(run({"user", "logout-zavelo"}).output, "true\n");
+  EXPECT_EQ(run({"user", "current-user"}).output, "null\n");
+}
+
+TEST_F(CommandTest, TakesListsRecordsNumbersAndJpegFiles) {
+  registerMember("ann");
+  ASSERT_EQ(signIn("ann", "secret").status, 0);
+  const auto words = run({"user", "save-naughty-words", "--words", "[a,b]", "--words", "--c"});
+  EXPECT_EQ(words.output, "null\n");
+  EXPECT_EQ(run({"user", "naughty-words"}).output, "[\"[a,b]\",\"--c\"]\n");
+
+  const auto jpeg = TurboJpegEncoder().encode({2, 1, std::vector<std::byte>(8)}, 1);
+  std::ofstream(folder_ / "dot.jpeg", std::ios::binary)
+      .write(reinterpret_cast<const char*>(jpeg->data()),
+             static_cast<std::streamsize>(jpeg->size()));
+  const auto edited =
+      run({"user", "edit-profile", "--display-name", "Ann", "--dob", "2000-01-01", "--gender", "",
+           "--about", "-5", "--image", (folder_ / "dot.jpeg").string()});
+  EXPECT_THAT(edited.output, HasSubstr("/media/profiles/")) << edited.error;
+
+  EXPECT_EQ(run({"user", "refresh-token-with", "--token", "{\"accessToken\":\"new\"}"}).status, 0);
+  EXPECT_EQ(memberText(jsonLine(run({"user", "current-user"}).output), "accessToken"), "new");
+  EXPECT_THAT(run({"user", "login-zavelo", "--zavelo-id", "bob", "--display-name", "Bob",
+                   "--latitude", "-5.5"})
+                  .output,
+              HasSubstr("\"displayName\":\"Bob\""));
+}
+
+TEST_F(CommandTest, ReadsOnlyTheFirstLineAsPassword) {
+  registerMember("ann");
+  const auto wrong = signIn("ann", "guess");
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_EQ(wrong.output, "");
+  EXPECT_THAT(wrong.error, StartsWith("error: userNotFound (652): "));
+  EXPECT_EQ(signIn("ann", "secret\nmore").status, 0);
+  const auto nothing = run({"user", "login", "--zavelo-id", "ann", "--password", "-"});
+  EXPECT_EQ(nothing.status, 2);
+  EXPECT_THAT(nothing.error, HasSubstr("--password: the standard input is empty"));
+}
+
+TEST_F(CommandTest, TellsWhyTheBackendEndedTheSession) {
+  registerMember("ann");
+  ASSERT_EQ(signIn("ann", "secret").status, 0);
+  act("ban", "ann");
+  const std::vector<std::string> promote{
+      "user", "update-promo-code", "--promo-code", "A", "--promo-code-description", "B", "--json"};
+  const auto banned = run(promote);
+  EXPECT_EQ(banned.status, 1);
+  const auto line = jsonLine(banned.error);
+  const auto& error = *line.as<json::Object>()->find("error");
+  EXPECT_EQ(memberText(error, "type"), "banned");
+  EXPECT_EQ(*error.as<json::Object>()->find("code"), json::Value(603));
+  EXPECT_EQ(*error.as<json::Object>()->find("notifications"), json::Array{"ZaveloBanned"});
+  EXPECT_EQ(run({"user", "is-login"}).output, "false\n");
+}
+
+TEST_F(CommandTest, WritesTheLogToStandardErrorAndNoSecrets) {
+  registerMember("ann");
+  const auto quiet = signIn("ann", "secret");
+  EXPECT_EQ(quiet.error, "");
+  const auto logged =
+      run({"user", "login", "--zavelo-id", "ann", "--password", "secret", "--log", "simple"});
+  EXPECT_THAT(logged.error, HasSubstr("/api/users/login"));
+  EXPECT_THAT(logged.error, Not(HasSubstr("secret")));
+  EXPECT_THAT(logged.error, Not(HasSubstr(memberText(jsonLine(logged.output), "accessToken"))));
+  const auto full =
+      run({"user", "login", "--zavelo-id", "ann", "--password", "secret", "--log", "full"});
+  EXPECT_THAT(full.error, HasSubstr("\"zaveloId\""));
+}
+
+TEST_F(CommandTest, ReportsABackendThatIsDown) {
+  const std::string url = sandbox_->url();
+  sandbox_->stop();
+  const auto outcome = run({"user", "login-guest"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.error, StartsWith("error: unknown (-2): "));
+}
+
+TEST_F(CommandTest, ReportsAStoreThatCannotKeepTheSession) {
+  const auto outcome = runCommand({"--store", "/", "--json", "user", "is-login"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_THAT(outcome.error, StartsWith("{\"error\":{\"type\":\"store\",\"description\":\""));
+}
+
+TEST_F(CommandTest, TakesBackendAndStoreFromTheEnvironment) {
+  const auto store = (folder_ / "other.sqlite").string();
+  const auto outcome = runShell("export ZAVELO_API=" + sandbox_->url() + "/ ZAVELO_STORE=" + store +
+                                "; \"$0\" user login-guest > " + (folder_ / "out").string() +
+                                " && \"$0\" user is-login");
+  EXPECT_EQ(outcome.output, "true\n") << outcome.error;
+  EXPECT_TRUE(std::filesystem::exists(store));
+}
+
+TEST(Output, AResultThatCannotBeWrittenIsAnError) {
+  const auto full = runShell("\"$0\" version > /dev/full");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_THAT(full.error, HasSubstr("No space left"));
+  EXPECT_EQ(runShell("\"$0\" version >&-").status, 1);
+}
+
+TEST(Output, AReaderThatLeftIsNoCrash) {
+  const TemporaryFolder folder;
+  const auto outcome = runShell("cd " + folder.path().string() +
+                                "; mkfifo go; { read x < go; \"$0\" version; echo $? > status; } |"
+                                " { exec <&-; echo > go; }; read status < status; exit $status");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.error, HasSubstr("Broken pipe"));
+}
+
+}  // namespace
+}  // namespace zavelo::command

@@ -1,0 +1,10 @@
+#include "tools/zavelo/catalogue.hpp"
+
+namespace zavelo::command {
+
+const std::vector<Group>& catalogue() {
+  static const std::vector<Group> groups{userGroup(), callGroup()};
+  return groups;
+}
+
+}  // namespace zavelo::command

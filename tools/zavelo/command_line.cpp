@@ -1,0 +1,213 @@
+#include <CLI/CLI.hpp>
+#include <limits>
+
+#include "tools/zavelo/argument_note.hpp"
+#include "tools/zavelo/catalogue.hpp"
+#include "tools/zavelo/option_name.hpp"
+#include "tools/zavelo/request.hpp"
+
+namespace zavelo::command {
+namespace {
+
+const char* const description =
+    "Every operation of the library from a terminal, and a backend to try it on.\n"
+    "The result goes to standard output: one line of JSON with --json or when that is no "
+    "terminal.\n"
+    "Exit status: 0 success, 1 the operation failed, 2 wrong usage.";
+
+std::string optionOf(std::string_view argument) {
+  return "--" + kebabCase(argument);
+}
+
+/// The command line as a grammar: the catalogue's groups and operations, and the commands beside
+/// them. Texts stay texts; what they must be, their readers say.
+class Grammar {
+ public:
+  Grammar() : root_(description, "zavelo") {
+    root_.require_subcommand(1);
+    addGlobalOptions();
+    for (const auto& group : catalogue()) addGroup(group);
+    addSandbox();
+    demo_ = command(root_, "demo", "Play a member's story against a sandbox of its own");
+    version_ = command(root_, "version", "Show the version");
+  }
+
+  Result<CommandLine, UsageError> parse(int count, const char* const* texts) {
+    CommandLine line;
+    try {
+      root_.parse(count, texts);
+      line.json = json_->count() > 0;
+      line.options = globalOptions();
+      line.request = request();
+    } catch (const CLI::CallForHelp&) {
+      line.request = HelpRequest{root_.help()};
+    } catch (const CLI::ParseError& error) {
+      return Failure{UsageError{describe(error), helpCommand()}};
+    }
+    return line;
+  }
+
+ private:
+  struct Leaf {
+    CLI::App* app;
+    const Operation* operation;
+    std::vector<CLI::Option*> options;  // one for each argument
+  };
+
+  // An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
+  static CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
+                                std::string_view placeholder) {
+    auto* option = app.add_option(
+        name, [](const CLI::results_t&) { return true; }, std::string(help));
+    return option->type_name(std::string(placeholder))->allow_extra_args(false);
+  }
+
+  static CLI::App* command(CLI::App& parent, const std::string& name, std::string_view help) {
+    return parent.add_subcommand(name, std::string(help))->fallthrough();
+  }
+
+  void addGlobalOptions() {
+    api_ = addOption(root_, "--api", "The backend's origin; the development backend if left out",
+                     "URL")
+               ->envname("ZAVELO_API");
+    store_ = addOption(root_, "--store", "The file that keeps the session", "FILE")
+                 ->envname("ZAVELO_STORE");
+    appId_ =
+        addOption(root_, "--app-id", "The application identifier of the messaging library", "TEXT");
+    log_ = addOption(root_, "--log", "How much of each exchange goes to standard error", "LEVEL")
+               ->check(CLI::IsMember({"none", "simple", "full"}));
+    json_ = root_.add_flag("--json")->description("Write JSON, errors too");
+  }
+
+  void addGroup(const Group& group) {
+    auto* app = command(root_, std::string(group.name), group.help);
+    app->require_subcommand(1);
+    for (const auto& operation : group.operations) {
+      auto* leaf = command(*app, kebabCase(operation.name), operation.help);
+      leaf->footer("The options of \"zavelo --help\" may stand here, too.");
+      leaves_.push_back({leaf, &operation, {}});
+      for (const auto& argument : operation.arguments)
+        leaves_.back().options.push_back(addArgument(*leaf, argument));
+    }
+  }
+
+  static CLI::Option* addArgument(CLI::App& app, const Argument& argument) {
+    const auto& note = noteOf(argument.name);
+    auto* option =
+        addOption(app, optionOf(argument.name), note.help, placeholderOf(argument.type.kind));
+    const bool isList = argument.type.kind == ArgumentKind::texts;
+    if (isList) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    return option->required(!isList && !argument.type.isOptional && note.byDefault == nullptr);
+  }
+
+  void addSandbox() {
+    sandbox_ = command(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
+    port_ = addOption(*sandbox_, "--port",
+                      "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
+    state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
+    ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
+  }
+
+  static std::string textOf(const CLI::Option* option) {
+    return option->count() == 0 ? std::string() : option->results().front();
+  }
+
+  GlobalOptions globalOptions() const {
+    GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_)};
+    if (textOf(log_) == "simple") options.log = ZVAPIService::APILogLevel::simple;
+    if (textOf(log_) == "full") options.log = ZVAPIService::APILogLevel::full;
+    return options;
+  }
+
+  // Paths begin with a slash and are appended as they stand; a person may end an origin with one.
+  static std::string originOf(std::string api) {
+    while (api.ends_with('/')) api.pop_back();
+    if (api.empty() || api.starts_with("http://") || api.starts_with("https://")) return api;
+    throw CLI::ValidationError("--api", "expected a URL with http:// or https://, got " + api);
+  }
+
+  decltype(CommandLine::request) request() const {
+    if (version_->parsed()) return VersionRequest{};
+    if (demo_->parsed()) return DemoRequest{};
+    if (sandbox_->parsed()) return sandboxRequest();
+    OperationRequest request{nullptr, {}, helpCommand()};
+    for (const auto& leaf : leaves_) {
+      if (!leaf.app->parsed()) continue;
+      request.operation = leaf.operation;
+      for (std::size_t i = 0; i < leaf.options.size(); ++i)
+        if (leaf.options[i]->count() > 0)
+          request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});
+    }
+    return request;
+  }
+
+  SandboxRequest sandboxRequest() const {
+    SandboxRequest request;
+    request.isEphemeral = ephemeral_->count() > 0;
+    if (state_->count() > 0) request.state = textOf(state_);
+    if (port_->count() > 0) {
+      const auto port = integerOf(textOf(port_));
+      if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
+        throw CLI::ValidationError("--port", "expected a port, 0 to 65535, got " + textOf(port_));
+      request.port = static_cast<std::uint16_t>(*port);
+    }
+    return request;
+  }
+
+  // ---- errors ----
+
+  /// The innermost command that was named.
+  const CLI::App& innermost() const {
+    const CLI::App* app = &root_;
+    for (auto named = app->get_subcommands(); !named.empty(); named = app->get_subcommands())
+      app = named.front();
+    return *app;
+  }
+
+  std::string helpCommand() const {
+    std::string path = "zavelo";
+    const CLI::App* app = &root_;
+    for (auto named = app->get_subcommands(); !named.empty(); named = app->get_subcommands()) {
+      app = named.front();
+      path += " " + app->get_name();
+    }
+    return path + " --help";
+  }
+
+  /// What nobody expected comes first: a misspelt option also leaves the right one missing.
+  std::string describe(const CLI::ParseError& error) const {
+    const CLI::App& at = innermost();
+    const bool isLeaf = at.get_subcommands([](const CLI::App*) { return true; }).empty();
+    const auto unexpected = root_.remaining(true);
+    if (!unexpected.empty()) {
+      const std::string& first = unexpected.front();
+      if (first.starts_with('-')) return "unknown option " + first;
+      if (isLeaf) return "unexpected argument \"" + first + "\"";
+      return (&at == &root_ ? "unknown command \"" : "unknown operation \"") + first + "\"";
+    }
+    if (error.get_name() != "RequiredError" || isLeaf) return error.what();
+    return &at == &root_ ? "a command is missing" : "an operation is missing";
+  }
+
+  CLI::App root_;
+  CLI::Option* api_ = nullptr;
+  CLI::Option* store_ = nullptr;
+  CLI::Option* appId_ = nullptr;
+  CLI::Option* log_ = nullptr;
+  CLI::Option* json_ = nullptr;
+  CLI::App* sandbox_ = nullptr;
+  CLI::Option* port_ = nullptr;
+  CLI::Option* state_ = nullptr;
+  CLI::Option* ephemeral_ = nullptr;
+  CLI::App* demo_ = nullptr;
+  CLI::App* version_ = nullptr;
+  std::vector<Leaf> leaves_;
+};
+
+}  // namespace
+
+Result<CommandLine, UsageError> parseCommandLine(int count, const char* const* texts) {
+  return Grammar().parse(count, texts);
+}
+
+}  // namespace zavelo::command

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "tools/zavelo/output.hpp"
+#include "tools/zavelo/request.hpp"
+
+namespace zavelo::command {
+
+// What each command does; they return the process's exit status.
+
+[[nodiscard]] int runOperation(const OperationRequest& request, const GlobalOptions& options,
+                               const Output& output);
+[[nodiscard]] int runSandbox(const SandboxRequest& request, const Output& output);
+[[nodiscard]] int runDemo(const Output& output);
+
+}  // namespace zavelo::command

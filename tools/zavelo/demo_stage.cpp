@@ -1,0 +1,186 @@
+#include "tools/zavelo/demo_stage.hpp"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <mutex>
+#include <utility>
+
+#include "tools/zavelo/readable.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/platform/curl_http_session.hpp"
+
+namespace zavelo::command {
+
+class DemoStage::Children {
+ public:
+  std::shared_ptr<ChildProcess> start(const std::vector<std::string>& arguments,
+                                      const std::string& input) {
+    const std::lock_guard lock(mutex_);
+    if (isInterrupted_) throw Surprise{"interrupted"};
+    auto child =
+        ChildProcess::start(std::filesystem::canonical("/proc/self/exe"), arguments, input);
+    if (!child) throw Surprise{child.error()};
+    std::shared_ptr<ChildProcess> started = std::move(*child);
+    running_.push_back(started);
+    return started;
+  }
+  void interrupt() {
+    const std::lock_guard lock(mutex_);
+    isInterrupted_ = true;
+    for (const auto& child : running_)
+      if (const auto alive = child.lock()) alive->signal(SIGTERM);
+  }
+
+ private:
+  std::mutex mutex_;
+  bool isInterrupted_ = false;
+  std::vector<std::weak_ptr<ChildProcess>> running_;
+};
+
+void interrupt(DemoStage::Children& children) {
+  children.interrupt();
+}
+
+namespace {
+
+std::string jsonText(const json::Value& value) {
+  const auto text = json::encode(value);
+  return text ? text.value() : "?";
+}
+
+json::Value parsed(const std::string& text) {
+  auto value = json::decode<json::Value>(text);
+  if (!value) throw Surprise{"expected JSON, got " + text};
+  return std::move(*value);
+}
+
+/// The error's record stands in the last line, behind the log.
+json::Value errorIn(const std::string& log) {
+  const auto end = log.find_last_not_of('\n');
+  const auto start = log.rfind('\n', end);
+  const auto line = log.substr(start == std::string::npos ? 0 : start + 1);
+  return at(parsed(line), "error");
+}
+
+}  // namespace
+
+DemoStage::DemoStage() : children_(std::make_shared<Children>()) {
+  std::string pattern = (std::filesystem::temp_directory_path() / "zavelo-demo-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) throw Surprise{"cannot make the folder " + pattern};
+  folder_ = pattern;
+}
+
+DemoStage::~DemoStage() {
+  sandbox_.reset();
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+void DemoStage::tell(std::string_view what) {
+  const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(
+                          std::chrono::steady_clock::now() - begin_)
+                          .count();
+  std::printf("%3lld.%02lld s  %.*s\n", static_cast<long long>(passed / 1000),
+              static_cast<long long>(passed % 1000 / 10), static_cast<int>(what.size()),
+              what.data());
+  std::fflush(stdout);
+}
+
+void DemoStage::show(std::string_view what, std::string_view value) {
+  const std::string shown = printable(value);
+  std::printf("          %-12.*s %s\n", static_cast<int>(what.size()), what.data(), shown.c_str());
+  std::fflush(stdout);
+}
+
+void DemoStage::startSandbox() {
+  sandbox_ = children_->start(
+      {"sandbox", "--json", "--port", "0", "--state", (folder_ / "sandbox.sqlite").string()}, {});
+  const std::string line = sandbox_->firstLine();
+  if (line.empty()) throw Surprise{"the sandbox did not start: " + sandbox_->wait().error};
+  url_ = textAt(parsed(line), "url");
+  show("sandbox", url_);
+}
+
+void DemoStage::stopSandbox() {
+  sandbox_->signal(SIGTERM);
+  const auto outcome = std::exchange(sandbox_, nullptr)->wait();
+  expectEqual("the sandbox's exit status", 0, outcome.status);
+}
+
+Scene DemoStage::run(const std::vector<std::string>& arguments, const std::string& input) {
+  std::vector<std::string> all{"--json", "--api", url_, "--store",
+                               (folder_ / "session.sqlite").string()};
+  std::string line = "zavelo";
+  for (const auto& argument : arguments) {
+    all.push_back(argument);
+    line += argument.find(' ') == std::string::npos ? " " + argument : " '" + argument + "'";
+  }
+  show("run", line);
+  const auto outcome = children_->start(all, input)->wait();
+  if (outcome.status == 0) return {parsed(outcome.output), {}, outcome.error};
+  if (outcome.status == 1) return {{}, errorIn(outcome.error), outcome.error};
+  throw Surprise{line + ": exit status " + std::to_string(outcome.status) + ", " + outcome.error};
+}
+
+json::Value DemoStage::succeed(const std::vector<std::string>& arguments,
+                               const std::string& input) {
+  auto scene = run(arguments, input);
+  if (!scene.error.isNull()) throw Surprise{"expected success, got " + jsonText(scene.error)};
+  return std::move(scene.result);
+}
+
+std::string DemoStage::ask(HttpRequest request) {
+  std::promise<HttpReply> answer;
+  CurlHttpSession session;
+  const std::string url = request.url;
+  const auto task = session.send(
+      std::move(request), [&answer](HttpReply reply) { answer.set_value(std::move(reply)); });
+  HttpReply reply = answer.get_future().get();
+  if (reply.failure) throw Surprise{url + ": " + reply.failure->description};
+  if (reply.status != 200) throw Surprise{url + ": status " + std::to_string(*reply.status)};
+  return std::move(reply.body);
+}
+
+void DemoStage::act(std::string_view action, std::string_view userName) {
+  const json::Value body = json::Object{{"action", action}, {"userName", userName}};
+  show("backend", std::string(action) + " " + std::string(userName));
+  const auto answer = parsed(ask({.method = ZVHTTPMethod::post,
+                                  .url = url_ + "/sandbox/actions",
+                                  .headers = {{"Content-Type", "application/json"}},
+                                  .body = jsonText(body)}));
+  expectEqual("the sandbox's answer to " + std::string(action), 1, at(answer, "code"));
+}
+
+std::string DemoStage::fetch(const std::string& url) {
+  return ask({.method = ZVHTTPMethod::get, .url = url, .headers = {}, .body = {}});
+}
+
+void expectEqual(std::string_view what, const json::Value& expected, const json::Value& got) {
+  if (expected == got) return;
+  throw Surprise{std::string(what) + ": expected " + jsonText(expected) + ", got " + jsonText(got)};
+}
+
+void expectContains(std::string_view what, std::string_view text, std::string_view part) {
+  if (text.find(part) != std::string_view::npos) return;
+  throw Surprise{std::string(what) + ": expected to find \"" + std::string(part) + "\", got " +
+                 std::string(text)};
+}
+
+const json::Value& at(const json::Value& value, std::string_view path) {
+  const auto dot = path.find('.');
+  const auto* object = value.as<json::Object>();
+  const auto* member = object == nullptr ? nullptr : object->find(path.substr(0, dot));
+  if (member == nullptr)
+    throw Surprise{"expected a value at " + std::string(path) + ", got " + jsonText(value)};
+  return dot == std::string_view::npos ? *member : at(*member, path.substr(dot + 1));
+}
+
+const std::string& textAt(const json::Value& value, std::string_view path) {
+  const auto* text = at(value, path).as<std::string>();
+  if (text == nullptr) throw Surprise{"expected a text at " + std::string(path)};
+  return *text;
+}
+
+}  // namespace zavelo::command

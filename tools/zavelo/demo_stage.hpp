@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/zavelo/child_process.hpp"
+#include "zavelo/json/value.hpp"
+#include "zavelo/platform/http_session.hpp"
+
+namespace zavelo::command {
+
+/// Something in the story that was to be otherwise. Thrown and caught within the demo.
+struct Surprise {
+  std::string description;
+};
+
+/// What happens when one step of the story runs the command.
+struct Scene {
+  json::Value result;  ///< null when it failed
+  json::Value error;   ///< the error's record; null when it succeeded
+  std::string log;     ///< all it wrote to standard error
+};
+
+/// Where the demo plays: a folder of its own, a sandbox in a process of its own, and one process
+/// for each thing that a member does. All of it is gone when the stage is.
+class DemoStage {
+ public:
+  DemoStage();
+  ~DemoStage();
+  DemoStage(const DemoStage&) = delete;
+  DemoStage& operator=(const DemoStage&) = delete;
+
+  /// Starts the next step of the time line.
+  void tell(std::string_view what);
+  /// What came of it.
+  void show(std::string_view what, std::string_view value);
+
+  void startSandbox();
+  void stopSandbox();
+  /// Runs the command with the member's store against the sandbox.
+  Scene run(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// The same where nothing may go wrong: its result.
+  json::Value succeed(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// Makes the backend do something that a member cannot: "expire-tokens", "ban".
+  void act(std::string_view action, std::string_view userName);
+  /// What stands at an address.
+  std::string fetch(const std::string& url);
+
+  [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
+
+  /// Ends what runs, and with it the story. Any thread.
+  class Children;
+  [[nodiscard]] const std::shared_ptr<Children>& children() const { return children_; }
+
+ private:
+  std::string ask(HttpRequest request);
+
+  const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+  std::filesystem::path folder_;
+  std::shared_ptr<Children> children_;
+  std::shared_ptr<ChildProcess> sandbox_;
+  std::string url_;
+};
+
+/// Ends the processes of a stage that run, and lets no other start.
+void interrupt(DemoStage::Children& children);
+
+// Checks: they throw a Surprise that tells what was expected.
+
+void expectEqual(std::string_view what, const json::Value& expected, const json::Value& got);
+void expectContains(std::string_view what, std::string_view text, std::string_view part);
+/// The member at a dotted path, "userInfo.userId".
+[[nodiscard]] const json::Value& at(const json::Value& value, std::string_view path);
+[[nodiscard]] const std::string& textAt(const json::Value& value, std::string_view path);
+
+}  // namespace zavelo::command

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tools/zavelo/argument_text.hpp"
+#include "tools/zavelo/operation.hpp"
+#include "zavelo/api/api_service.hpp"
+#include "zavelo/base/result.hpp"
+
+namespace zavelo::command {
+
+// What a command line asks for.
+
+struct GlobalOptions {
+  std::string api;    ///< the backend's origin; empty: the development backend
+  std::string store;  ///< the session's file; empty: the library's own place
+  std::string appId;
+  ZVAPIService::APILogLevel log = ZVAPIService::APILogLevel::none;
+};
+
+struct OperationRequest {
+  const Operation* operation;
+  std::vector<TypedArgument> arguments;
+  std::string help;  ///< the command that shows its help
+};
+struct SandboxRequest {
+  std::uint16_t port = 8080;
+  std::optional<std::string> state;  ///< absent: a file beside the session's
+  bool isEphemeral = false;
+};
+struct DemoRequest {};
+struct VersionRequest {};
+struct HelpRequest {
+  std::string text;
+};
+
+struct CommandLine {
+  GlobalOptions options;
+  bool json = false;
+  std::variant<HelpRequest, VersionRequest, OperationRequest, SandboxRequest, DemoRequest> request;
+};
+
+/// A command line that makes no sense: one sentence that names what is wrong, and where help is.
+struct UsageError {
+  std::string description;
+  std::string help;  ///< "zavelo user login --help"
+};
+
+/// The first argument is the program's name.
+[[nodiscard]] Result<CommandLine, UsageError> parseCommandLine(int count, const char* const* texts);
+
+}  // namespace zavelo::command

@@ -1,0 +1,108 @@
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "tools/zavelo/commands.hpp"
+#include "tools/zavelo/interruption.hpp"
+#include "tools/zavelo/option_name.hpp"
+#include "tools/zavelo/watched_store.hpp"
+#include "zavelo/core/notifications.hpp"
+#include "zavelo/core/sdk.hpp"
+#include "zavelo/platform/main_queue.hpp"
+#include "zavelo/platform/platform.hpp"
+#include "zavelo/platform/sqlite_key_value_store.hpp"
+#include "zavelo/services/user_service.hpp"
+
+namespace zavelo::command {
+namespace {
+
+using Level = ZVAPIService::APILogLevel;
+
+/// The library as one command needs it: its main queue is the calling thread, its log goes to
+/// standard error, its session is in the store that was asked for.
+struct Library {
+  std::shared_ptr<MainQueue> queue = std::make_shared<MainQueue>();
+  std::shared_ptr<WatchedStore> store;
+};
+
+Library start(const GlobalOptions& options, const Output& output) {
+  Library library;
+  library.store = std::make_shared<WatchedStore>(std::make_unique<SqliteKeyValueStore>(
+      options.store.empty() ? SqliteKeyValueStore::defaultFile()
+                            : std::filesystem::path(options.store),
+      [output](const std::filesystem::path& keptAs) {
+        output.warning("the store was damaged; it is kept as " + keptAs.string());
+      }));
+  ZVPlatform platform;
+  platform.mainQueue = library.queue;
+  platform.store = library.store;
+  platform.logSink = std::make_shared<StreamLogSink>(stderr);
+  static_cast<void>(ZVPlatform::install(std::move(platform)));
+
+  ZaveloSDK::shared().initWith(
+      options.api.empty() ? ZVEnvironment::demo() : ZVEnvironment::custom({options.api}),
+      options.log != Level::none, options.appId);
+  ZVAPIService::sharedInstance()->setServiceLogLevel(options.log);
+  static_cast<void>(ZVUserService::shared());  // reads the store
+  return library;
+}
+
+/// Collects the notifications about the session.
+struct Notifications {
+  std::vector<std::string> posted;
+  std::vector<ObserverToken> tokens;
+
+  Notifications() {
+    for (const auto name : {ZaveloBanned, ZaveloDidLogInAnotherDevice, ZaveloDidRefreshTokenFailed})
+      tokens.push_back(platform::notifications()->addObserver(
+          std::string(name),
+          [this](const Notification& notification) { posted.emplace_back(notification.name); }));
+  }
+};
+
+/// Waits for the operation on its main queue; an interruption cancels it.
+Result<JsonResult, ArgumentError> answerOf(const Operation& operation, const json::Object& given,
+                                           MainQueue& queue) {
+  JsonResult answer = std::string();
+  auto call = operation.invoke(operation.arguments, given, [&](JsonResult result) {
+    answer = std::move(result);
+    queue.stop();
+  });
+  if (!call) return Failure{std::move(call).error()};
+  const OnSignal cancelling([call = *call] { call.cancel(); });
+  queue.run();
+  return answer;
+}
+
+UsageError usageOf(const ArgumentError& error, const OperationRequest& request) {
+  return {"--" + kebabCase(error.argument) + ": " + error.reason, request.help};
+}
+
+}  // namespace
+
+int runOperation(const OperationRequest& request, const GlobalOptions& options,
+                 const Output& output) {
+  const Operation& operation = *request.operation;
+  const auto given = jsonArguments(operation, request.arguments);
+  if (!given) return output.usageError(usageOf(given.error(), request));
+  const Library library = start(options, output);
+  if (const auto failure = library.store->failure()) return output.error("store", *failure);
+
+  const Notifications notifications;
+  const auto answer = answerOf(operation, *given, *library.queue);
+  if (!answer) return output.usageError(usageOf(answer.error(), request));
+  const JsonResult& result = answer.value();
+  int status = succeeded;
+  if (result) {
+    status = operation.hasResult ? output.result(result.value())
+                                 : output.result(result.value(), "done\n");
+  } else {
+    status = output.error(result.error(), notifications.posted);
+    status = Interruption::shared().status().value_or(status);
+  }
+  if (const auto failure = library.store->failure()) return output.error("store", *failure);
+  return status;
+}
+
+}  // namespace zavelo::command

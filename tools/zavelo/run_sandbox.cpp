@@ -1,0 +1,53 @@
+#include <filesystem>
+
+#include "sandbox/sandbox.hpp"
+#include "tools/zavelo/commands.hpp"
+#include "tools/zavelo/interruption.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/platform/main_queue.hpp"
+#include "zavelo/platform/sqlite_key_value_store.hpp"
+
+namespace zavelo::command {
+namespace {
+
+std::filesystem::path stateOf(const SandboxRequest& request) {
+  if (request.isEphemeral) return {};
+  if (request.state) return *request.state;
+  return SqliteKeyValueStore::defaultFile().replace_filename("sandbox.sqlite");
+}
+
+ExitStatus announce(const sandbox::Sandbox& sandbox, const std::filesystem::path& state,
+                    const Output& output) {
+  const std::string where = state.empty() ? "in memory only" : state.string();
+  const auto line = json::encode(
+      json::Value(json::Object{{"url", sandbox.url()},
+                               {"port", sandbox.port()},
+                               {"state", state.empty() ? json::Value() : json::Value(where)}}));
+  return output.result(line ? line.value() : "{}", "The sandbox listens on " + sandbox.url() +
+                                                       "\nIts state is " + where +
+                                                       "\nTry: zavelo --api " + sandbox.url() +
+                                                       " user login-guest\nCtrl-C ends it\n");
+}
+
+}  // namespace
+
+int runSandbox(const SandboxRequest& request, const Output& output) {
+  const auto stopped = std::make_shared<MainQueue>();
+  const OnSignal stopping([stopped] { stopped->stop(); });
+  const auto state = stateOf(request);
+  if (!state.empty() && state.has_parent_path()) {
+    std::error_code error;
+    std::filesystem::create_directories(state.parent_path(), error);
+    if (error)
+      return output.error("sandbox",
+                          "cannot make " + state.parent_path().string() + ": " + error.message());
+  }
+  const auto sandbox = sandbox::Sandbox::start({.port = request.port, .state = state});
+  if (!sandbox) return output.error("sandbox", sandbox.error());
+  const auto status = announce(**sandbox, state, output);
+  if (status == succeeded) stopped->run();
+  (*sandbox)->stop();
+  return status;
+}
+
+}  // namespace zavelo::command

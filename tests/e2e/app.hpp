@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -24,12 +26,12 @@ struct AppAnswer {
 class App {
  public:
   App(const std::string& backend, const std::filesystem::path& store, CurlHttpOptions http = {});
-  ~App();
 
   /// Keeps the answer, and checks where it arrives.
   template <class T>
   [[nodiscard]] ZVCompletion<T> answered() {
-    return [this](const ZVAPIResult<T>& result) {
+    return [this, isFirst = true](const ZVAPIResult<T>& result) mutable {
+      EXPECT_TRUE(std::exchange(isFirst, false)) << "answered twice";
       record({result.isOk(), result.isOk() ? ZVAPIError{} : result.error()});
     };
   }

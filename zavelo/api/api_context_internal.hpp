@@ -28,8 +28,8 @@ class ApiContext {
 
   /// `Accept`, and `Authorization` (RFC 6750) while there is an access token.
   [[nodiscard]] std::vector<HttpHeader> commonHeaders() const;
-  /// The session is over: nobody is signed in any more, and the notification says why.
-  void endSession(std::string_view notification) const;
+  /// The session is over: nobody is signed in any more. Posts nothing.
+  void endSession() const;
 
   void enter(const std::shared_ptr<Exchange>& exchange);
   void leave(Exchange* exchange);

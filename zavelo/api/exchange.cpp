@@ -150,7 +150,8 @@ void Exchange::onRenewed(const Exchange& renewal, const Renewed& result) {
   if (isCancelled()) return printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
   log_.print();
   if (!result.isOk() || request_.retryCount >= renewalLimit) {
-    context_->endSession(ZaveloDidRefreshTokenFailed);
+    context_->collaborators.notifications->post(ZaveloDidRefreshTokenFailed);
+    context_->endSession();  // unlike a verdict of the backend: observers still see the session
     return fail({ZVAPIErrorType::invalidRefreshToken, errorText::unauthorized,
                  result.isOk() ? "" : result.error().description});
   }
@@ -175,7 +176,10 @@ void Exchange::readEnvelope(const HttpReply& reply) {
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, fault->text()});
   }
   Verdict verdict = sink_->verdict();
-  if (!verdict.sessionEnd.empty()) context_->endSession(verdict.sessionEnd);
+  if (!verdict.sessionEnd.empty()) {
+    context_->endSession();
+    context_->collaborators.notifications->post(verdict.sessionEnd);
+  }
   if (verdict.error) return fail(std::move(*verdict.error));
   if (!sink_->hasData())
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, "data: absent"});

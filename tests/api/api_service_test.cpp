@@ -150,6 +150,9 @@ TEST_F(ApiService, GivesUpAtTheThird401ButRenewsOnceMore) {
     http->reply(401, "");
     http->reply(200, renewed);
   }
+  const auto observer = notifications->addObserver(
+      std::string(ZaveloDidRefreshTokenFailed),
+      [this](const auto&) { EXPECT_EQ(session->ended, 0) << "ended after it was told"; });
   call();
   EXPECT_EQ(answer(), "invalidRefreshToken: Unauthorized!");
   EXPECT_EQ(http->requests().size(), 6u);

@@ -20,9 +20,8 @@ std::vector<HttpHeader> ApiContext::commonHeaders() const {
   return headers;
 }
 
-void ApiContext::endSession(std::string_view notification) const {
+void ApiContext::endSession() const {
   if (const auto source = sessionSource()) source->endSession();
-  collaborators.notifications->post(notification);
 }
 
 void ApiContext::enter(const std::shared_ptr<Exchange>& exchange) {

@@ -17,9 +17,18 @@ class Exchange;
 /// under way.
 class ApiContext {
  public:
-  explicit ApiContext(ZVAPIService::Collaborators given) : collaborators(std::move(given)) {}
+  explicit ApiContext(const ZVAPIService::Collaborators& given)
+      : session(given.session),
+        mainQueue(given.mainQueue),
+        notifications(given.notifications),
+        clock(given.clock) {}
 
-  const ZVAPIService::Collaborators collaborators;
+  const std::shared_ptr<HttpSession> session;
+  /// The service's. An answer that waits in the queue holds the context, which must not hold the
+  /// queue in turn: nobody could free either.
+  const std::weak_ptr<Queue> mainQueue;
+  const std::shared_ptr<NotificationCentre> notifications;
+  const std::shared_ptr<Clock> clock;
   std::atomic<bool> serviceIsGone{false};
   std::atomic<ZVAPIService::APILogLevel> serviceLogLevel{ZVAPIService::APILogLevel::simple};
 
@@ -28,8 +37,8 @@ class ApiContext {
 
   /// `Accept`, and `Authorization` (RFC 6750) while there is an access token.
   [[nodiscard]] std::vector<HttpHeader> commonHeaders() const;
-  /// The session is over: nobody is signed in any more, and the notification says why.
-  void endSession(std::string_view notification) const;
+  /// The session is over: nobody is signed in any more. Posts nothing.
+  void endSession() const;
 
   void enter(const std::shared_ptr<Exchange>& exchange);
   void leave(Exchange* exchange);

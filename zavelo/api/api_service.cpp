@@ -9,12 +9,12 @@ namespace zavelo {
 using detail::ApiContext;
 using detail::Exchange;
 
-std::shared_ptr<ZVAPIService> ZVAPIService::create(Collaborators collaborators) {
-  return std::shared_ptr<ZVAPIService>(new ZVAPIService(std::move(collaborators)));
+std::shared_ptr<ZVAPIService> ZVAPIService::create(const Collaborators& collaborators) {
+  return std::shared_ptr<ZVAPIService>(new ZVAPIService(collaborators));
 }
 
-ZVAPIService::ZVAPIService(Collaborators collaborators)
-    : context_(std::make_shared<ApiContext>(std::move(collaborators))) {}
+ZVAPIService::ZVAPIService(const Collaborators& collaborators)
+    : mainQueue_(collaborators.mainQueue), context_(std::make_shared<ApiContext>(collaborators)) {}
 
 ZVAPIService::~ZVAPIService() {
   context_->serviceIsGone = true;
@@ -46,7 +46,7 @@ void ZVAPIService::setServiceLogLevel(APILogLevel level) noexcept {
 }
 
 const std::shared_ptr<HttpSession>& ZVAPIService::session() const noexcept {
-  return context_->collaborators.session;
+  return context_->session;
 }
 
 namespace detail {

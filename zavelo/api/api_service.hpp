@@ -45,7 +45,7 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
     std::shared_ptr<Clock> clock;
   };
 
-  [[nodiscard]] static std::shared_ptr<ZVAPIService> create(Collaborators collaborators);
+  [[nodiscard]] static std::shared_ptr<ZVAPIService> create(const Collaborators& collaborators);
   /// The service that the shared services use.
   [[nodiscard]] static const std::shared_ptr<ZVAPIService>& sharedInstance();
 
@@ -79,10 +79,11 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   [[nodiscard]] const std::shared_ptr<HttpSession>& session() const noexcept;
 
  private:
-  explicit ZVAPIService(Collaborators collaborators);
+  explicit ZVAPIService(const Collaborators& collaborators);
   ZVCall start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink);
 
-  std::shared_ptr<detail::ApiContext> context_;
+  const std::shared_ptr<Queue> mainQueue_;
+  const std::shared_ptr<detail::ApiContext> context_;
 };
 
 namespace detail {

@@ -54,7 +54,7 @@ Exchange::Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
                    std::unique_ptr<EnvelopeSink> sink)
     : context_(std::move(context)),
       request_(std::move(request)),
-      log_(context_->collaborators.clock, request_.logLevel),
+      log_(context_->clock, request_.logLevel),
       sink_(std::move(sink)) {}
 
 Exchange::~Exchange() {
@@ -67,14 +67,16 @@ void Exchange::send() {
   auto headers = context_->commonHeaders();
   log_.request(request_.method, request_.url, headers, request_.parameters);
   auto http = httpRequest(request_, std::move(headers));
-  Relay relay(context_->collaborators.mainQueue,
+  auto queue = context_->mainQueue.lock();
+  if (!queue) return;  // nobody is left to answer on
+  Relay relay(std::move(queue),
               [self = shared_from_this()](const auto& reply) { self->onReply(reply); });
   if (!http) {
     HttpReply unsent;
     unsent.failure = std::move(http).error();
     return relay(std::move(unsent));
   }
-  auto task = context_->collaborators.session->send(std::move(*http), std::move(relay));
+  auto task = context_->session->send(std::move(*http), std::move(relay));
   const std::unique_lock lock(mutex_);
   if (cancelled_ && task) return task->cancel();
   task_ = std::move(task);
@@ -150,7 +152,8 @@ void Exchange::onRenewed(const Exchange& renewal, const Renewed& result) {
   if (isCancelled()) return printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
   log_.print();
   if (!result.isOk() || request_.retryCount >= renewalLimit) {
-    context_->endSession(ZaveloDidRefreshTokenFailed);
+    context_->notifications->post(ZaveloDidRefreshTokenFailed);
+    context_->endSession();  // unlike a verdict of the backend: observers still see the session
     return fail({ZVAPIErrorType::invalidRefreshToken, errorText::unauthorized,
                  result.isOk() ? "" : result.error().description});
   }
@@ -164,7 +167,7 @@ void Exchange::sendAgain() {
   request_.encoding = ZVParameterEncoding::json;
   request_.multipartData.clear();
   request_.logLevel = ZVAPIService::APILogLevel::full;
-  log_ = ExchangeLog(context_->collaborators.clock, request_.logLevel);
+  log_ = ExchangeLog(context_->clock, request_.logLevel);
   send();
 }
 
@@ -175,7 +178,10 @@ void Exchange::readEnvelope(const HttpReply& reply) {
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, fault->text()});
   }
   Verdict verdict = sink_->verdict();
-  if (!verdict.sessionEnd.empty()) context_->endSession(verdict.sessionEnd);
+  if (!verdict.sessionEnd.empty()) {
+    context_->endSession();
+    context_->notifications->post(verdict.sessionEnd);
+  }
   if (verdict.error) return fail(std::move(*verdict.error));
   if (!sink_->hasData())
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, "data: absent"});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace zavelo::detail {
 /// What all operations of the services have in common: POST to the endpoint, parameters as JSON, no
 /// renewal behind it, logged as the app asked for.
 template <class T>
-ZVCall call(ZVAPIService& service, ZVAPI endpoint, json::Object parameters,
+ZVCall call(ZVAPIService& service, ZVAPI endpoint, std::optional<json::Object> parameters,
             ZVCompletion<T> completion) {
   return service.request<T>(endpoint.url(), endpoint.method(), std::move(parameters),
                             ZVParameterEncoding::json, 0, {}, false, service.serviceLogLevel(),

@@ -25,9 +25,10 @@ ZVUserService::ZVUserService(Collaborators collaborators) : with_(std::move(coll
 ZVCall ZVUserService::searchForUser(const std::string& displayName, std::int64_t nextId,
                                     std::int64_t limit,
                                     ZVCompletion<std::shared_ptr<ZVSearchUser>> completion) {
-  return detail::call(*with_.service, ZVAPI::searchUser,
-                      {{"displayName", displayName}, {"nextId", nextId}, {"limit", limit}},
-                      std::move(completion));
+  return detail::call(
+      *with_.service, ZVAPI::searchUser,
+      json::Object{{"displayName", displayName}, {"nextId", nextId}, {"limit", limit}},
+      std::move(completion));
 }
 
 ZVCall ZVUserService::login(const std::string& zaveloId, const std::string& password,
@@ -77,7 +78,7 @@ ZVCall ZVUserService::refreshToken(const std::string& refreshToken,
 
 ZVCall ZVUserService::logoutZavelo(ZVCompletion<bool> completion) {
   return detail::call<bool>(
-      *with_.service, ZVAPI::logoutUser, {},
+      *with_.service, ZVAPI::logoutUser, std::nullopt,
       [weak = weak_from_this(), completion = std::move(completion)](auto result) {
         const auto self = weak.lock();
         if (!self) return;
@@ -104,9 +105,10 @@ ZVCall ZVUserService::editProfile(const std::string& displayName, const std::str
 ZVCall ZVUserService::updatePromoCode(const std::string& promoCode,
                                       const std::string& promoCodeDescription,
                                       ZVCompletion<bool> completion) {
-  return detail::call(*with_.service, ZVAPI::updatePromoCode,
-                      {{"promoCode", promoCode}, {"promoCodeDescription", promoCodeDescription}},
-                      std::move(completion));
+  return detail::call(
+      *with_.service, ZVAPI::updatePromoCode,
+      json::Object{{"promoCode", promoCode}, {"promoCodeDescription", promoCodeDescription}},
+      std::move(completion));
 }
 
 }  // namespace zavelo

@@ -1,0 +1,119 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "tests/e2e/app.hpp"
+#include "tests/sandbox/backend.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+// A session from its sign-in to its end, at the real backend.
+
+namespace zavelo::test {
+namespace {
+
+using sandbox::Backend;
+using sandbox::HasCode;
+using ::testing::ElementsAre;
+
+class Session : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(app.signIn("ann").ok); }
+
+  void act(const char* action) const {
+    ASSERT_THAT(backend.post("/sandbox/actions", {{"action", action}, {"userName", "ann"}}),
+                HasCode(1));
+  }
+  AppAnswer search() {
+    const auto before = app.answers.size();
+    app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
+    app.waitForAnswers(before + 1);
+    return app.answers.back();
+  }
+  bool isStored() { return App(backend.sandbox->url(), folder / "store").user->isLogin(); }
+
+  const TemporaryFolder folder;
+  Backend backend;
+  App app{backend.sandbox->url(), folder / "store"};
+};
+
+TEST_F(Session, IsRestoredFromTheStoreWithItsTokens) {
+  App second(backend.sandbox->url(), folder / "store");
+  ASSERT_TRUE(second.user->isLogin());
+  EXPECT_FALSE(second.user->isGuest());
+  EXPECT_EQ(second.user->accessToken(), app.user->accessToken());
+  second.search(second.answered<std::shared_ptr<ZVSearchUser>>());
+  second.waitForAnswers(1);
+  EXPECT_TRUE(second.answers.front().ok);
+}
+
+TEST_F(Session, OutlivesAnExpiryThatTwentyCallsMeet) {
+  const auto expired = app.user->accessToken();
+  act("expire-tokens");
+  for (int i = 0; i < 20; ++i) app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
+  app.waitForAnswers(21);
+  EXPECT_TRUE(std::all_of(app.answers.begin(), app.answers.end(), [](auto& a) { return a.ok; }));
+  EXPECT_TRUE(app.heard.empty());
+  EXPECT_NE(app.user->accessToken(), expired);
+  EXPECT_TRUE(search().ok);
+  EXPECT_EQ(App(backend.sandbox->url(), folder / "store").user->accessToken(),
+            app.user->accessToken());
+}
+
+TEST_F(Session, EndsOnceItCannotBeRenewed) {
+  backend.clock->advance(std::chrono::days(31));
+  const auto answer = search();
+  EXPECT_EQ(answer.error.type, ZVAPIErrorType::invalidRefreshToken);
+  EXPECT_EQ(answer.error.description, "Unauthorized!");
+  EXPECT_THAT(app.heard, ElementsAre("ZaveloDidRefreshTokenFailed"));
+  EXPECT_FALSE(app.user->isLogin());
+  EXPECT_FALSE(isStored());
+}
+
+TEST_F(Session, EndsWithItsNotificationWhenTheBackendSaysSo) {
+  const std::tuple<const char*, ZVAPIErrorType, const char*> ends[] = {
+      {"sign-in-elsewhere", ZVAPIErrorType::loggedInOtherDevice, "ZaveloDidLogInAnotherDevice"},
+      {"ban", ZVAPIErrorType::banned, "ZaveloBanned"},
+  };
+  for (const auto& [action, type, notification] : ends) {
+    ASSERT_TRUE(app.signIn("ann").ok);
+    app.heard.clear();
+    act(action);
+    EXPECT_EQ(search().error.type, type);
+    EXPECT_THAT(app.heard, ElementsAre(notification));
+    EXPECT_FALSE(app.user->isLogin());
+    EXPECT_FALSE(isStored());
+  }
+  EXPECT_EQ(app.signIn("ann").error.type, ZVAPIErrorType::banned);
+}
+
+TEST_F(Session, SurvivesACallThatIsCancelledWhileTheBackendDelaysIt) {
+  ASSERT_THAT(backend.post("/sandbox/faults", {{"endpoint", "/api/users/search"},
+                                               {"fault", "delay"},
+                                               {"milliseconds", 600'000}}),
+              HasCode(1));
+  const auto call = app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
+  const auto isWaiting = [&] {
+    return !backend.send("GET", "/sandbox/faults").data("pending").as<json::Array>()->empty();
+  };
+  while (isWaiting()) std::this_thread::yield();
+  call.cancel();
+  app.waitForAnswers(2);
+  EXPECT_EQ(app.answers.back().error.description, "cancelled");
+  EXPECT_TRUE(search().ok);
+}
+
+TEST_F(Session, SurvivesFaultsThatAreNoVerdictOnIt) {
+  for (const char* fault : {"cut", "refuse", "invalidJson", "wrongType"}) {
+    SCOPED_TRACE(fault);
+    ASSERT_THAT(
+        backend.post("/sandbox/faults", {{"endpoint", "/api/users/search"}, {"fault", fault}}),
+        HasCode(1));
+    EXPECT_FALSE(search().ok);
+    EXPECT_TRUE(app.user->isLogin());
+    EXPECT_TRUE(app.heard.empty());
+  }
+  EXPECT_TRUE(search().ok);
+}
+
+}  // namespace
+}  // namespace zavelo::test

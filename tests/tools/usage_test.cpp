@@ -70,6 +70,10 @@ TEST(Usage, ErrorsAreJsonWhereJsonIsAskedFor) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.error,
             "{\"error\":{\"type\":\"usage\",\"description\":\"unknown option --jsn\"}}\n");
+  EXPECT_EQ(runCommand({"--json", "\xff"}).error,
+            "{\"error\":{\"type\":\"usage\","
+            "\"description\":\"unknown command \\\"\\\\xff\\\"\"}}\n")
+      << "an argument that is not UTF-8";
 }
 
 TEST(Usage, HelpComesFromTheCatalogue) {

@@ -18,6 +18,16 @@ void toStandardError(const std::string& text) {
   std::fflush(stderr);
 }
 
+/// An argument or a file's name need not be UTF-8, which JSON must be.
+std::string ascii(std::string_view text) {
+  std::string spelled;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    spelled += byte < 0x80 ? std::string(1, c) : byteText(byte);
+  }
+  return spelled;
+}
+
 std::string_view caseNameOf(ZVAPIErrorType type) {
   return caseName(type);
 }
@@ -75,9 +85,13 @@ ExitStatus Output::usageError(const UsageError& error) const {
 
 void Output::writeError(const json::Object& error, const std::string& text) const {
   if (!jsonErrors_) return toStandardError("error: " + text + "\n");
-  const json::Value line = json::Object{{"error", error}};
-  toStandardError(json::encode(line).hasValue() ? *json::encode(line) + "\n"
-                                                : "error: " + text + "\n");
+  auto line = json::encode(json::Value(json::Object{{"error", error}}));
+  if (!line) {
+    json::Object spelled = error;
+    spelled.set("description", ascii(*error.find("description")->as<std::string>()));
+    line = json::encode(json::Value(json::Object{{"error", std::move(spelled)}}));
+  }
+  toStandardError((line ? *line : ascii(text)) + "\n");
 }
 
 void Output::warning(const std::string& text) const {

@@ -62,22 +62,22 @@ std::string readableText(const json::Value& value) {
   return text;
 }
 
-std::string printable(std::string_view text) {
+std::string byteText(unsigned char byte) {
   constexpr std::string_view digits = "0123456789abcdef";
+  return {'\\', 'x', digits[byte >> 4U], digits[byte & 0xFU]};
+}
+
+std::string printable(std::string_view text) {
   std::string shown;
-  const auto escape = [&](unsigned char byte) {
-    shown.append("\\x") += digits[byte >> 4U];
-    shown += digits[byte & 0xFU];
-  };
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     // U+0080 to U+009F, the controls of eight bits, are C2 80 to C2 9F in UTF-8.
     const bool isC1 =
         byte == 0xC2 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
     if (isC1)
-      escape(static_cast<unsigned char>(text[++i]));
+      shown += byteText(static_cast<unsigned char>(text[++i]));
     else if (byte < 0x20 || byte == 0x7F)
-      escape(byte);
+      shown += byteText(byte);
     else
       shown += text[i];
   }

@@ -19,4 +19,7 @@ namespace zavelo::command {
 /// drive a terminal (ECMA-48).
 [[nodiscard]] std::string printable(std::string_view text);
 
+/// "\x1b"
+[[nodiscard]] std::string byteText(unsigned char byte);
+
 }  // namespace zavelo::command

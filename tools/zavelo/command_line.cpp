@@ -40,7 +40,7 @@ class Grammar {
       line.options = globalOptions();
       line.request = request();
     } catch (const CLI::CallForHelp&) {
-      line.request = HelpRequest{root_.help()};
+      line.request = ask(HelpRequest{root_.help()});
     } catch (const CLI::ParseError& error) {
       return Failure{UsageError{describe(error), helpCommand()}};
     }
@@ -126,18 +126,25 @@ class Grammar {
     throw CLI::ValidationError("--api", "expected a URL with http:// or https://, got " + api);
   }
 
-  decltype(CommandLine::request) request() const {
-    if (version_->parsed()) return VersionRequest{};
-    if (demo_->parsed()) return DemoRequest{};
-    if (sandbox_->parsed()) return sandboxRequest();
-    OperationRequest request{nullptr, {}, helpCommand()};
-    for (const auto& leaf : leaves_) {
-      if (!leaf.app->parsed()) continue;
-      request.operation = leaf.operation;
-      for (std::size_t i = 0; i < leaf.options.size(); ++i)
-        if (leaf.options[i]->count() > 0)
-          request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});
-    }
+  template <class T>
+  static std::unique_ptr<const Request> ask(T request) {
+    return std::make_unique<const Request>(std::move(request));
+  }
+
+  std::unique_ptr<const Request> request() const {
+    if (version_->parsed()) return ask(VersionRequest{});
+    if (demo_->parsed()) return ask(DemoRequest{});
+    if (sandbox_->parsed()) return ask(sandboxRequest());
+    for (const auto& leaf : leaves_)
+      if (leaf.app->parsed()) return ask(operationRequest(leaf));
+    return ask(HelpRequest{root_.help()});
+  }
+
+  OperationRequest operationRequest(const Leaf& leaf) const {
+    OperationRequest request{leaf.operation, {}, helpCommand()};
+    for (std::size_t i = 0; i < leaf.options.size(); ++i)
+      if (leaf.options[i]->count() > 0)
+        request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});
     return request;
   }
 

@@ -45,7 +45,7 @@ int run(int count, const char* const* texts) {
     return Output(json).usageError(line.error());
   }
   const Output output(line->json);
-  return std::visit(Runner{line->options, output}, line->request);
+  return std::visit(Runner{line->options, output}, *line->request);
 }
 
 }  // namespace

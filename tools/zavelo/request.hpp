@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -23,7 +24,7 @@ struct GlobalOptions {
 };
 
 struct OperationRequest {
-  const Operation* operation;
+  const Operation* operation = nullptr;
   std::vector<TypedArgument> arguments;
   std::string help;  ///< the command that shows its help
 };
@@ -38,10 +39,13 @@ struct HelpRequest {
   std::string text;
 };
 
+using Request =
+    std::variant<HelpRequest, VersionRequest, OperationRequest, SandboxRequest, DemoRequest>;
+
 struct CommandLine {
   GlobalOptions options;
   bool json = false;
-  std::variant<HelpRequest, VersionRequest, OperationRequest, SandboxRequest, DemoRequest> request;
+  std::unique_ptr<const Request> request;
 };
 
 /// A command line that makes no sense: one sentence that names what is wrong, and where help is.

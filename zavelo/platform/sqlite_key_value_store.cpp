@@ -137,7 +137,7 @@ std::filesystem::path SqliteKeyValueStore::defaultFile() {
     return value ? value : "";
   };
   constexpr const char* name = "zavelo/store.sqlite";
-  // A relative path there is to be ignored, as the specification says.
+  // A relative path there is to be ignored, as the standard says.
   if (const auto data = folder("XDG_DATA_HOME"); data.is_absolute()) return data / name;
   const auto home = folder("HOME");
   return home.empty() ? home : home / ".local" / "share" / name;

@@ -77,9 +77,12 @@ void Exchange::send() {
     return relay(std::move(unsent));
   }
   auto task = context_->session->send(std::move(*http), std::move(relay));
-  const std::unique_lock lock(mutex_);
-  if (cancelled_ && task) return task->cancel();
-  task_ = std::move(task);
+  {
+    const std::lock_guard lock(mutex_);
+    task_ = std::move(task);
+  }
+  // Whoever wanted to end the transfer meanwhile did not find it yet.
+  if (isCancelled() || context_->serviceIsGone) stopTransfer();
 }
 
 void Exchange::cancel() {
@@ -143,6 +146,7 @@ void Exchange::renew(const std::string& refreshToken) {
     renewal_ = renewal;
   }
   renewal->send();
+  if (isCancelled()) renewal->cancel();
 }
 
 void Exchange::onRenewed(const Exchange& renewal, const Renewed& result) {

@@ -181,6 +181,12 @@ class Grammar {
     return path + " --help";
   }
 
+  /// "--limit: 1 required INTEGER missing", or more than one of it received.
+  static std::string mismatch(const std::string& text) {
+    const std::string option = text.substr(0, text.find(':'));
+    return option + (text.ends_with("missing") ? " needs a value" : " stands there more than once");
+  }
+
   /// What nobody expected comes first: a misspelt option also leaves the right one missing.
   std::string describe(const CLI::ParseError& error) const {
     const CLI::App& at = innermost();
@@ -192,6 +198,7 @@ class Grammar {
       if (isLeaf) return "unexpected argument \"" + first + "\"";
       return (&at == &root_ ? "unknown command \"" : "unknown operation \"") + first + "\"";
     }
+    if (error.get_name() == "ArgumentMismatch") return mismatch(error.what());
     if (error.get_name() != "RequiredError" || isLeaf) return error.what();
     return &at == &root_ ? "a command is missing" : "an operation is missing";
   }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -45,7 +46,11 @@ int run(int count, const char* const* texts) {
     return Output(json).usageError(line.error());
   }
   const Output output(line->json);
-  return std::visit(Runner{line->options, output}, *line->request);
+  try {
+    return std::visit(Runner{line->options, output}, *line->request);
+  } catch (const std::exception& failure) {  // of the machine: no thread, no memory, no folder
+    return output.error("system", failure.what());
+  }
 }
 
 }  // namespace

@@ -12,13 +12,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(HttpTest, HealthTellsTheVersion) {
-  const Backend backend;
-  const auto answer = backend.send("GET", "/sandbox/health");
-  EXPECT_EQ(answer.status, 200);
-  EXPECT_THAT(answer.body, StartsWith(R"({"status":"ok","version":")"));
-}
-
 TEST(HttpTest, UnknownAddressesAndMethodsAreToldInTheEnvelope) {
   const Backend backend;
   EXPECT_THAT(backend.post("/api/users/none"), HasCode(404));

@@ -102,17 +102,6 @@ TEST_F(SessionTest, GuestHasNoProfileAndIsKnownByItsDevice) {
   EXPECT_EQ(backend.post("/api/users/guest-login", body).data("guestId"), json::Value(1));
 }
 
-TEST_F(SessionTest, RepliesDecodeAsTheClientsRecords) {
-  const auto session = backend.join("ann");
-  const auto encoded = json::encode(session.data());
-  const auto user = json::decode<ZVUser>(*encoded);
-  ASSERT_TRUE(user) << user.error().text();
-  EXPECT_EQ(user->userInfo->isFollow, 0);
-  EXPECT_EQ(user->userInfo->isBlock, false);
-  EXPECT_EQ(session.data("userInfo.isFollow"), json::Value(0));
-  EXPECT_EQ(session.data("userInfo.isBlock"), json::Value(false));
-}
-
 TEST_F(SessionTest, AnotherDeviceTakesTheSessionOver) {
   const auto first = backend.join("ann", "phone");
   const auto second = backend.join("ann", "tablet");
@@ -159,15 +148,6 @@ TEST_F(SessionTest, AccessTokenExpiresAndIsRenewed) {
   ASSERT_THAT(renewed, HasCode(1));
   EXPECT_THAT(callWith(renewed.text("accessToken")), HasCode(1));
   EXPECT_EQ(renewed.data("expires"), json::Value("2024-05-31T02:00:00.000Z"));
-}
-
-TEST_F(SessionTest, RenewalsAtTheSameTimeAllSucceed) {
-  const auto session = backend.join("ann");
-  const auto one = backend.refresh(session.text("refreshToken"));
-  backend.clock->advance(30s);
-  const auto two = backend.refresh(session.text("refreshToken"));
-  EXPECT_THAT(callWith(one.text("accessToken")), HasCode(1));
-  EXPECT_THAT(callWith(two.text("accessToken")), HasCode(1));
 }
 
 TEST_F(SessionTest, TradedRefreshTokenEndsTheSessionAfterTheGrace) {

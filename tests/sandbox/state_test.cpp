@@ -151,12 +151,5 @@ TEST_F(StateTest, SecondSandboxOnTheFileIsToldSo) {
   EXPECT_THAT(backend.join("ann"), HasCode(1));
 }
 
-TEST_F(StateTest, PortInUseIsSaidPlainly) {
-  const Backend backend;
-  const auto second = Sandbox::start({.port = backend.port()});
-  ASSERT_FALSE(second);
-  EXPECT_EQ(second.error(), "port " + std::to_string(backend.port()) + " is in use");
-}
-
 }  // namespace
 }  // namespace zavelo::sandbox

@@ -91,14 +91,6 @@ TEST_F(CommandTest, WritesTheLogToStandardErrorAndNoSecrets) {
   EXPECT_THAT(full.error, HasSubstr("\"zaveloId\""));
 }
 
-TEST_F(CommandTest, ReportsABackendThatIsDown) {
-  const std::string url = sandbox_->url();
-  sandbox_->stop();
-  const auto outcome = run({"user", "login-guest"});
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.error, StartsWith("error: unknown (-2): "));
-}
-
 TEST_F(CommandTest, ReportsAStoreThatCannotKeepTheSession) {
   const auto outcome = runCommand({"--store", "/", "--json", "user", "is-login"});
   EXPECT_EQ(outcome.status, 1);

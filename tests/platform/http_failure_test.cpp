@@ -49,24 +49,6 @@ TEST(CurlHttpFailure, RefusedConnectionNamesTheHostOnly) {
   EXPECT_EQ(reply.failure->description, "cannot connect to " + host + ": Connection refused");
 }
 
-TEST(CurlHttpFailure, UnknownHostIsUnreachable) {
-  CurlHttpSession session;
-  expectFailure(fetch(session, get("http://nowhere.invalid/")), Kind::unreachable,
-                "nowhere.invalid");
-}
-
-TEST(CurlHttpFailure, ConnectionThatEndsBeforeTheAnswerIsBroken) {
-  LoopbackServer server([](const ReceivedRequest& request, ServerConnection& connection) {
-    request.target == "/reset" ? connection.reset() : connection.close();
-  });
-  CurlHttpSession session;
-  for (const auto* path : {"/reset", "/close"}) {
-    const auto reply = fetch(session, get(server.url(path)));
-    expectFailure(reply, Kind::broken, "127.0.0.1");
-    EXPECT_FALSE(reply.status);
-  }
-}
-
 TEST(CurlHttpFailure, CutBodyLeavesTheStatusBesideTheFailure) {
   for (const auto* response : {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome",
                                "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nsome"}) {
@@ -80,14 +62,6 @@ TEST(CurlHttpFailure, BytesBehindTheAnnouncedLengthAreNotTheBody) {
   const auto reply = replyTo("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nsome more than that");
   EXPECT_FALSE(reply.failure);
   EXPECT_EQ(reply.body, "some");
-}
-
-TEST(CurlHttpFailure, WhatIsNotHttpOrNotUnpackableIsBroken) {
-  for (const auto* response :
-       {"SSH-2.0-OpenSSH_9.2\r\n", "HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\nx",
-        "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 5\r\n\r\nplain"}) {
-    expectFailure(replyTo(response), Kind::broken, "127.0.0.1");
-  }
 }
 
 TEST(CurlHttpFailure, ReplyLimitHoldsForAnnouncedAndForRealLength) {
@@ -217,29 +191,6 @@ TEST(CurlHttpFailure, ProcessMayExitWithCallsInFlight) {
     EXPECT_EQ(child.readLine(), "20 answered, then 1 more") << mode;
     EXPECT_EQ(child.wait(), 0) << mode;
   }
-}
-
-TEST(CurlHttpTls, TrustsOnlyCertificatesOfItsAuthoritiesForTheHost) {
-  const test::CertificateAuthority authority;
-  const test::CertificateAuthority stranger("Stranger");
-  const test::TemporaryFolder folder;
-  authority.writePem(folder / "authority.pem");
-  CurlHttpSession session(
-      {.idleTimeout = 60'000ms, .certificateAuthorities = (folder / "authority.pem").string()});
-  const auto serve = [](const ReceivedRequest&, ServerConnection& connection) {
-    connection.reply(200, "safe");
-  };
-
-  LoopbackServer trusted(authority.issue("IP:127.0.0.1"), serve);
-  EXPECT_EQ(fetch(session, get(trusted.url())).body, "safe");
-
-  LoopbackServer elsewhere(authority.issue("DNS:elsewhere.test"), serve);
-  expectFailure(fetch(session, get(elsewhere.url())), Kind::untrusted, "not trusted");
-  LoopbackServer strange(stranger.issue("IP:127.0.0.1"), serve);
-  expectFailure(fetch(session, get(strange.url())), Kind::untrusted, "not trusted");
-  CurlHttpSession ordinary;
-  expectFailure(fetch(ordinary, get(trusted.url())), Kind::untrusted, "not trusted");
-  EXPECT_THAT(strange.requests(), testing::IsEmpty());
 }
 
 TEST(CurlHttpTls, NamesAFileOfAuthoritiesThatIsNotThere) {

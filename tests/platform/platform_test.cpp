@@ -39,27 +39,6 @@ TEST(StreamLogSink, WritesEntriesAsLines) {
   std::fclose(stream);
 }
 
-TEST(ManualClock, MovesBothItsTimesWhenTold) {
-  using std::chrono::seconds;
-  const std::chrono::system_clock::time_point start(seconds(1000));
-  ManualClock clock(start);
-  clock.advance(seconds(5));
-  EXPECT_EQ(clock.now(), start + seconds(5));
-  EXPECT_EQ(clock.sinceBoot(), seconds(5));
-}
-
-TEST(MemoryKeyValueStore, KeepsValuesAndFailsOnDemand) {
-  MemoryKeyValueStore store;
-  EXPECT_TRUE(store.set("a", StoreScalar(true)));
-  store.failWith("full");
-  EXPECT_EQ(store.get("a").error().description, "full");
-  EXPECT_FALSE(store.remove("a"));
-  store.failWith("");
-  EXPECT_EQ(store.get("a").value(), StoreValue(StoreScalar(true)));
-  EXPECT_TRUE(store.remove("a"));
-  EXPECT_EQ(store.get("a").value(), std::nullopt);
-}
-
 TEST(ScriptedHttpSession, AnswersInOrderNowOrLater) {
   ScriptedHttpSession session;
   std::vector<std::string> got;

@@ -11,32 +11,26 @@ namespace {
 // The environment is chosen once a process, while each test has a server of its own.
 constexpr std::string_view anyBackend = "http://backend.test";
 
-const std::shared_ptr<testing::RecordedLog>& recordedLog() {
-  static const auto log = testing::RecordedLog::install();
-  return log;
-}
-
 }  // namespace
 
 class App::Routed final : public HttpSession {
  public:
   Routed(std::string backend, const CurlHttpOptions& options)
-      : backend_(std::move(backend)), session_(std::make_unique<CurlHttpSession>(options)) {}
+      : backend_(std::move(backend)), session_(options) {}
 
   std::shared_ptr<HttpTask> send(HttpRequest request, HttpReplyHandler done) override {
     if (request.url.starts_with(anyBackend)) request.url.replace(0, anyBackend.size(), backend_);
-    return session_->send(std::move(request), std::move(done));
+    return session_.send(std::move(request), std::move(done));
   }
-  void end() { session_.reset(); }
 
  private:
   const std::string backend_;
-  std::unique_ptr<CurlHttpSession> session_;
+  CurlHttpSession session_;
 };
 
 App::App(const std::string& backend, const std::filesystem::path& store, CurlHttpOptions options)
     : http_(std::make_shared<Routed>(backend, options)) {
-  (void)recordedLog();
+  testing::RecordedLog::install();
   ZaveloSDK::shared().initWith(ZVEnvironment::custom({std::string(anyBackend)}), true);
   for (const auto name : {ZaveloBanned, ZaveloDidLogInAnotherDevice, ZaveloDidRefreshTokenFailed})
     tokens_.push_back(notifications_->addObserver(std::string(name), [this](const auto& posted) {
@@ -52,10 +46,6 @@ void App::waitForAnswers(std::size_t count) {
   while (answers.size() < count) queue->run();
 }
 
-void App::endHttpSession() {
-  http_->end();
-}
-
 AppAnswer App::call(const std::string& url) {
   const auto before = answers.size();
   api->request<std::shared_ptr<ZVSearchUser>>(
@@ -65,15 +55,18 @@ AppAnswer App::call(const std::string& url) {
   return answers.back();
 }
 
-AppAnswer App::signIn(const std::string& zaveloId, const std::string& device) {
+AppAnswer App::searchToItsEnd() {
   const auto before = answers.size();
-  user->loginZavelo(zaveloId, "", device, 10, 106.7, answered<std::shared_ptr<ZVUser>>());
+  search();
   waitForAnswers(before + 1);
   return answers.back();
 }
 
-std::string App::log() {
-  return recordedLog()->text();
+AppAnswer App::signIn(const std::string& zaveloId) {
+  const auto before = answers.size();
+  user->loginZavelo(zaveloId, "", "d1", 10, 106.7, answered<std::shared_ptr<ZVUser>>());
+  waitForAnswers(before + 1);
+  return answers.back();
 }
 
 void App::record(AppAnswer answer) {

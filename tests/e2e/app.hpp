@@ -40,17 +40,12 @@ class App {
 
   /// One call by URL, to its end.
   AppAnswer call(const std::string& url);
-  ZVCall search(ZVCompletion<std::shared_ptr<ZVSearchUser>> completion) const {
-    return user->searchForUser("", 0, 5, std::move(completion));
+  ZVCall search() {
+    return user->searchForUser("", 0, 5, answered<std::shared_ptr<ZVSearchUser>>());
   }
+  AppAnswer searchToItsEnd();
   /// Signs in or joins; to its end.
-  AppAnswer signIn(const std::string& zaveloId, const std::string& device = "d1");
-
-  /// The services stay.
-  void endHttpSession();
-
-  /// What the whole process logged.
-  [[nodiscard]] static std::string log();
+  AppAnswer signIn(const std::string& zaveloId);
 
   const std::shared_ptr<MainQueue> queue = std::make_shared<MainQueue>();
   std::shared_ptr<ZVAPIService> api;

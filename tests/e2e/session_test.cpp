@@ -23,12 +23,6 @@ class Session : public ::testing::Test {
     ASSERT_THAT(backend.post("/sandbox/actions", {{"action", action}, {"userName", "ann"}}),
                 HasCode(1));
   }
-  AppAnswer search() {
-    const auto before = app.answers.size();
-    app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
-    app.waitForAnswers(before + 1);
-    return app.answers.back();
-  }
   bool isStored() { return App(backend.sandbox->url(), folder / "store").user->isLogin(); }
 
   const TemporaryFolder folder;
@@ -36,32 +30,22 @@ class Session : public ::testing::Test {
   App app{backend.sandbox->url(), folder / "store"};
 };
 
-TEST_F(Session, IsRestoredFromTheStoreWithItsTokens) {
-  App second(backend.sandbox->url(), folder / "store");
-  ASSERT_TRUE(second.user->isLogin());
-  EXPECT_FALSE(second.user->isGuest());
-  EXPECT_EQ(second.user->accessToken(), app.user->accessToken());
-  second.search(second.answered<std::shared_ptr<ZVSearchUser>>());
-  second.waitForAnswers(1);
-  EXPECT_TRUE(second.answers.front().ok);
-}
-
 TEST_F(Session, OutlivesAnExpiryThatTwentyCallsMeet) {
   const auto expired = app.user->accessToken();
   act("expire-tokens");
-  for (int i = 0; i < 20; ++i) app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
+  for (int i = 0; i < 20; ++i) app.search();
   app.waitForAnswers(21);
   EXPECT_TRUE(std::all_of(app.answers.begin(), app.answers.end(), [](auto& a) { return a.ok; }));
   EXPECT_TRUE(app.heard.empty());
   EXPECT_NE(app.user->accessToken(), expired);
-  EXPECT_TRUE(search().ok);
-  EXPECT_EQ(App(backend.sandbox->url(), folder / "store").user->accessToken(),
-            app.user->accessToken());
+  App restored(backend.sandbox->url(), folder / "store");
+  EXPECT_EQ(restored.user->accessToken(), app.user->accessToken());
+  EXPECT_TRUE(restored.searchToItsEnd().ok);
 }
 
 TEST_F(Session, EndsOnceItCannotBeRenewed) {
   backend.clock->advance(std::chrono::days(31));
-  const auto answer = search();
+  const auto answer = app.searchToItsEnd();
   EXPECT_EQ(answer.error.type, ZVAPIErrorType::invalidRefreshToken);
   EXPECT_EQ(answer.error.description, "Unauthorized!");
   EXPECT_THAT(app.heard, ElementsAre("ZaveloDidRefreshTokenFailed"));
@@ -78,7 +62,7 @@ TEST_F(Session, EndsWithItsNotificationWhenTheBackendSaysSo) {
     ASSERT_TRUE(app.signIn("ann").ok);
     app.heard.clear();
     act(action);
-    EXPECT_EQ(search().error.type, type);
+    EXPECT_EQ(app.searchToItsEnd().error.type, type);
     EXPECT_THAT(app.heard, ElementsAre(notification));
     EXPECT_FALSE(app.user->isLogin());
     EXPECT_FALSE(isStored());
@@ -91,7 +75,7 @@ TEST_F(Session, SurvivesACallThatIsCancelledWhileTheBackendDelaysIt) {
                                                {"fault", "delay"},
                                                {"milliseconds", 600'000}}),
               HasCode(1));
-  const auto call = app.search(app.answered<std::shared_ptr<ZVSearchUser>>());
+  const auto call = app.search();
   const auto isWaiting = [&] {
     return !backend.send("GET", "/sandbox/faults").data("pending").as<json::Array>()->empty();
   };
@@ -99,7 +83,7 @@ TEST_F(Session, SurvivesACallThatIsCancelledWhileTheBackendDelaysIt) {
   call.cancel();
   app.waitForAnswers(2);
   EXPECT_EQ(app.answers.back().error.description, "cancelled");
-  EXPECT_TRUE(search().ok);
+  EXPECT_TRUE(app.searchToItsEnd().ok);
 }
 
 TEST_F(Session, SurvivesFaultsThatAreNoVerdictOnIt) {
@@ -108,11 +92,11 @@ TEST_F(Session, SurvivesFaultsThatAreNoVerdictOnIt) {
     ASSERT_THAT(
         backend.post("/sandbox/faults", {{"endpoint", "/api/users/search"}, {"fault", fault}}),
         HasCode(1));
-    EXPECT_FALSE(search().ok);
+    EXPECT_FALSE(app.searchToItsEnd().ok);
     EXPECT_TRUE(app.user->isLogin());
     EXPECT_TRUE(app.heard.empty());
   }
-  EXPECT_TRUE(search().ok);
+  EXPECT_TRUE(app.searchToItsEnd().ok);
 }
 
 }  // namespace

@@ -54,8 +54,12 @@ TEST(CurlHttpSession, SendsEachMethodWithTheBodyItIsGiven) {
   const std::string bytes("a\0b", 3);
   for (const auto method : {ZVHTTPMethod::get, ZVHTTPMethod::post, ZVHTTPMethod::put,
                             ZVHTTPMethod::patch, ZVHTTPMethod::del, ZVHTTPMethod::options}) {
-    fetch(session, with(method, server.url("/with"), bytes));
+    auto sent = with(method, server.url("/with"), bytes);
+    sent.headers = {{"X-Empty", " "}, {"X-Text", "a: b;"}};
+    fetch(session, sent);
     const auto request = server.requests().back();
+    EXPECT_EQ(request.header("X-Text"), "a: b;");
+    EXPECT_THAT(request.headers, Contains(std::pair<std::string, std::string>("X-Empty", "")));
     EXPECT_EQ(request.method, methodName(method));
     EXPECT_EQ(request.body, bytes) << request.method;
     EXPECT_EQ(request.header("Content-Type"), "") << request.method;

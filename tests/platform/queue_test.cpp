@@ -117,22 +117,14 @@ TEST(MainQueue, StaysUsableAfterAClosureThatThrows) {
 }
 
 TEST(MainQueue, DestroysWhatHasNotRunWhichMayPostAgain) {
-  struct PostsWhenDestroyed {
-    explicit PostsWhenDestroyed(MainQueue& target) : queue(&target) {}
-    PostsWhenDestroyed(PostsWhenDestroyed&& other) noexcept
-        : queue(std::exchange(other.queue, {})) {}
-    ~PostsWhenDestroyed() {
-      if (queue) queue->post([] { FAIL(); });
-    }
-    void operator()() {}
-    MainQueue* queue;
-  };
   const auto witness = std::make_shared<int>();
   std::shared_ptr<DelayedTask> handle;
   {
     MainQueue queue;
+    const auto postAgain = [&](int*) { queue.post([] { FAIL(); }); };
+    int anything = 0;
     queue.post([witness] {});
-    queue.post(PostsWhenDestroyed(queue));
+    queue.post([last = std::shared_ptr<int>(&anything, postAgain)] {});
     handle = queue.postAfter(1h, [witness] {});
   }
   handle->cancel();

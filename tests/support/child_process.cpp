@@ -28,7 +28,7 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, std::optional<uid
 
 ChildProcess::~ChildProcess() {
   if (process_ > 0) {
-    kill();
+    kill(process_, SIGKILL);
     wait();
   }
   close(output_);
@@ -39,10 +39,6 @@ std::string ChildProcess::readLine() {
   char c = 0;
   while (read(output_, &c, 1) == 1 && c != '\n') line += c;
   return line;
-}
-
-void ChildProcess::kill() {
-  ::kill(process_, SIGKILL);
 }
 
 int ChildProcess::wait() {

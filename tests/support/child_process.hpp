@@ -19,7 +19,6 @@ class ChildProcess {
 
   /// The next line of the child's standard output, without its line break; empty at the end.
   [[nodiscard]] std::string readLine();
-  void kill();
   /// The exit status, or minus the signal that ended it.
   int wait();
 

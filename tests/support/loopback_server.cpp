@@ -10,31 +10,10 @@
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
-#include <tuple>
 
 namespace zavelo::test {
 
 namespace {
-
-sockaddr_in loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-/// A socket bound to a free port, and the port.
-std::pair<int, int> boundSocket() {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  auto address = loopback(0);
-  socklen_t size = sizeof(address);
-  if (bind(fd, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-    throw std::runtime_error("cannot bind a loopback port");
-  }
-  return {fd, ntohs(address.sin_port)};
-}
 
 std::shared_ptr<SSL_CTX> tlsContext(const ServerCertificate& certificate) {
   std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
@@ -169,18 +148,19 @@ class LoopbackServer::Connection final : public ServerConnection {
   std::string input_;
 };
 
-LoopbackServer::LoopbackServer(Handler handler) : handler_(std::move(handler)) {
-  listen();
-}
-
-LoopbackServer::LoopbackServer(const ServerCertificate& certificate, Handler handler)
-    : handler_(std::move(handler)), tls_(tlsContext(certificate)) {
-  listen();
-}
-
-void LoopbackServer::listen() {
-  std::tie(socket_, port_) = boundSocket();
-  if (::listen(socket_, SOMAXCONN) != 0) throw std::runtime_error("cannot listen");
+LoopbackServer::LoopbackServer(Handler handler, const ServerCertificate* certificate)
+    : handler_(std::move(handler)), tls_(certificate ? tlsContext(*certificate) : nullptr) {
+  socket_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  auto* bound = reinterpret_cast<sockaddr*>(&address);
+  if (bind(socket_, bound, size) != 0 || listen(socket_, SOMAXCONN) != 0 ||
+      getsockname(socket_, bound, &size) != 0) {
+    throw std::runtime_error("cannot listen on a loopback port");
+  }
+  port_ = ntohs(address.sin_port);
   // A client that has gone must not end the test program; the threads inherit this.
   sigset_t pipe;
   sigset_t before;
@@ -244,12 +224,6 @@ void LoopbackServer::serve(Connection& connection) {
     if (ending_) return;
   }
   connection.close();
-}
-
-int unusedPort() {
-  const auto [fd, port] = boundSocket();
-  close(fd);
-  return port;
 }
 
 }  // namespace zavelo::test

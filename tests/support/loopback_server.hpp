@@ -53,14 +53,12 @@ class LoopbackServer {
  public:
   using Handler = std::function<void(const ReceivedRequest&, ServerConnection&)>;
 
-  explicit LoopbackServer(Handler handler);
-  /// Speaks TLS with that certificate.
-  LoopbackServer(const ServerCertificate& certificate, Handler handler);
+  /// Speaks TLS if it has a certificate.
+  explicit LoopbackServer(Handler handler, const ServerCertificate* certificate = nullptr);
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-  [[nodiscard]] int port() const noexcept { return port_; }
   /// "http://127.0.0.1:port" or https, and the path.
   [[nodiscard]] std::string url(std::string_view path = "/") const;
 
@@ -70,7 +68,6 @@ class LoopbackServer {
 
  private:
   class Connection;
-  void listen();
   void acceptAll();
   void serve(Connection& connection);
 
@@ -85,8 +82,5 @@ class LoopbackServer {
   std::list<std::unique_ptr<Connection>> connections_;
   std::thread acceptor_;
 };
-
-/// A port of 127.0.0.1 that nobody listens on.
-[[nodiscard]] int unusedPort();
 
 }  // namespace zavelo::test

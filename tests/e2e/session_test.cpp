@@ -70,22 +70,6 @@ TEST_F(Session, EndsWithItsNotificationWhenTheBackendSaysSo) {
   EXPECT_EQ(app.signIn("ann").error.type, ZVAPIErrorType::banned);
 }
 
-TEST_F(Session, SurvivesACallThatIsCancelledWhileTheBackendDelaysIt) {
-  ASSERT_THAT(backend.post("/sandbox/faults", {{"endpoint", "/api/users/search"},
-                                               {"fault", "delay"},
-                                               {"milliseconds", 600'000}}),
-              HasCode(1));
-  const auto call = app.search();
-  const auto isWaiting = [&] {
-    return !backend.send("GET", "/sandbox/faults").data("pending").as<json::Array>()->empty();
-  };
-  while (isWaiting()) std::this_thread::yield();
-  call.cancel();
-  app.waitForAnswers(2);
-  EXPECT_EQ(app.answers.back().error.description, "cancelled");
-  EXPECT_TRUE(app.searchToItsEnd().ok);
-}
-
 TEST_F(Session, SurvivesFaultsThatAreNoVerdictOnIt) {
   for (const char* fault : {"cut", "refuse", "invalidJson", "wrongType"}) {
     SCOPED_TRACE(fault);

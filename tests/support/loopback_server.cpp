@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <sstream>
 #include <stdexcept>
 
 namespace zavelo::test {
@@ -29,19 +30,14 @@ std::size_t contentLength(const ReceivedRequest& request) {
   return length;
 }
 
-ReceivedRequest parseHead(std::string_view head) {
-  const auto nextLine = [&] {
-    const auto end = head.find("\r\n");
-    const auto line = head.substr(0, end);
-    head.remove_prefix(std::min(head.size(), end + 2));
-    return line;
-  };
-  const auto first = nextLine();
-  const auto target = first.find(' ') + 1;
+ReceivedRequest parseHead(const std::string& head) {
+  std::istringstream lines(head);
+  std::string line;
   ReceivedRequest request;
-  request.method = first.substr(0, target - 1);
-  request.target = first.substr(target, first.rfind(' ') - target);
-  for (auto line = nextLine(); !line.empty(); line = nextLine()) {
+  lines >> request.method >> request.target;
+  std::getline(lines, line);
+  while (std::getline(lines, line) && line != "\r") {
+    line.pop_back();
     const auto colon = line.find(':');
     const auto value = std::min(line.find_first_not_of(' ', colon + 1), line.size());
     request.headers.emplace_back(line.substr(0, colon), line.substr(value));
@@ -82,7 +78,7 @@ class LoopbackServer::Connection final : public ServerConnection {
     while ((end = input_.find("\r\n\r\n")) == std::string::npos) {
       if (!readMore()) return false;
     }
-    request = parseHead(std::string_view(input_).substr(0, end + 4));
+    request = parseHead(input_.substr(0, end + 4));
     input_.erase(0, end + 4);
     const auto length = contentLength(request);
     while (input_.size() < length) {

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <regex>
-#include <sstream>
 
 #include "tools/zavelo/argument_note.hpp"
 #include "tools/zavelo/option_name.hpp"
@@ -18,39 +18,23 @@ using Names = std::vector<std::string>;
 
 std::string headerText(const std::string& header) {
   std::ifstream file(std::string(ZAVELO_SOURCE_DIR "/zavelo/") + header);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The parameters' names of a declaration, the completion left out: the last word before each
-/// comma outside angle brackets.
+/// The parameters' names of a declaration, the completion left out.
 Names parameterNames(const std::string& parameters) {
-  Names names;
-  std::string word;
-  int depth = 0;
-  for (const char c : parameters + ",") {
-    depth += c == '<' ? 1 : c == '>' ? -1 : 0;
-    if (std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_') {
-      word += c;
-    } else if (c == ',' && depth == 0) {
-      if (!word.empty() && word != "completion") names.push_back(word);
-      word.clear();
-    } else {
-      word.clear();
-    }
-  }
-  return names;
+  const std::regex name(R"(\b(?!completion$)\w+(?=,|$))");
+  return {std::sregex_token_iterator(parameters.begin(), parameters.end(), name), {}};
 }
 
 /// The operations that a service's header declares between its shared accessor and what other
 /// parts of the library ask of it.
 std::multimap<std::string, Names> declaredOperations(const std::string& header,
                                                      const std::string& end) {
-  std::string text = headerText(header);
-  text = text.substr(text.find("shared();") + 9);
-  text = text.substr(0, text.find(end));
-  text = std::regex_replace(text, std::regex("//[^\n]*"), "");
+  const std::string all = headerText(header);
+  const auto begin = all.find("shared();") + 9;
+  const auto text =
+      std::regex_replace(all.substr(begin, all.find(end) - begin), std::regex("//[^\n]*"), "");
   std::multimap<std::string, Names> operations;
   const std::regex declaration(R"((\w+)\(([^;{]*)\)[^;{)]*;)");
   for (auto at = std::sregex_iterator(text.begin(), text.end(), declaration);
@@ -106,13 +90,9 @@ TEST(OptionName, SeparatesWordsAndKeepsAbbreviationsTogether) {
 
 // Whoever drives the catalogue with JSON gets the same care as a person at a terminal.
 
-const Operation& userOperation(std::string_view name) {
-  static const Group group = userGroup();
-  return *std::ranges::find(group.operations, name, &Operation::name);
-}
-
 std::string faultOf(std::string_view name, const json::Object& arguments) {
-  const auto& operation = userOperation(name);
+  static const Group group = userGroup();
+  const auto& operation = *std::ranges::find(group.operations, name, &Operation::name);
   const auto call = operation.invoke(operation.arguments, arguments,
                                      [](const JsonResult&) { FAIL() << "was carried out"; });
   return call ? "" : call.error().argument + ": " + call.error().reason;

@@ -1,23 +1,8 @@
 #include "tests/tools/command_fixture.hpp"
 
-#include <cstdlib>
-#include <future>
-
 #include "zavelo/json/json.hpp"
-#include "zavelo/platform/curl_http_session.hpp"
 
 namespace zavelo::command {
-
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "zavelo-test-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "no folder " << pattern;
-  path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
 
 std::unique_ptr<ChildProcess> startCommand(const std::vector<std::string>& arguments,
                                            const std::string& input) {
@@ -30,22 +15,20 @@ ChildOutcome runCommand(const std::vector<std::string>& arguments, const std::st
   return startCommand(arguments, input)->wait();
 }
 
-ChildOutcome runShell(const std::string& line) {
+std::unique_ptr<ChildProcess> startShell(const std::string& line) {
   auto child = ChildProcess::start("/bin/sh", {"-c", line, ZAVELO_COMMAND});
   EXPECT_TRUE(child) << child.error();
-  return (*child)->wait();
+  return std::move(*child);
 }
 
-json::Value jsonLine(const std::string& text) {
-  EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
-  auto value = json::decode<json::Value>(text);
-  EXPECT_TRUE(value) << text;
-  return value ? *value : json::Value();
+ChildOutcome runShell(const std::string& line) {
+  return startShell(line)->wait();
 }
 
-std::string memberText(const json::Value& object, std::string_view key) {
-  const auto* members = object.as<json::Object>();
-  const auto* member = members == nullptr ? nullptr : members->find(key);
+std::string memberText(const std::string& line, std::string_view key) {
+  const auto value = json::decode<json::Value>(line);
+  const auto* object = value ? value->as<json::Object>() : nullptr;
+  const auto* member = object == nullptr ? nullptr : object->find(key);
   const auto* text = member == nullptr ? nullptr : member->as<std::string>();
   return text == nullptr ? std::string() : *text;
 }
@@ -73,17 +56,4 @@ void CommandTest::registerMember(const std::string& name) const {
 ChildOutcome CommandTest::signIn(const std::string& name, const std::string& password) const {
   return run({"user", "login", "--zavelo-id", name, "--password", "-"}, password + "\n");
 }
-
-void CommandTest::act(const std::string& action, const std::string& userName) const {
-  CurlHttpSession session;
-  std::promise<HttpReply> answer;
-  const auto task =
-      session.send({.method = ZVHTTPMethod::post,
-                    .url = sandbox_->url() + "/sandbox/actions",
-                    .headers = {{"Content-Type", "application/json"}},
-                    .body = R"({"action":")" + action + R"(","userName":")" + userName + R"("})"},
-                   [&answer](HttpReply reply) { answer.set_value(std::move(reply)); });
-  ASSERT_EQ(answer.get_future().get().status, 200);
-}
-
 }  // namespace zavelo::command

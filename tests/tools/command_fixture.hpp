@@ -2,40 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sandbox/sandbox.hpp"
+#include "tests/support/temporary_folder.hpp"
 #include "tools/zavelo/child_process.hpp"
-#include "zavelo/json/value.hpp"
 
 namespace zavelo::command {
 
-/// A folder that is gone with the test.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  [[nodiscard]] std::filesystem::path operator/(const char* name) const { return path_ / name; }
-  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using test::TemporaryFolder;
 
 [[nodiscard]] std::unique_ptr<ChildProcess> startCommand(const std::vector<std::string>& arguments,
                                                          const std::string& input = {});
 [[nodiscard]] ChildOutcome runCommand(const std::vector<std::string>& arguments,
                                       const std::string& input = {});
 /// Runs a line of sh in which "$0" is the command.
+[[nodiscard]] std::unique_ptr<ChildProcess> startShell(const std::string& line);
 [[nodiscard]] ChildOutcome runShell(const std::string& line);
 
-/// One line of JSON, else the test fails.
-[[nodiscard]] json::Value jsonLine(const std::string& text);
-/// The text of a member of an object; empty when there is none.
-[[nodiscard]] std::string memberText(const json::Value& object, std::string_view key);
+/// The text of a member of the JSON object that the line is; empty when there is none.
+[[nodiscard]] std::string memberText(const std::string& line, std::string_view key);
 
 /// The command against a sandbox, with a store of the test's own.
 class CommandTest : public testing::Test {
@@ -48,7 +37,6 @@ class CommandTest : public testing::Test {
   /// Registers a member of this name whose password is "secret".
   void registerMember(const std::string& name) const;
   [[nodiscard]] ChildOutcome signIn(const std::string& name, const std::string& password) const;
-  void act(const std::string& action, const std::string& userName) const;
 
   TemporaryFolder folder_;
   std::unique_ptr<sandbox::Sandbox> sandbox_;

@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 
+#include <iterator>
+#include <sstream>
+
 #include "tests/tools/command_fixture.hpp"
 
 // What the command says to a command line that makes no sense.
@@ -9,57 +12,45 @@ namespace {
 
 using testing::HasSubstr;
 
-struct WrongLine {
-  std::vector<std::string> arguments;
-  std::string named;  // by the message
-};
+std::vector<std::string> words(const std::string& line) {
+  std::istringstream stream(line);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
 
 TEST(Usage, NamesWhatIsWrongAndWhereHelpIs) {
   const TemporaryFolder folder;
   const std::string text = (folder / "text").string();
   ASSERT_EQ(runShell("echo text > " + text).status, 0);
-  const std::vector<std::string> search{"user", "search-for-user", "--display-name", "a"};
-  const auto searching = [&](std::string nextId, std::string limit) {
-    auto line = search;
-    line.insert(line.end(), {"--next-id", std::move(nextId), "--limit", std::move(limit)});
-    return line;
-  };
-  const auto editing = [](const std::string& image) {
-    return std::vector<std::string>{"user",           "edit-profile",
-                                    "--display-name", "a",
-                                    "--dob",          "2000-01-01",
-                                    "--gender",       "x",
-                                    "--about",        "",
-                                    "--image",        image};
-  };
-  const WrongLine lines[] = {
-      {{}, "a command is missing\n  see zavelo --help"},
-      {{"usr"}, "unknown command \"usr\""},
-      {{"user"}, "an operation is missing\n  see zavelo user --help"},
-      {{"user", "log-in"}, "unknown operation \"log-in\""},
-      {{"user", "sandbox"}, "unknown operation \"sandbox\""},
-      {{"user", "is-login", "now"}, "unexpected argument \"now\""},
-      {{"user", "login", "--zaveloid", "a"}, "unknown option --zaveloid\n  see zavelo user login"},
-      {{"user", "login", "--zavelo-id", "a"}, "--password is required"},
-      {{"user", "login-guest", "--device-udid"}, "--device-udid needs a value"},
-      {{"user", "login-guest", "--device-udid", "a", "--device-udid", "b"},
+  const std::string search = "user search-for-user --display-name a --limit 1 --next-id ";
+  const std::string edit =
+      "user edit-profile --display-name a --dob 2000-01-01 --gender x --about b --image ";
+  const std::pair<std::string, std::string> lines[] = {
+      {"", "a command is missing\n  see zavelo --help"},
+      {"usr", "unknown command \"usr\""},
+      {"user", "an operation is missing\n  see zavelo user --help"},
+      {"user log-in", "unknown operation \"log-in\""},
+      {"user is-login now", "unexpected argument \"now\""},
+      {"user login --zaveloid a", "unknown option --zaveloid\n  see zavelo user login"},
+      {"user login --zavelo-id a", "--password is required"},
+      {"user login-guest --device-udid", "--device-udid needs a value"},
+      {"user login-guest --device-udid a --device-udid b",
        "--device-udid stands there more than once"},
-      {searching("1x", "1"), "--next-id: expected an integer"},
-      {searching("9223372036854775808", "1"), "--next-id: expected an integer of at most 64 bits"},
-      {{"user", "login-zavelo", "--zavelo-id", "a", "--display-name", "", "--latitude", "1,5"},
+      {search + "1x", "--next-id: expected an integer"},
+      {search + "9223372036854775808", "--next-id: expected an integer of at most 64 bits"},
+      {"user login-zavelo --zavelo-id a --display-name b --latitude 1,5",
        "--latitude: expected a number, got \"1,5\""},
-      {{"user", "set-user", "--user", "{"}, "--user: not sound JSON"},
-      {{"call", "login", "--parameters", "[]"}, "--parameters: expected a JSON object"},
-      {{"user", "login-guest", "--device-udid", "\xff"}, "--device-udid: invalid UTF-8"},
-      {editing((folder / "none").string()), "No such file"},
-      {editing(text), "is not a JPEG"},
-      {editing(folder.path().string()), "Is a directory"},
-      {{"--api", "127.0.0.1:80", "user", "is-login"}, "--api: expected a URL"},
-      {{"--log", "loud", "version"}, "--log"},
-      {{"sandbox", "--port", "65536"}, "--port"},
+      {"user set-user --user {", "--user: not sound JSON"},
+      {"call login --parameters []", "--parameters: expected a JSON object"},
+      {"user login-guest --device-udid \xff", "--device-udid: invalid UTF-8"},
+      {edit + (folder / "none").string(), "No such file"},
+      {edit + text, "is not a JPEG"},
+      {edit + folder.path().string(), "Is a directory"},
+      {"--api 127.0.0.1:80 user is-login", "--api: expected a URL"},
+      {"--log loud version", "--log"},
+      {"sandbox --port 65536", "--port"},
   };
-  for (const auto& [arguments, named] : lines) {
-    const auto outcome = runCommand(arguments);
+  for (const auto& [line, named] : lines) {
+    const auto outcome = runCommand(words(line));
     EXPECT_EQ(outcome.status, 2) << named;
     EXPECT_EQ(outcome.output, "") << named;
     EXPECT_THAT(outcome.error, HasSubstr(named));

@@ -6,7 +6,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <stdexcept>
 
 #include "zavelo/platform/jpeg.hpp"
@@ -93,13 +92,14 @@ Answer Backend::postText(const std::string& path, const std::string& body,
   return answerOf(clientOf(port()).Post(path, body, contentType));
 }
 
-Answer Backend::postForm(const std::string& path,
-                         const std::vector<std::pair<std::string, std::string>>& fields,
-                         const std::string& jpeg, const std::string& token) const {
-  httplib::MultipartFormDataItems items;
-  for (const auto& [name, value] : fields) items.push_back({name, value, "", ""});
-  items.push_back({"profile", jpeg, "profile.jpeg", "image/jpeg"});
-  return answerOf(clientOf(port()).Post(path, headersWith(token), items));
+Answer Backend::editProfile(const std::string& token, const std::string& picture,
+                            const std::string& dob, const std::string& about) const {
+  const httplib::MultipartFormDataItems items{{"displayName", "Ann", "", ""},
+                                              {"dob", dob, "", ""},
+                                              {"gender", "f", "", ""},
+                                              {"about", about, "", ""},
+                                              {"profile", picture, "profile.jpeg", "image/jpeg"}};
+  return answerOf(clientOf(port()).Post("/api/users/edit-profile", headersWith(token), items));
 }
 
 Answer Backend::send(const std::string& method, const std::string& path,
@@ -116,12 +116,12 @@ Answer Backend::join(const std::string& zaveloId, const std::string& device) con
               {{"zaveloId", zaveloId}, {"deviceUdid", device}, {"deviceType", 1}});
 }
 
-Answer Backend::refresh(const std::string& refreshToken) const {
-  return post("/api/users/refresh", {{"refreshToken", refreshToken}});
+Answer Backend::registerMember(const std::string& zaveloId, const std::string& password) const {
+  return post("/api/users/zavelo-register", {{"zaveloId", zaveloId}, {"password", password}});
 }
 
-Answer postTo(std::uint16_t port, const std::string& path, const json::Object& body) {
-  return answerOf(clientOf(port).Post(path, textOf(body), "application/json"));
+Answer Backend::refresh(const std::string& refreshToken) const {
+  return post("/api/users/refresh", {{"refreshToken", refreshToken}});
 }
 
 json::Object loginBody(const std::string& zaveloId, const std::string& password,
@@ -130,7 +130,7 @@ json::Object loginBody(const std::string& zaveloId, const std::string& password,
           {"deviceType", 1},      {"latitude", 10.0},     {"longitude", 106.7}};
 }
 
-std::string exchange(std::uint16_t port, std::string_view bytes, std::string_view upTo) {
+std::string exchange(std::uint16_t port, std::string_view bytes) {
   const int client = ::socket(AF_INET, SOCK_STREAM, 0);
   const timeval patience{20, 0};
   ::setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -145,13 +145,11 @@ std::string exchange(std::uint16_t port, std::string_view bytes, std::string_vie
       if (sent <= 0) break;
       bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
-    if (upTo.empty()) ::shutdown(client, SHUT_WR);
+    ::shutdown(client, SHUT_WR);
     char buffer[4096];
     ssize_t got = 0;
-    while ((upTo.empty() || received.find(upTo) == std::string::npos) &&
-           (got = ::recv(client, buffer, sizeof buffer, 0)) > 0) {
+    while ((got = ::recv(client, buffer, sizeof buffer, 0)) > 0)
       received.append(buffer, static_cast<std::size_t>(got));
-    }
   }
   ::close(client);
   return received;

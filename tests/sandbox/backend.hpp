@@ -39,9 +39,10 @@ class Backend {
                             const std::string& token = {}) const;
   [[nodiscard]] Answer postText(const std::string& path, const std::string& body,
                                 const std::string& contentType = "application/json") const;
-  [[nodiscard]] Answer postForm(const std::string& path,
-                                const std::vector<std::pair<std::string, std::string>>& fields,
-                                const std::string& jpeg, const std::string& token) const;
+  /// As a form with a file, which is to be a JPEG.
+  [[nodiscard]] Answer editProfile(const std::string& token, const std::string& picture,
+                                   const std::string& dob = "",
+                                   const std::string& about = "") const;
   /// Any method, with headers of the test's choice and no body.
   [[nodiscard]] Answer send(
       const std::string& method, const std::string& path,
@@ -49,21 +50,20 @@ class Backend {
 
   /// Signs a member in by its zaveloId, which an unknown one joins by.
   [[nodiscard]] Answer join(const std::string& zaveloId, const std::string& device = "d1") const;
+  [[nodiscard]] Answer registerMember(const std::string& zaveloId,
+                                      const std::string& password) const;
   [[nodiscard]] Answer refresh(const std::string& refreshToken) const;
 
   std::shared_ptr<testing::ManualClock> clock;
   std::unique_ptr<Sandbox> sandbox;
 };
 
-[[nodiscard]] Answer postTo(std::uint16_t port, const std::string& path, const json::Object& body);
-
 /// A body that the login endpoint takes.
 [[nodiscard]] json::Object loginBody(const std::string& zaveloId, const std::string& password,
                                      const std::string& device = "d1");
 
-/// Sends the bytes as they are and reads until the server closes or `upTo` has come.
-[[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes,
-                                   std::string_view upTo = {});
+/// Sends the bytes as they are and reads until the server closes.
+[[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes);
 
 /// A sound JPEG of one colour.
 [[nodiscard]] std::string jpegFile(std::uint32_t width, std::uint32_t height);

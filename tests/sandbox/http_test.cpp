@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <httplib.h>
 
 #include <atomic>
+#include <list>
 #include <thread>
 #include <vector>
 
@@ -9,7 +11,8 @@
 namespace zavelo::sandbox {
 namespace {
 
-using ::testing::HasSubstr;
+using ::testing::AnyOf;
+using ::testing::ContainsRegex;
 using ::testing::StartsWith;
 
 TEST(HttpTest, UnknownAddressesAndMethodsAreToldInTheEnvelope) {
@@ -25,21 +28,17 @@ TEST(HttpTest, UnknownAddressesAndMethodsAreToldInTheEnvelope) {
 TEST(HttpTest, OtherSitesAreKeptOut) {
   const Backend backend;
   const std::string here = "127.0.0.1:" + std::to_string(backend.port());
-  const auto statusOf = [&](const std::string& host, const std::string& origin) {
-    std::vector<std::pair<std::string, std::string>> headers{{"Host", host}};
-    if (!origin.empty()) headers.emplace_back("Origin", origin);
+  using Headers = std::vector<std::pair<std::string, std::string>>;
+  const auto statusOf = [&](const Headers& headers) {
     return backend.send("GET", "/sandbox/health", headers).status;
   };
-  EXPECT_EQ(statusOf(here, ""), 200);
-  EXPECT_EQ(statusOf("LOCALHOST:1", ""), 200);
-  EXPECT_EQ(statusOf("[::1]:8080", ""), 200);
-  EXPECT_EQ(statusOf(here, "http://" + here), 200);
-  EXPECT_EQ(statusOf("evil.example", ""), 403);
-  EXPECT_EQ(statusOf("localhost.evil.example", ""), 403);
-  EXPECT_EQ(statusOf("127.0.0.1:80@evil.example", ""), 403);
-  EXPECT_EQ(statusOf(here, "http://evil.example"), 403);
-  EXPECT_EQ(statusOf(here, "http://localhost:3000"), 403);
-  EXPECT_EQ(statusOf(here, "null"), 403);
+  for (const char* host : {"LOCALHOST:1", "[::1]:8080"})
+    EXPECT_EQ(statusOf({{"Host", host}}), 200) << host;
+  EXPECT_EQ(statusOf({{"Host", here}, {"Origin", "http://" + here}}), 200);
+  for (const char* host : {"evil.example", "localhost.evil.example", "127.0.0.1:80@evil.example"})
+    EXPECT_EQ(statusOf({{"Host", host}}), 403) << host;
+  for (const char* origin : {"http://evil.example", "http://localhost:3000", "null"})
+    EXPECT_EQ(statusOf({{"Host", here}, {"Origin", origin}}), 403) << origin;
 }
 
 TEST(HttpTest, HostileBytesEndTheirConnectionOnly) {
@@ -63,10 +62,8 @@ TEST(HttpTest, HostileBytesEndTheirConnectionOnly) {
       "GET /" + std::string(200'000, 'a'),
   };
   for (const auto& bytes : hostile) {
-    const auto received = exchange(backend.port(), bytes);
-    if (!received.empty()) {
-      EXPECT_THAT(received, StartsWith("HTTP/1.1 ")) << bytes.substr(0, 200);
-    }
+    EXPECT_THAT(exchange(backend.port(), bytes), AnyOf("", StartsWith("HTTP/1.1 ")))
+        << bytes.substr(0, 200);
   }
   EXPECT_EQ(backend.send("GET", "/sandbox/health").status, 200);
 }
@@ -77,47 +74,30 @@ TEST(HttpTest, RequestsShareAConnection) {
   const std::string last =
       "POST /api/users/logout HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n";
   const auto received = exchange(backend.port(), one + one + last);
-  std::size_t count = 0;
-  for (std::size_t at = 0; (at = received.find("HTTP/1.1 ", at)) != std::string::npos; ++at)
-    ++count;
-  EXPECT_EQ(count, 3U) << received;
-  EXPECT_THAT(received, HasSubstr("HTTP/1.1 401"));
+  EXPECT_THAT(received, ContainsRegex("1.1 200 (.|\n)*1.1 200 (.|\n)*1.1 401 "));
 }
 
 TEST(HttpTest, HundredsOfCallsAtOnceAreAllAnswered) {
   const Backend backend;
-  const auto token = backend.join("ann").text("accessToken");
   std::atomic<int> answered = 0;
   std::vector<std::thread> callers;
-  for (int i = 0; i < 300; ++i) {
-    callers.emplace_back([&, i] {
-      const auto answer =
-          i % 50 == 0 ? backend.post("/api/users/login", loginBody("nobody", "x"))
-                      : backend.post("/api/users/search",
-                                     {{"displayName", ""}, {"nextId", 0}, {"limit", 1}}, token);
-      answered += answer.code() == (i % 50 == 0 ? 652 : 1);
-    });
-  }
+  for (int i = 0; i < 300; ++i)
+    callers.emplace_back(
+        [&, i] { answered += backend.join("member" + std::to_string(i)).code() == 1; });
   for (auto& caller : callers) caller.join();
   EXPECT_EQ(answered, 300);
 }
 
 TEST(HttpTest, IdleConnectionsDoNotDelayOthersNorTheEnd) {
   const Backend backend;
-  std::vector<std::thread> idlers;
-  std::atomic<int> waiting = 0;
+  std::list<httplib::Client> idlers;
   for (int i = 0; i < 50; ++i) {
-    idlers.emplace_back([&] {
-      const std::string request = "GET /sandbox/health HTTP/1.1\r\nHost: localhost\r\n\r\n";
-      // Never answered: it ends when the sandbox does.
-      waiting += 1;
-      (void)exchange(backend.port(), request, "no such text");
-    });
+    auto& idler = idlers.emplace_back("127.0.0.1", backend.port());
+    idler.set_keep_alive(true);
+    EXPECT_TRUE(idler.Get("/sandbox/health"));
   }
-  while (waiting < 50) std::this_thread::yield();
   EXPECT_EQ(backend.send("GET", "/sandbox/health").status, 200);
   backend.sandbox->stop();
-  for (auto& idler : idlers) idler.join();
   EXPECT_EQ(backend.send("GET", "/sandbox/health").status, 0);
 }
 

@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "tests/sandbox/backend.hpp"
+#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -19,14 +16,6 @@ using ::testing::HasSubstr;
 
 class StateTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "sandbox-state-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    folder = name;
-    file = folder / "state.db";
-  }
-  void TearDown() override { fs::remove_all(folder); }
-
   [[nodiscard]] std::string complaintAbout(const fs::path& state) const {
     const auto started = Sandbox::start({.port = 0, .state = state});
     return started ? "" : started.error();
@@ -37,8 +26,8 @@ class StateTest : public ::testing::Test {
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
-  fs::path folder;
-  fs::path file;
+  const test::TemporaryFolder folder;
+  const fs::path file = folder / "state.db";
 };
 
 TEST_F(StateTest, SessionsAndPicturesSurviveARestart) {
@@ -47,10 +36,7 @@ TEST_F(StateTest, SessionsAndPicturesSurviveARestart) {
   {
     const Backend backend({.state = file});
     token = backend.join("ann").text("accessToken");
-    const auto edited =
-        backend.postForm("/api/users/edit-profile",
-                         {{"displayName", "Ann"}, {"dob", ""}, {"gender", ""}, {"about", ""}},
-                         jpegFile(9, 9), token);
+    const auto edited = backend.editProfile(token, jpegFile(9, 9));
     picture = edited.text("userInfo.userImage").substr(backend.sandbox->url().size());
   }
   const Backend backend({.state = file});
@@ -61,54 +47,21 @@ TEST_F(StateTest, SessionsAndPicturesSurviveARestart) {
   EXPECT_EQ(backend.send("GET", picture).body, jpegFile(9, 9));
 }
 
-TEST_F(StateTest, AcknowledgedMembersSurviveAKilledProcess) {
-  int pipeEnds[2];
-  ASSERT_EQ(::pipe(pipeEnds), 0);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    const auto started = Sandbox::start({.port = 0, .state = file});
-    const std::uint16_t port = started ? (*started)->port() : 0;
-    if (::write(pipeEnds[1], &port, sizeof port) == sizeof port) ::pause();
-    ::_exit(1);
-  }
-  std::uint16_t port = 0;
-  ASSERT_EQ(::read(pipeEnds[0], &port, sizeof port), static_cast<ssize_t>(sizeof port));
-  for (int i = 0; i < 20; ++i) {
-    ASSERT_THAT(postTo(port, "/api/users/zavelo-register", {{"zaveloId", "m" + std::to_string(i)}}),
-                HasCode(1));
-  }
-  ::kill(child, SIGKILL);
-  ::waitpid(child, nullptr, 0);
-  ::close(pipeEnds[0]);
-  ::close(pipeEnds[1]);
-
-  const Backend backend({.state = file});
-  for (int i = 0; i < 20; ++i) {
-    EXPECT_THAT(backend.post("/api/users/zavelo-register", {{"zaveloId", "m" + std::to_string(i)}}),
-                HasCode(750));
-  }
-}
-
 TEST_F(StateTest, FileIsTheOwnersAlone) {
   { const Backend backend({.state = file}); }
   fs::permissions(file, fs::perms::all);
   const Backend backend({.state = file});
   (void)backend.join("ann");
-  for (const auto& entry : fs::directory_iterator(folder)) {
-    struct stat status {};
-    ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600U) << entry.path();
-  }
+  for (const auto& entry : fs::directory_iterator(folder.path()))
+    EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write)
+        << entry.path();
 }
 
 TEST_F(StateTest, NeitherTokensNorPasswordsStandInTheFile) {
   std::string token;
   {
     const Backend backend({.state = file});
-    token = backend
-                .post("/api/users/zavelo-register",
-                      {{"zaveloId", "ann"}, {"password", "a very secret word"}})
-                .text("accessToken");
+    token = backend.registerMember("ann", "a very secret word").text("accessToken");
   }
   EXPECT_EQ(content().find(token), std::string::npos);
   EXPECT_EQ(content().find("a very secret word"), std::string::npos);
@@ -119,7 +72,7 @@ TEST_F(StateTest, FileThatIsNoStateIsRefusedAndLeftAlone) {
   const auto before = content();
   EXPECT_THAT(complaintAbout(file), HasSubstr("damaged or no database"));
   EXPECT_EQ(content(), before);
-  EXPECT_THAT(complaintAbout(folder), HasSubstr("it is a folder"));
+  EXPECT_THAT(complaintAbout(folder.path()), HasSubstr("it is a folder"));
   EXPECT_THAT(complaintAbout("/dev/null"), HasSubstr("it is not a file"));
   EXPECT_THAT(complaintAbout(folder / "none" / "state.db"), HasSubstr("No such file"));
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "tests/sandbox/backend.hpp"
 
 namespace zavelo::sandbox {
@@ -43,6 +45,20 @@ TEST_F(FaultTest, RefusedCallGetsNoByteAndIsNotDone) {
                      "POST /api/users/search HTTP/1.1\r\nHost: localhost\r\n"
                      "Content-Length: 0\r\n\r\n"),
             "");
+}
+
+TEST_F(FaultTest, DelayHoldsUpNobodyElseAndEndsWithTheSandbox) {
+  spoil("delay", {{"milliseconds", 600'000}});
+  Answer delayed;
+  std::thread caller([&] { delayed = call(); });
+  const auto isPending = [&] {
+    const auto pending = backend.send("GET", "/sandbox/faults").data("pending");
+    return !pending.as<json::Array>()->empty();
+  };
+  while (isPending()) std::this_thread::yield();
+  EXPECT_THAT(call(), HasCode(1));
+  backend.sandbox->stop();
+  caller.join();
 }
 
 TEST_F(FaultTest, PendingRulesAreListedAndCleared) {

@@ -22,4 +22,10 @@ const Field* Record::find(std::string_view key, std::size_t expected) const noex
   return nullptr;
 }
 
+Record Record::shiftedBy(std::size_t bytes) const {
+  Record shifted = *this;
+  for (Field& field : shifted.fields_) field.offset += bytes;
+  return shifted;
+}
+
 }  // namespace zavelo::json

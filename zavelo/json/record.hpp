@@ -39,6 +39,8 @@ class ZAVELO_EXPORT Record {
   /// Null when the record has no such field. `expected` is where a sender that keeps the declared
   /// order has it.
   [[nodiscard]] const Field* find(std::string_view key, std::size_t expected) const noexcept;
+  /// The same fields, of a type that has this record at that offset.
+  [[nodiscard]] Record shiftedBy(std::size_t bytes) const;
 
  private:
   std::vector<Field> fields_;

@@ -1,6 +1,9 @@
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/core/sdk.hpp"
 #include "zavelo/platform/platform.hpp"
+#include "zavelo/services/product_service.hpp"
+#include "zavelo/services/setting_service.hpp"
+#include "zavelo/services/stream_service.hpp"
 #include "zavelo/services/user_service.hpp"
 
 // The composition root: the one place that knows all parts, and where the shared services are put
@@ -15,6 +18,11 @@ struct SharedServices {
                             platform::notifications(), platform::clock()});
   std::shared_ptr<ZVUserService> user =
       ZVUserService::create({api, platform::store(), platform::jpegEncoder()});
+  std::shared_ptr<ZVSettingService> setting =
+      std::make_shared<ZVSettingService>(ZVSettingService::Collaborators{api, user});
+  std::shared_ptr<ZVStreamService> stream =
+      std::make_shared<ZVStreamService>(ZVStreamService::Collaborators{api, platform::clock()});
+  std::shared_ptr<ZVProductService> product = std::make_shared<ZVProductService>(api);
 };
 
 // Never destroyed: an app may use them until its last moment.
@@ -31,9 +39,27 @@ const std::shared_ptr<ZVAPIService>& ZVAPIService::sharedInstance() {
 const std::shared_ptr<ZVUserService>& ZVUserService::shared() {
   return sharedServices().user;
 }
+const std::shared_ptr<ZVSettingService>& ZVSettingService::shared() {
+  return sharedServices().setting;
+}
+const std::shared_ptr<ZVStreamService>& ZVStreamService::shared() {
+  return sharedServices().stream;
+}
+const std::shared_ptr<ZVProductService>& ZVProductService::shared() {
+  return sharedServices().product;
+}
 
 const std::shared_ptr<ZVUserService>& ZaveloSDK::userService() const {
   return ZVUserService::shared();
+}
+const std::shared_ptr<ZVSettingService>& ZaveloSDK::settingService() const {
+  return ZVSettingService::shared();
+}
+const std::shared_ptr<ZVStreamService>& ZaveloSDK::streamService() const {
+  return ZVStreamService::shared();
+}
+const std::shared_ptr<ZVProductService>& ZaveloSDK::productService() const {
+  return ZVProductService::shared();
 }
 
 }  // namespace zavelo

@@ -8,6 +8,9 @@
 
 namespace zavelo {
 
+class ZVProductService;
+class ZVSettingService;
+class ZVStreamService;
 class ZVUserService;
 
 /// The entry of the library: its configuration, and the services. Services come into being at their
@@ -27,6 +30,9 @@ class ZAVELO_EXPORT ZaveloSDK {
   [[nodiscard]] bool enableLog() const noexcept;
 
   [[nodiscard]] const std::shared_ptr<ZVUserService>& userService() const;
+  [[nodiscard]] const std::shared_ptr<ZVSettingService>& settingService() const;
+  [[nodiscard]] const std::shared_ptr<ZVStreamService>& streamService() const;
+  [[nodiscard]] const std::shared_ptr<ZVProductService>& productService() const;
 
  private:
   ZaveloSDK() = default;

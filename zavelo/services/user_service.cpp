@@ -31,6 +31,14 @@ ZVCall ZVUserService::searchForUser(const std::string& displayName, std::int64_t
       std::move(completion));
 }
 
+ZVCall ZVUserService::getUserStreams(const std::string& userName, std::int64_t nextId,
+                                     std::int64_t limit,
+                                     ZVCompletion<std::shared_ptr<const ZVUserStream>> completion) {
+  return detail::call(*with_.service, ZVAPI::getUserStream,
+                      json::Object{{"userName", userName}, {"nextId", nextId}, {"limit", limit}},
+                      std::move(completion));
+}
+
 ZVCall ZVUserService::login(const std::string& zaveloId, const std::string& password,
                             const std::string& deviceUdid, double latitude, double longitude,
                             ZVCompletion<std::shared_ptr<ZVUser>> completion) {

@@ -10,6 +10,7 @@
 #include "zavelo/api/api.hpp"
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/api/session_source.hpp"
+#include "zavelo/models/stream.hpp"
 #include "zavelo/models/user.hpp"
 #include "zavelo/platform/image.hpp"
 #include "zavelo/platform/key_value_store.hpp"
@@ -59,6 +60,9 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
 
   ZVCall searchForUser(const std::string& displayName, std::int64_t nextId, std::int64_t limit,
                        ZVCompletion<std::shared_ptr<ZVSearchUser>> completion);
+  /// A user's streams, page by page.
+  ZVCall getUserStreams(const std::string& userName, std::int64_t nextId, std::int64_t limit,
+                        ZVCompletion<std::shared_ptr<const ZVUserStream>> completion);
   ZVCall login(const std::string& zaveloId, const std::string& password,
                const std::string& deviceUdid, double latitude, double longitude,
                ZVCompletion<std::shared_ptr<ZVUser>> completion);

@@ -53,11 +53,17 @@ std::multimap<std::string, Names> listedOperations(const Group& group) {
   return operations;
 }
 
-TEST(Catalogue, ListsEveryOperationOfTheUserServiceWithItsArguments) {
-  const auto declared =
-      declaredOperations("services/user_service.hpp", "// What the API service asks");
-  EXPECT_GT(declared.size(), 10U);
-  EXPECT_EQ(listedOperations(userGroup()), declared);
+TEST(Catalogue, ListsEveryOperationOfTheServicesWithItsArguments) {
+  const auto expectListed = [](const Group& group, const std::string& end, std::size_t count) {
+    const auto declared =
+        declaredOperations("services/" + std::string(group.name) + "_service.hpp", end);
+    EXPECT_EQ(declared.size(), count) << group.name;
+    EXPECT_EQ(listedOperations(group), declared);
+  };
+  expectListed(userGroup(), "// What the API service asks", 17);
+  expectListed(settingGroup(), " private:", 3);
+  expectListed(streamGroup(), " private:", 28);
+  expectListed(productGroup(), " private:", 6);
 }
 
 TEST(Catalogue, CallsEveryEndpointByItsName) {

@@ -15,7 +15,6 @@ ArgumentKind kindOf(const json::Codec& codec) {
     case Kind::flag:
       return ArgumentKind::flag;
     case Kind::integer:
-    case Kind::code:
       return ArgumentKind::integer;
     case Kind::number:
       return ArgumentKind::number;
@@ -25,6 +24,7 @@ ArgumentKind kindOf(const json::Codec& codec) {
       return codec.inner->kind == Kind::text ? ArgumentKind::texts : ArgumentKind::json;
     case Kind::optional:
       return kindOf(*codec.inner);
+    case Kind::code:
     case Kind::value:
     case Kind::record:
     case Kind::reference:
@@ -33,13 +33,20 @@ ArgumentKind kindOf(const json::Codec& codec) {
   return ArgumentKind::json;
 }
 
-std::optional<std::string> readImage(const json::Value& value, void* out) {
+std::optional<std::string> readBytes(const json::Value& value, void* out) {
   const auto* path = value.as<std::string>();
-  if (path == nullptr) return "expected the path of a JPEG file";
-  const auto file = fileBytes(*path);
+  if (path == nullptr) return "expected the path of a file";
+  auto file = fileBytes(*path);
   if (!file) return file.error();
-  auto image = decodeJpeg(*file);
-  if (!image) return *path + " is not a JPEG that can be read";
+  *static_cast<std::vector<std::byte>*>(out) = std::move(*file);
+  return {};
+}
+
+std::optional<std::string> readImage(const json::Value& value, void* out) {
+  std::vector<std::byte> file;
+  if (auto error = readBytes(value, &file)) return error;
+  auto image = decodeJpeg(file);
+  if (!image) return *value.as<std::string>() + " is not a JPEG that can be read";
   *static_cast<std::optional<ZVImage>*>(out) = std::move(image);
   return {};
 }
@@ -54,6 +61,25 @@ ArgumentType argumentTypeOf(const json::Codec& codec) {
     return error ? std::optional(error->text()) : std::nullopt;
   };
   return {kindOf(codec), codec.kind == json::Codec::Kind::optional, read};
+}
+
+Result<std::size_t, std::string> chosenCase(const json::Value& value,
+                                            std::span<const std::string_view> names,
+                                            std::span<const std::int64_t> codes) {
+  std::string all;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto code = std::to_string(codes[i]);
+    if (value == json::Value(codes[i]) || value == json::Value(code) ||
+        value == json::Value(std::string(names[i])))
+      return i;
+    all += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + std::string(names[i]);
+  }
+  return Failure{"expected " + all};
+}
+
+template <>
+ArgumentType argumentType<std::vector<std::byte>>() {
+  return {ArgumentKind::bytes, false, readBytes};
 }
 
 template <>

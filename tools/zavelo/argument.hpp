@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
@@ -7,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "zavelo/base/coded_enum.hpp"
+#include "zavelo/base/result.hpp"
 #include "zavelo/json/codec.hpp"
 #include "zavelo/json/value.hpp"
 #include "zavelo/platform/image.hpp"
@@ -19,9 +23,11 @@ enum class ArgumentKind {
   integer,
   number,
   flag,
-  json,   ///< a record, or any other JSON value
-  texts,  ///< a list of texts
-  image,  ///< in JSON and in the terminal the path of a JPEG file
+  json,    ///< a record, or any other JSON value
+  texts,   ///< a list of texts
+  choice,  ///< of the cases of a coded enumeration, by name or code
+  bytes,   ///< in JSON and in the terminal the path of a file
+  image,   ///< in JSON and in the terminal the path of a JPEG file
 };
 
 /// How arguments of one C++ type come out of JSON.
@@ -30,14 +36,39 @@ struct ArgumentType {
   bool isOptional;
   /// Fills `out`, which points at a value of the type; or says what is wrong with the JSON.
   std::function<std::optional<std::string>(const json::Value& value, void* out)> read;
+  std::vector<std::string_view> choices = {};
 };
 
 [[nodiscard]] ArgumentType argumentTypeOf(const json::Codec& codec);
+
+/// Finds the case that a JSON value names, or says which there are.
+[[nodiscard]] Result<std::size_t, std::string> chosenCase(const json::Value& value,
+                                                          std::span<const std::string_view> names,
+                                                          std::span<const std::int64_t> codes);
 
 template <class T>
 [[nodiscard]] ArgumentType argumentType() {
   return argumentTypeOf(json::codecOf<T>);
 }
+template <CodedEnum E>
+[[nodiscard]] ArgumentType argumentType() {
+  std::vector<std::string_view> names;
+  std::vector<std::int64_t> codes;
+  for (const auto& known : codedCases<E>) {
+    names.push_back(known.name);
+    codes.push_back(rawValue(known.value));
+  }
+  const auto read = [names, codes](const json::Value& value,
+                                   void* out) -> std::optional<std::string> {
+    const auto index = chosenCase(value, names, codes);
+    if (!index) return index.error();
+    *static_cast<E*>(out) = codedCases<E>[*index].value;
+    return {};
+  };
+  return {ArgumentKind::choice, false, read, names};
+}
+template <>
+[[nodiscard]] ArgumentType argumentType<std::vector<std::byte>>();
 template <>
 [[nodiscard]] ArgumentType argumentType<std::optional<ZVImage>>();
 

@@ -6,11 +6,25 @@
 #include <array>
 #include <string>
 
+#include "zavelo/models/pagination.hpp"
+
 namespace zavelo::command {
 namespace {
 
 json::Value zero() {
-  return 0.0;
+  return std::int64_t{0};
+}
+
+json::Value pageOfUsualSize() {
+  return zvDefaultLoadLimitPage;
+}
+
+json::Value one() {
+  return std::int64_t{1};
+}
+
+json::Value no() {
+  return false;
 }
 
 json::Value thisDevice() {
@@ -21,22 +35,52 @@ json::Value thisDevice() {
 
 constexpr ArgumentNote notes[] = {
     {"about", "What the profile says about the user"},
+    {"address", "What the place is called"},
+    {"chatData", "A file with the chat"},
+    {"count", "How many likes; 1 if left out", &one},
+    {"countryCode", "The broadcaster's country"},
+    {"data", "Where the text stands, as the app writes positions"},
+    {"description", "What there is to say about it"},
     {"deviceUdid", "Which device signs in; \"cli-\" and the host's name if left out", &thisDevice},
     {"displayName", "The name that others see"},
     {"dob", "Date of birth, as the backend writes dates"},
     {"gender", "As the backend words it"},
-    {"image", "A JPEG file; no new picture if left out"},
+    {"guestId", "The guest's user identifier"},
+    {"id", "Which product"},
+    {"image", "A JPEG file; a profile keeps its picture without one"},
+    {"imageData", "A JPEG file"},
+    {"isUnique", "Count one like a user; false if left out", &no},
     {"latitude", "Degrees north; 0 if left out", &zero},
-    {"limit", "How many at most"},
+    {"limit", "How many at most; 20 if left out", &pageOfUsualSize},
     {"longitude", "Degrees east; 0 if left out", &zero},
-    {"nextId", "The cursor that the page before gave; 0 for the first page"},
+    {"message", "The text"},
+    {"name", "The product's name"},
+    {"nextId", "The cursor that the page before gave; the first page if left out", &zero},
+    {"orderIndex", "Its place, from 0"},
     {"parameters", "A JSON object; an empty one if left out"},
     {"password", "The member's password; \"-\" reads it from the standard input", nullptr, true},
+    {"position", "The guest's place in the stream"},
+    {"price", "The list price"},
+    {"productId", "Which product"},
     {"promoCode", "The code"},
     {"promoCodeDescription", "What it brings"},
+    {"promotionPrice", "The price under promotion"},
+    {"reason", "Why"},
     {"refreshToken", "The token; \"-\" reads it from the standard input", nullptr, true},
+    {"resolution", "Of the video, a code of the backend; 0 if left out", &zero},
+    {"roomType", "A code of the backend"},
+    {"screenType", "The orientation"},
+    {"sku", "The seller's own number for it"},
+    {"slug", "Which stream"},
+    {"streamType", "The kind of stream"},
+    {"streamUserId", "The stream owner's user identifier"},
+    {"tagId", "The category, one of get-stream-tags"},
+    {"title", "The stream's title"},
     {"token", "A record with accessToken, refreshToken and expires"},
+    {"url", "The product's page"},
     {"user", "A session as current-user shows it"},
+    {"userId", "The owner's user identifier"},
+    {"userName", "The name under which the user is known"},
     {"words", "A word; once for each, the empty list if left out"},
     {"zaveloId", "The name under which the member signs in"},
 };

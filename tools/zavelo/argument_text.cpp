@@ -54,6 +54,8 @@ Reading valueOf(ArgumentKind kind, const std::string& text) {
       return jsonValue(text);
     case ArgumentKind::text:
     case ArgumentKind::texts:
+    case ArgumentKind::choice:
+    case ArgumentKind::bytes:
     case ArgumentKind::image:
       break;
   }
@@ -101,8 +103,8 @@ std::optional<std::int64_t> integerOf(std::string_view text) {
   return integer;
 }
 
-std::string_view placeholderOf(ArgumentKind kind) {
-  switch (kind) {
+std::string placeholderOf(const ArgumentType& type) {
+  switch (type.kind) {
     case ArgumentKind::integer:
       return "INTEGER";
     case ArgumentKind::number:
@@ -111,8 +113,15 @@ std::string_view placeholderOf(ArgumentKind kind) {
       return "true|false";
     case ArgumentKind::json:
       return "JSON";
+    case ArgumentKind::bytes:
     case ArgumentKind::image:
       return "FILE";
+    case ArgumentKind::choice: {
+      std::string choices;
+      for (const auto& choice : type.choices)
+        choices += (choices.empty() ? "" : "|") + std::string(choice);
+      return choices;
+    }
     case ArgumentKind::text:
     case ArgumentKind::texts:
       break;

@@ -28,6 +28,6 @@ struct TypedArgument {
 [[nodiscard]] std::optional<std::int64_t> integerOf(std::string_view text);
 
 /// What is to be typed for an argument: "TEXT", "true|false".
-[[nodiscard]] std::string_view placeholderOf(ArgumentKind kind);
+[[nodiscard]] std::string placeholderOf(const ArgumentType& type);
 
 }  // namespace zavelo::command

@@ -33,6 +33,7 @@ Operation endpointOperation() {
           help,
           {{"parameters", argumentType<std::optional<json::Value>>()}},
           true,
+          false,
           &callEndpoint<Endpoint>};
 }
 

@@ -18,6 +18,9 @@ struct Group {
 [[nodiscard]] const std::vector<Group>& catalogue();
 
 [[nodiscard]] Group userGroup();
+[[nodiscard]] Group settingGroup();
+[[nodiscard]] Group streamGroup();
+[[nodiscard]] Group productGroup();
 [[nodiscard]] Group callGroup();
 
 }  // namespace zavelo::command

@@ -52,6 +52,7 @@ class Grammar {
     CLI::App* app;
     const Operation* operation;
     std::vector<CLI::Option*> options;  // one for each argument
+    CLI::Option* all = nullptr;         // of an operation that answers with pages
   };
 
   // An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
@@ -86,6 +87,9 @@ class Grammar {
       auto* leaf = command(*app, kebabCase(operation.name), operation.help);
       leaf->footer("The options of \"zavelo --help\" may stand here, too.");
       leaves_.push_back({leaf, &operation, {}});
+      if (operation.isPaged)
+        leaves_.back().all =
+            leaf->add_flag("--all")->description("Follow the pages to their end, as one list");
       for (const auto& argument : operation.arguments)
         leaves_.back().options.push_back(addArgument(*leaf, argument));
     }
@@ -93,8 +97,7 @@ class Grammar {
 
   static CLI::Option* addArgument(CLI::App& app, const Argument& argument) {
     const auto& note = noteOf(argument.name);
-    auto* option =
-        addOption(app, optionOf(argument.name), note.help, placeholderOf(argument.type.kind));
+    auto* option = addOption(app, optionOf(argument.name), note.help, placeholderOf(argument.type));
     const bool isList = argument.type.kind == ArgumentKind::texts;
     if (isList) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     return option->required(!isList && !argument.type.isOptional && note.byDefault == nullptr);
@@ -141,7 +144,10 @@ class Grammar {
   }
 
   OperationRequest operationRequest(const Leaf& leaf) const {
-    OperationRequest request{leaf.operation, {}, helpCommand()};
+    OperationRequest request{.operation = leaf.operation,
+                             .arguments = {},
+                             .help = helpCommand(),
+                             .isAll = leaf.all != nullptr && leaf.all->count() > 0};
     for (std::size_t i = 0; i < leaf.options.size(); ++i)
       if (leaf.options[i]->count() > 0)
         request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});

@@ -29,6 +29,7 @@ struct Operation {
   std::string_view help;  ///< one line
   std::vector<Argument> arguments;
   bool hasResult;  ///< else it answers with null
+  bool isPaged;    ///< the result is a page, which says how to ask for the next one
   /// Carries the operation out on the shared service. `done` is called exactly once, on the main
   /// queue or, by operations that ask nobody, before this returns; not at all after an error.
   std::function<Result<ZVCall, ArgumentError>(const std::vector<Argument>& arguments,
@@ -60,12 +61,20 @@ struct PayloadOf<ZVCompletion<T>> {
   using Type = T;
 };
 
+template <class T>
+concept Page = requires(const T& page) {
+  page->result;
+  page->nextId;
+  page->isEnd;
+};
+
 /// Operations that answer at once: the result is what they return.
 template <class S, class R, class... Parameters>
 struct Immediate {
   using Service = S;
   using Values = std::tuple<std::decay_t<Parameters>...>;
   static constexpr bool hasResult = !std::is_void_v<R>;
+  static constexpr bool isPaged = false;
 
   template <class Member, class... Arguments>
   static ZVCall call(Member member, const JsonCompletion& done, Arguments&... arguments) {
@@ -87,11 +96,12 @@ template <class S, class... Front, class Completion>
 struct Deferred<S, std::tuple<Front...>, Completion> {
   using Service = S;
   using Values = std::tuple<Front...>;
+  using Payload = typename PayloadOf<Completion>::Type;
   static constexpr bool hasResult = true;
+  static constexpr bool isPaged = Page<Payload>;
 
   template <class Member, class... Arguments>
   static ZVCall call(Member member, JsonCompletion done, Arguments&... arguments) {
-    using Payload = typename PayloadOf<Completion>::Type;
     return (S::shared().get()->*member)(std::move(arguments)...,
                                         answering<Payload>(std::move(done)));
   }
@@ -146,8 +156,12 @@ template <auto Member, std::convertible_to<std::string_view>... Names>
   const auto list = [&]<class... T>(std::type_identity<std::tuple<T...>>) {
     return std::vector<Argument>{{names, argumentType<T>()}...};
   };
-  return {zavelo::detail::entityName<Member>(), help, list(std::type_identity<Values>{}),
-          Of::hasResult, &detail::invokeMember<Member>};
+  return {zavelo::detail::entityName<Member>(),
+          help,
+          list(std::type_identity<Values>{}),
+          Of::hasResult,
+          Of::isPaged,
+          &detail::invokeMember<Member>};
 }
 
 template <class Service, class Signature>

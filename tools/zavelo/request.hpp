@@ -26,7 +26,8 @@ struct GlobalOptions {
 struct OperationRequest {
   const Operation* operation = nullptr;
   std::vector<TypedArgument> arguments;
-  std::string help;  ///< the command that shows its help
+  std::string help;    ///< the command that shows its help
+  bool isAll = false;  ///< every page from the one that is asked for
 };
 struct SandboxRequest {
   std::uint16_t port = 8080;

@@ -6,6 +6,8 @@
 #include "tools/zavelo/commands.hpp"
 #include "tools/zavelo/interruption.hpp"
 #include "tools/zavelo/option_name.hpp"
+#include "tools/zavelo/page_walk.hpp"
+#include "tools/zavelo/progress_line.hpp"
 #include "tools/zavelo/watched_store.hpp"
 #include "zavelo/core/notifications.hpp"
 #include "zavelo/core/sdk.hpp"
@@ -75,6 +77,23 @@ Result<JsonResult, ArgumentError> answerOf(const Operation& operation, const jso
   return answer;
 }
 
+/// The same with what all pages hold.
+Result<JsonResult, ArgumentError> allPagesOf(const Operation& operation, json::Object given,
+                                             MainQueue& queue) {
+  PageWalk walk;
+  ProgressLine line;
+  while (true) {
+    auto page = answerOf(operation, given, queue);
+    if (!page || !*page) return page;
+    const auto* cursor = given.find("nextId")->as<std::int64_t>();
+    const auto next = walk.take(page->value(), cursor == nullptr ? 0 : *cursor);
+    if (!next) return JsonResult(Failure{next.error()});
+    if (!*next) return walk.all();
+    line.show(walk.progress());
+    given.set("nextId", **next);
+  }
+}
+
 UsageError usageOf(const ArgumentError& error, const OperationRequest& request) {
   return {"--" + kebabCase(error.argument) + ": " + error.reason, request.help};
 }
@@ -90,7 +109,8 @@ int runOperation(const OperationRequest& request, const GlobalOptions& options,
   if (const auto failure = library.store->failure()) return output.error("store", *failure);
 
   const Notifications notifications;
-  const auto answer = answerOf(operation, *given, *library.queue);
+  const auto answer = request.isAll ? allPagesOf(operation, *given, *library.queue)
+                                    : answerOf(operation, *given, *library.queue);
   if (!answer) return output.usageError(usageOf(answer.error(), request));
   const JsonResult& result = answer.value();
   int status = succeeded;

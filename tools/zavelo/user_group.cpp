@@ -20,6 +20,8 @@ Group userGroup() {
           operation<&S::saveNaughtyWords>("Replace the banned words", "words"),
           operation<&S::searchForUser>("Find users by their name, page by page", "displayName",
                                        "nextId", "limit"),
+          operation<&S::getUserStreams>("List a user's streams, page by page", "userName", "nextId",
+                                        "limit"),
           operation<&S::login>("Sign a member in by password", "zaveloId", "password", "deviceUdid",
                                "latitude", "longitude"),
           operation<&S::loginZavelo>("Sign a member of the partner app in, or up", "zaveloId",

@@ -1,16 +1,11 @@
 #include <gtest/gtest.h>
 
+#include "tests/support/fault_of.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/models/user.hpp"
 
 namespace zavelo {
 namespace {
-
-template <class T>
-std::string faultOf(std::string_view text) {
-  const auto result = json::decode<T>(text);
-  return result ? "" : result.error().text();
-}
 
 TEST(DecodeRecord, MissingAndNullAreAbsentAndUnknownKeysArePassedOver) {
   const auto user = json::decode<std::shared_ptr<ZVUser>>(

@@ -32,9 +32,10 @@ TEST_F(UserOperations, SendWhatTheBackendExpectsWhereItExpectsIt) {
   service->logoutZavelo(count);
   service->editProfile("n", "2000-01-01", "f", "me", std::nullopt, count);
   service->updatePromoCode("P", "ten off", count);
-  for (int i = 0; i < 7; ++i) http->reply(200, R"({"code":0})");
+  service->getUserStreams("ann", 0, 20, count);
+  for (int i = 0; i < 8; ++i) http->reply(200, R"({"code":0})");
   queue->runDue();
-  EXPECT_EQ(answers, 7);
+  EXPECT_EQ(answers, 8);
 
   EXPECT_EQ(path(0), "/api/users/search");
   EXPECT_EQ(sent(0), (json::Object{{"displayName", "ann"}, {"nextId", 0}, {"limit", 20}}));
@@ -57,6 +58,8 @@ TEST_F(UserOperations, SendWhatTheBackendExpectsWhereItExpectsIt) {
                 {"displayName", "n"}, {"dob", "2000-01-01"}, {"gender", "f"}, {"about", "me"}}));
   EXPECT_EQ(path(6), "/api/users/update-promo-code");
   EXPECT_EQ(sent(6), (json::Object{{"promoCode", "P"}, {"promoCodeDescription", "ten off"}}));
+  EXPECT_EQ(path(7), "/api/users/streams");
+  EXPECT_EQ(sent(7), (json::Object{{"userName", "ann"}, {"nextId", 0}, {"limit", 20}}));
 }
 
 TEST_F(UserOperations, ASignInIsStoredAndCurrentBeforeTheCallerHears) {

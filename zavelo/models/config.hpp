@@ -15,17 +15,17 @@ namespace zavelo {
 class ZAVELO_EXPORT ZVConfig {
  public:
   struct Fields {
-    std::optional<std::string> profileImageUrl;
-    std::optional<std::int64_t> hoursCacheStatisResources;
-    std::optional<bool> enableStreamTitle;
-    std::optional<bool> enableVideoCall;
-    std::optional<bool> enableNewCashOutIOS;
-    std::optional<bool> enableNewCashOutAndroid;
-    std::optional<bool> enableNewVideoCall;
-    std::optional<std::string> iosVersion;
-    std::optional<std::string> androidVersion;
-    std::optional<bool> disablePurchaseMedals;
-    std::optional<bool> allowRecordChat;
+    std::optional<std::string> profileImageUrl{};
+    std::optional<std::int64_t> hoursCacheStatisResources{};
+    std::optional<bool> enableStreamTitle{};
+    std::optional<bool> enableVideoCall{};
+    std::optional<bool> enableNewCashOutIOS{};
+    std::optional<bool> enableNewCashOutAndroid{};
+    std::optional<bool> enableNewVideoCall{};
+    std::optional<std::string> iosVersion{};
+    std::optional<std::string> androidVersion{};
+    std::optional<bool> disablePurchaseMedals{};
+    std::optional<bool> allowRecordChat{};
   };
 
   ZVConfig() = default;

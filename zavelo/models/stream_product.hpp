@@ -12,16 +12,16 @@ namespace zavelo {
 
 /// A product of a seller's catalogue, as it is shown in a stream.
 struct ZVStreamProduct {
-  json::Fixed<std::int64_t> id;
-  json::Fixed<std::string> name;
-  json::Fixed<double> price;
-  json::Fixed<std::string> promoCode;
-  json::Fixed<double> promotionPrice;
-  json::Fixed<std::string> imageUrl;
-  json::Fixed<std::string> url;  ///< the product's page
-  std::optional<std::int64_t> label;
-  json::Fixed<std::string> state;
-  std::optional<std::int64_t> orderIndex;  ///< position in the seller's order
+  json::Fixed<std::int64_t> id{};
+  json::Fixed<std::string> name{};
+  json::Fixed<double> price{};
+  json::Fixed<std::string> promoCode{};
+  json::Fixed<double> promotionPrice{};
+  json::Fixed<std::string> imageUrl{};
+  json::Fixed<std::string> url{};  ///< the product's page
+  std::optional<std::int64_t> label{};
+  json::Fixed<std::string> state{};
+  std::optional<std::int64_t> orderIndex{};  ///< position in the seller's order
 };
 
 template <>

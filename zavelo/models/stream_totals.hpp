@@ -28,21 +28,21 @@ struct ZVEndStream {
 
 /// The totals of a running stream.
 struct ZVStreamStatistic {
-  std::optional<std::int64_t> viewCount;
-  std::optional<std::int64_t> giftCount;
-  std::optional<std::int64_t> likeCount;
-  std::optional<std::int64_t> followerCount;  ///< of the publisher
-  std::optional<std::int64_t> totalGold;
-  std::optional<std::int64_t> status;
-  std::optional<std::string> statusMessage;
-  std::optional<std::int64_t> duration;
-  std::optional<std::int64_t> afkStatus;  ///< whether the broadcaster is away
-  std::optional<bool> isShowLike;
-  std::optional<bool> isShowView;
-  std::optional<std::string> promoCode;
-  std::optional<std::string> promoCodeDescription;
-  std::optional<std::string> cartUrl;
-  json::Fixed<std::int64_t> bitRate;
+  std::optional<std::int64_t> viewCount{};
+  std::optional<std::int64_t> giftCount{};
+  std::optional<std::int64_t> likeCount{};
+  std::optional<std::int64_t> followerCount{};  ///< of the publisher
+  std::optional<std::int64_t> totalGold{};
+  std::optional<std::int64_t> status{};
+  std::optional<std::string> statusMessage{};
+  std::optional<std::int64_t> duration{};
+  std::optional<std::int64_t> afkStatus{};  ///< whether the broadcaster is away
+  std::optional<bool> isShowLike{};
+  std::optional<bool> isShowView{};
+  std::optional<std::string> promoCode{};
+  std::optional<std::string> promoCodeDescription{};
+  std::optional<std::string> cartUrl{};
+  json::Fixed<std::int64_t> bitRate{};
 };
 
 /// What a guest of a co-hosted stream came to. Handed out as fixed.

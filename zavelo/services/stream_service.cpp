@@ -99,7 +99,9 @@ ZVCall ZVStreamService::saveStreamCoverImage(const std::string& slug,
 
 ZVCall ZVStreamService::saveChatHistory(const std::string& slug, std::vector<std::byte> chatData,
                                         ZVCompletion<bool> completion) {
-  const std::chrono::duration<double> since1970 = with_.clock->now().time_since_epoch();
+  // Nanoseconds have more digits than a double.
+  const std::chrono::duration<double> since1970 =
+      std::chrono::floor<std::chrono::microseconds>(with_.clock->now()).time_since_epoch();
   return upload(
       *with_.service, ZVAPI::saveStreamHistoryChat, slug,
       {std::move(chatData), "historyChatFile", "text/plain", numberText(since1970.count())},

@@ -1,12 +1,12 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/loopback_server.hpp"
-#include "bench/profile_page.hpp"
 #include "bench/ratio_reporter.hpp"
+#include "bench/stream_page.hpp"
 
 int main(int argc, char** argv) {
   const zavelo::bench::LoopbackServer server(R"({"code":1,"data":)" +
-                                             zavelo::bench::profilePageText(20) + "}");
+                                             zavelo::bench::streamPageText(20) + "}");
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   zavelo::bench::RatioReporter reporter;

@@ -6,6 +6,7 @@
 
 #include "bench/loopback_server.hpp"
 #include "zavelo/api/api_service.hpp"
+#include "zavelo/models/stream.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
 #include "zavelo/platform/main_queue.hpp"
 #include "zavelo/platform/platform.hpp"
@@ -17,10 +18,10 @@
 namespace zavelo::bench {
 namespace {
 
-using Page = std::shared_ptr<ZVSearchUser>;
+using Page = std::shared_ptr<ZVUserStream>;
 
 json::Object parameters() {
-  return {{"displayName", "ann"}, {"nextId", 0}, {"limit", 20}};
+  return {{"userName", "ann"}, {"nextId", 0}, {"limit", 20}};
 }
 
 class Client {

@@ -1,4 +1,4 @@
-#include "bench/profile_page.hpp"
+#include "bench/stream_page.hpp"
 
 #include "zavelo/json/json.hpp"
 
@@ -21,6 +21,13 @@ class Filler {
     while (field->size() < size) *field += "live stream ";
     if (next() % 8 == 0) *field += "\"caf\u00e9\" \U0001F525\n";
   }
+  void operator()(std::string_view, std::optional<ZVStreamServiceType>& field) {
+    field = fromRawValue<ZVStreamServiceType>(static_cast<std::int64_t>(next() % 4));
+  }
+  void operator()(std::string_view, std::shared_ptr<ZVPublisher>& field) {
+    field = std::make_shared<ZVPublisher>();
+    PublisherFields::forEach(*field, [this](auto name, auto& inner) { (*this)(name, inner); });
+  }
 
  private:
   std::uint64_t next() {
@@ -34,22 +41,22 @@ class Filler {
 
 }  // namespace
 
-ZVSearchUser profilePage(std::size_t profiles) {
-  ZVSearchUser page;
+ZVUserStream streamPage(std::size_t streams) {
+  ZVUserStream page;
   page.result.emplace();
   page.nextId = 42;
   page.isEnd = false;
   Filler fill;
-  for (std::size_t i = 0; i < profiles; ++i) {
-    auto profile = std::make_shared<ZVUserInfo>();
-    ProfileFields::forEach(*profile, [&](auto name, auto& field) { fill(name, field); });
-    page.result->push_back(std::move(profile));
+  for (std::size_t i = 0; i < streams; ++i) {
+    auto stream = std::make_shared<ZVStream>();
+    StreamFields::forEach(*stream, [&](auto name, auto& field) { fill(name, field); });
+    page.result->push_back(std::move(stream));
   }
   return page;
 }
 
-std::string profilePageText(std::size_t profiles) {
-  return *json::encode(profilePage(profiles));
+std::string streamPageText(std::size_t streams) {
+  return *json::encode(streamPage(streams));
 }
 
 }  // namespace zavelo::bench

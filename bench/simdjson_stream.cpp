@@ -1,6 +1,6 @@
 #include <simdjson.h>
 
-#include "bench/profile_page.hpp"
+#include "bench/stream_page.hpp"
 
 namespace zavelo::bench {
 namespace {
@@ -17,25 +17,36 @@ void assign(ondemand::value value, std::optional<std::string>& field) {
   field.emplace(value.get_string().value());
 }
 
-template <class T>
-void read(ondemand::object& object, std::string_view name, std::optional<T>& field) {
+void assign(ondemand::value value, std::optional<ZVStreamServiceType>& field) {
+  field = fromRawValue<ZVStreamServiceType>(value.get_int64().value());
+}
+void assign(ondemand::value value, std::shared_ptr<ZVPublisher>& field);
+
+template <class Field>
+void read(ondemand::object& object, std::string_view name, Field& field) {
   ondemand::value value;
   if (object.find_field(name).get(value) != simdjson::SUCCESS) return;
   if (!value.is_null()) assign(value, field);
 }
 
+void assign(ondemand::value value, std::shared_ptr<ZVPublisher>& field) {
+  field = std::make_shared<ZVPublisher>();
+  ondemand::object object = value.get_object();
+  PublisherFields::forEach(*field, [&](auto name, auto& inner) { read(object, name, inner); });
+}
+
 // The fastest that one can write by hand: fields are asked for in the order in which they stand.
-ZVSearchUser decode(const std::string& text) {
+ZVUserStream decode(const std::string& text) {
   static ondemand::parser parser;
   ondemand::document document =
       parser.iterate(simdjson::padded_string_view(text.data(), text.size(), text.capacity()));
-  ZVSearchUser page;
+  ZVUserStream page;
   page.result.emplace();
   ondemand::object root = document.get_object();
   for (ondemand::object element : root.find_field("result").get_array()) {
-    auto profile = std::make_shared<ZVUserInfo>();
-    ProfileFields::forEach(*profile, [&](auto name, auto& field) { read(element, name, field); });
-    page.result->push_back(std::move(profile));
+    auto stream = std::make_shared<ZVStream>();
+    StreamFields::forEach(*stream, [&](auto name, auto& field) { read(element, name, field); });
+    page.result->push_back(std::move(stream));
   }
   read(root, "nextId", page.nextId);
   read(root, "isEnd", page.isEnd);

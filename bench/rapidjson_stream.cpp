@@ -5,7 +5,7 @@
 #include <rapidjson/writer.h>
 #pragma GCC diagnostic pop
 
-#include "bench/profile_page.hpp"
+#include "bench/stream_page.hpp"
 
 namespace zavelo::bench {
 namespace {
@@ -23,22 +23,32 @@ void assign(const Value& value, std::optional<std::string>& field) {
   field.emplace(value.GetString(), value.GetStringLength());
 }
 
-template <class T>
-void read(const Value& object, std::string_view name, std::optional<T>& field) {
+void assign(const Value& value, std::optional<ZVStreamServiceType>& field) {
+  field = fromRawValue<ZVStreamServiceType>(value.GetInt64());
+}
+void assign(const Value& value, std::shared_ptr<ZVPublisher>& field);
+
+template <class Field>
+void read(const Value& object, std::string_view name, Field& field) {
   const Value key(rapidjson::StringRef(name.data(), static_cast<unsigned>(name.size())));
   const auto member = object.FindMember(key);
   if (member != object.MemberEnd() && !member->value.IsNull()) assign(member->value, field);
 }
 
-ZVSearchUser decode(const std::string& text) {
+void assign(const Value& value, std::shared_ptr<ZVPublisher>& field) {
+  field = std::make_shared<ZVPublisher>();
+  PublisherFields::forEach(*field, [&](auto name, auto& inner) { read(value, name, inner); });
+}
+
+ZVUserStream decode(const std::string& text) {
   rapidjson::Document document;
   document.Parse<rapidjson::kParseValidateEncodingFlag>(text.data(), text.size());
-  ZVSearchUser page;
+  ZVUserStream page;
   page.result.emplace();
   for (const Value& element : document["result"].GetArray()) {
-    auto profile = std::make_shared<ZVUserInfo>();
-    ProfileFields::forEach(*profile, [&](auto name, auto& field) { read(element, name, field); });
-    page.result->push_back(std::move(profile));
+    auto stream = std::make_shared<ZVStream>();
+    StreamFields::forEach(*stream, [&](auto name, auto& field) { read(element, name, field); });
+    page.result->push_back(std::move(stream));
   }
   read(document, "nextId", page.nextId);
   read(document, "isEnd", page.isEnd);
@@ -54,23 +64,34 @@ void write(Writer& writer, bool value) {
 void write(Writer& writer, const std::string& value) {
   writer.String(value.data(), static_cast<unsigned>(value.size()));
 }
-template <class T>
-void write(Writer& writer, std::string_view name, const std::optional<T>& field) {
+void write(Writer& writer, ZVStreamServiceType value) {
+  writer.Int64(rawValue(value));
+}
+void write(Writer& writer, const ZVPublisher& publisher);
+template <class Field>
+void write(Writer& writer, std::string_view name, const Field& field) {
   if (!field) return;
   writer.Key(name.data(), static_cast<unsigned>(name.size()));
   write(writer, *field);
 }
 
-std::string encode(const ZVSearchUser& page) {
+void write(Writer& writer, const ZVPublisher& publisher) {
+  writer.StartObject();
+  PublisherFields::forEach(publisher,
+                           [&](auto name, const auto& field) { write(writer, name, field); });
+  writer.EndObject();
+}
+
+std::string encode(const ZVUserStream& page) {
   rapidjson::StringBuffer buffer;
   Writer writer(buffer);
   writer.StartObject();
   writer.Key("result");
   writer.StartArray();
-  for (const auto& profile : *page.result) {
+  for (const auto& stream : *page.result) {
     writer.StartObject();
-    ProfileFields::forEach(*profile,
-                           [&](auto name, const auto& field) { write(writer, name, field); });
+    StreamFields::forEach(*stream,
+                          [&](auto name, const auto& field) { write(writer, name, field); });
     writer.EndObject();
   }
   writer.EndArray();

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "zavelo/base/entity_name.hpp"
+#include "zavelo/models/stream.hpp"
+
+namespace zavelo::bench {
+
+/// A page of streams as a backend sends it, about 2 KB a stream: every field of every stream and of
+/// its publisher, in order.
+[[nodiscard]] ZVUserStream streamPage(std::size_t streams);
+[[nodiscard]] std::string streamPageText(std::size_t streams);
+
+/// Each contender reads the text into the library's own structs, and writes them.
+struct Contender {
+  const char* name;
+  ZVUserStream (*decode)(const std::string& text);
+  std::string (*encode)(const ZVUserStream& page);
+};
+extern const Contender nlohmannContender;
+extern const Contender rapidjsonContender;
+extern const Contender boostContender;
+extern const Contender simdjsonContender;  // reads only
+/// Parsing alone, nothing read out of it.
+[[nodiscard]] std::size_t simdjsonDomParse(const std::string& text);
+
+template <auto... Members>
+struct MemberList {
+  /// Calls each(name, member) for every field: what a person would write out seventy times.
+  template <class Record, class Each>
+  static void forEach(Record& record, const Each& each) {
+    (each(zavelo::detail::entityName<Members>(), record.*Members), ...);
+  }
+};
+using PublisherFields =
+    MemberList<&ZVPublisher::isFollow, &ZVPublisher::totalGold, &ZVPublisher::totalGoldFans,
+               &ZVPublisher::isSeller, &ZVPublisher::isHideHeartStream,
+               &ZVPublisher::isHideTextJoinStream, &ZVPublisher::isHideViewerListStream,
+               &ZVPublisher::isCheckTimeSendMessage, &ZVPublisher::userId, &ZVPublisher::userName,
+               &ZVPublisher::displayName, &ZVPublisher::userImage, &ZVPublisher::gender,
+               &ZVPublisher::handle, &ZVPublisher::deviceType, &ZVPublisher::followerCount,
+               &ZVPublisher::userThumbnailImage, &ZVPublisher::isFirstLive,
+               &ZVPublisher::giftReceivable>;
+using StreamFields = MemberList<
+    &ZVStream::streamService, &ZVStream::likeCount, &ZVStream::isLike, &ZVStream::isReport,
+    &ZVStream::isShowPromo, &ZVStream::isMute, &ZVStream::historyChat, &ZVStream::viewSessionId,
+    &ZVStream::statusMessage, &ZVStream::publisher, &ZVStream::webStreamUrl,
+    &ZVStream::webStreamPlay, &ZVStream::rtmpUrl, &ZVStream::streamId, &ZVStream::userId,
+    &ZVStream::slug, &ZVStream::coverImage, &ZVStream::title, &ZVStream::duration,
+    &ZVStream::viewCount, &ZVStream::streamType, &ZVStream::screenType, &ZVStream::countryCode,
+    &ZVStream::streamUrl, &ZVStream::streamFlvUrl, &ZVStream::status, &ZVStream::tags,
+    &ZVStream::isRecorded, &ZVStream::isDeleted, &ZVStream::isLocked, &ZVStream::created,
+    &ZVStream::beginStream, &ZVStream::endStream, &ZVStream::latitude, &ZVStream::longitude,
+    &ZVStream::address, &ZVStream::resolution, &ZVStream::orderButtonText,
+    &ZVStream::orderInProgressText, &ZVStream::streamMode, &ZVStream::promoCode,
+    &ZVStream::promoCodeDescription, &ZVStream::cartUrl, &ZVStream::isShowLikeCount,
+    &ZVStream::isShowViewCount, &ZVStream::titlePlainText, &ZVStream::bitRate>;
+
+}  // namespace zavelo::bench

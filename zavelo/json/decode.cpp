@@ -124,7 +124,6 @@ class Decoder {
   Place text(Place at, std::string& out) {
     if (tokens_.first(at) != '"') return mismatch(at, "text");
     const std::string_view raw = rawText(at);
-    out.clear();
     if (!hasBackslash(raw))
       out.assign(raw);
     else if (!unescape(raw, out))

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <charconv>
 
 #include "zavelo/json/scalars_internal.hpp"
@@ -12,43 +13,44 @@ std::optional<std::uint32_t> fourHexDigits(std::string_view text) noexcept {
   return fault == std::errc() && end == text.data() + 4 ? std::optional(value) : std::nullopt;
 }
 
-void appendUtf8(std::string& out, std::uint32_t codePoint) {
+// The text in UTF-8 is never longer than its escapes, so what is written has its room.
+char* writeUtf8(char* out, std::uint32_t codePoint) noexcept {
   const auto tail = [&](int shift) {
-    out += static_cast<char>(0x80 | ((codePoint >> shift) & 0x3F));
+    *out++ = static_cast<char>(0x80 | ((codePoint >> shift) & 0x3F));
   };
   if (codePoint < 0x80) {
-    out += static_cast<char>(codePoint);
+    *out++ = static_cast<char>(codePoint);
   } else if (codePoint < 0x800) {
-    out += static_cast<char>(0xC0 | (codePoint >> 6));
+    *out++ = static_cast<char>(0xC0 | (codePoint >> 6));
     tail(0);
   } else if (codePoint < 0x10000) {
-    out += static_cast<char>(0xE0 | (codePoint >> 12));
+    *out++ = static_cast<char>(0xE0 | (codePoint >> 12));
     tail(6);
     tail(0);
   } else {
-    out += static_cast<char>(0xF0 | (codePoint >> 18));
+    *out++ = static_cast<char>(0xF0 | (codePoint >> 18));
     tail(12);
     tail(6);
     tail(0);
   }
+  return out;
 }
 
 /// Reads the digits behind "\u", and a second escape when the first is half of a surrogate pair.
-bool takeCodePoint(std::string_view& raw, std::string& out) {
+std::optional<std::uint32_t> takeCodePoint(std::string_view& raw) noexcept {
   auto codePoint = fourHexDigits(raw);
-  if (!codePoint) return false;
+  if (!codePoint) return std::nullopt;
   raw.remove_prefix(4);
   if (*codePoint >= 0xD800 && *codePoint < 0xDC00) {
-    if (!raw.starts_with("\\u")) return false;
+    if (!raw.starts_with("\\u")) return std::nullopt;
     const auto low = fourHexDigits(raw.substr(2));
-    if (!low || *low < 0xDC00 || *low > 0xDFFF) return false;
+    if (!low || *low < 0xDC00 || *low > 0xDFFF) return std::nullopt;
     raw.remove_prefix(6);
     codePoint = 0x10000 + ((*codePoint - 0xD800) << 10) + (*low - 0xDC00);
   } else if (*codePoint >= 0xDC00 && *codePoint < 0xE000) {
-    return false;
+    return std::nullopt;
   }
-  appendUtf8(out, *codePoint);
-  return true;
+  return codePoint;
 }
 
 char plainEscape(char c) noexcept {
@@ -75,22 +77,27 @@ char plainEscape(char c) noexcept {
 }  // namespace
 
 bool unescape(std::string_view raw, std::string& out) {
-  while (!raw.empty()) {
+  out.resize(raw.size());
+  char* to = out.data();
+  while (true) {
     const auto plain = std::min(raw.find('\\'), raw.size());
-    out.append(raw.substr(0, plain));
+    to = std::copy_n(raw.data(), plain, to);
     raw.remove_prefix(plain);
-    if (raw.empty()) return true;
+    if (raw.empty()) break;
     if (raw.size() < 2) return false;
     const char kind = raw[1];
     raw.remove_prefix(2);
     if (kind == 'u') {
-      if (!takeCodePoint(raw, out)) return false;
+      const auto codePoint = takeCodePoint(raw);
+      if (!codePoint) return false;
+      to = writeUtf8(to, *codePoint);
     } else if (const char c = plainEscape(kind)) {
-      out += c;
+      *to++ = c;
     } else {
       return false;
     }
   }
+  out.resize(static_cast<std::size_t>(to - out.data()));
   return true;
 }
 

@@ -49,7 +49,7 @@ class Encoder {
     return true;
   }
   bool flag(bool value) {
-    out_.raw(value ? std::string_view("true") : std::string_view("false"));
+    value ? out_.padded("true\0\0\0", 4) : out_.padded("false\0\0", 5);
     return true;
   }
   bool integer(std::int64_t value) {

@@ -51,6 +51,24 @@ char shortEscape(char c) {
   }
 }
 
+std::uint64_t blockAt(const char* in) {
+  std::uint64_t block;
+  std::memcpy(&block, in, sizeof block);
+  return block;
+}
+
+/// The last 1 to 7 characters of a text as a block, filled up with some that need no escape.
+std::uint64_t tailBlock(const char* in, std::size_t left, std::size_t textSize) {
+  std::uint64_t block = 0;
+  if (textSize >= 8) {
+    block = blockAt(in + left - 8) >> (8 * (8 - left));
+  } else {
+    for (std::size_t i = 0; i < left; ++i)
+      block |= std::uint64_t{static_cast<unsigned char>(in[i])} << (8 * i);
+  }
+  return block | everyByte('a') << (8 * left);
+}
+
 constexpr std::size_t longestEscape = 6;  // \u0000
 
 char* writeEscaped(char* out, char c) {
@@ -113,20 +131,17 @@ bool TextWriter::quoted(std::string_view text) {
   const char* in = text.data();
   const char* const end = in + text.size();
   std::uint64_t seen = 0;
-  while (end - in >= 8) {
-    std::uint64_t block;
-    std::memcpy(&block, in, sizeof block);
+  while (in < end) {
+    const auto left = static_cast<std::size_t>(end - in);
+    const std::uint64_t block = left >= 8 ? blockAt(in) : tailBlock(in, left, text.size());
     std::memcpy(out, &block, sizeof block);
     seen |= block;
     const std::uint64_t marks = escaped(block);
-    const auto plain = marks == 0 ? 8 : std::countr_zero(marks) / 8;
+    const auto plain = marks != 0 ? static_cast<std::size_t>(std::countr_zero(marks)) / 8
+                                  : std::min<std::size_t>(left, 8);
     in += plain;
     out += plain;
     if (marks != 0) out = writeEscaped(out, *in++);
-  }
-  for (; in < end; ++in) {
-    seen |= static_cast<std::uint64_t>(*in) & 0x80;
-    out = writeEscaped(out, *in);
   }
   *out++ = '"';
   end_ = out;

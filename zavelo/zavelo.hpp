@@ -45,3 +45,4 @@
 #include "zavelo/services/setting_service.hpp"
 #include "zavelo/services/stream_service.hpp"
 #include "zavelo/services/user_service.hpp"
+#include "zavelo/ui/timer_label.hpp"

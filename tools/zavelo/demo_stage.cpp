@@ -109,26 +109,38 @@ void DemoStage::stopSandbox() {
   expectEqual("the sandbox's exit status", 0, outcome.status);
 }
 
-Scene DemoStage::run(const std::vector<std::string>& arguments, const std::string& input) {
+Scene DemoStage::run(std::string_view person, const std::vector<std::string>& arguments,
+                     const std::string& input) {
   std::vector<std::string> all{"--json", "--api", url_, "--store",
-                               (folder_ / "session.sqlite").string()};
+                               (folder_ / person).string() + ".sqlite"};
   std::string line = "zavelo";
   for (const auto& argument : arguments) {
     all.push_back(argument);
     line += argument.find(' ') == std::string::npos ? " " + argument : " '" + argument + "'";
   }
-  show("run", line);
+  show(person, line);
   const auto outcome = children_->start(all, input)->wait();
   if (outcome.status == 0) return {parsed(outcome.output), {}, outcome.error};
   if (outcome.status == 1) return {{}, errorIn(outcome.error), outcome.error};
   throw Surprise{line + ": exit status " + std::to_string(outcome.status) + ", " + outcome.error};
 }
 
-json::Value DemoStage::succeed(const std::vector<std::string>& arguments,
-                               const std::string& input) {
+Scene Actor::run(const std::vector<std::string>& arguments, const std::string& input) {
+  return stage_.run(name_, arguments, input);
+}
+
+json::Value Actor::succeed(const std::vector<std::string>& arguments, const std::string& input) {
   auto scene = run(arguments, input);
   if (!scene.error.isNull()) throw Surprise{"expected success, got " + jsonText(scene.error)};
   return std::move(scene.result);
+}
+
+void Actor::failWith(std::string_view type, const std::vector<std::string>& arguments) {
+  const auto scene = run(arguments);
+  if (scene.error.isNull())
+    throw Surprise{"expected " + std::string(type) + ", got " + jsonText(scene.result)};
+  expectEqual("the error", type, at(scene.error, "type"));
+  stage_.show("error", std::string(type) + ": " + textAt(scene.error, "description"));
 }
 
 std::string DemoStage::ask(HttpRequest request) {

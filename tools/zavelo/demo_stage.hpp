@@ -41,10 +41,9 @@ class DemoStage {
 
   void startSandbox();
   void stopSandbox();
-  /// Runs the command with the member's store against the sandbox.
-  Scene run(const std::vector<std::string>& arguments, const std::string& input = {});
-  /// The same where nothing may go wrong: its result.
-  json::Value succeed(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// Runs the command with that person's store against the sandbox.
+  Scene run(std::string_view person, const std::vector<std::string>& arguments,
+            const std::string& input);
   /// Makes the backend do something that a member cannot: "expire-tokens", "ban".
   void act(std::string_view action, std::string_view userName);
   /// What stands at an address.
@@ -64,6 +63,22 @@ class DemoStage {
   std::shared_ptr<Children> children_;
   std::shared_ptr<ChildProcess> sandbox_;
   std::string url_;
+};
+
+/// Someone in the story: each thing that they do is a process with their store.
+class Actor {
+ public:
+  Actor(DemoStage& stage, std::string_view name) : stage_(stage), name_(name) {}
+
+  Scene run(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// The same where nothing may go wrong: its result.
+  json::Value succeed(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// The same where that error is to come of it.
+  void failWith(std::string_view type, const std::vector<std::string>& arguments);
+
+ private:
+  DemoStage& stage_;
+  const std::string name_;
 };
 
 /// Ends the processes of a stage that run, and lets no other start.

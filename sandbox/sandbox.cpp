@@ -6,14 +6,15 @@
 #include <utility>
 
 #include "sandbox/api/router.hpp"
+#include "sandbox/api/throttle.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/control/faults.hpp"
 #include "sandbox/http/connection.hpp"
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
+#include "sandbox/media/files.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/users/sessions.hpp"
-#include "sandbox/users/throttle.hpp"
 #include "sandbox/users/user_endpoints.hpp"
 
 namespace zavelo::sandbox {
@@ -29,6 +30,7 @@ struct Sandbox::Parts {
         listener(std::move(bound)) {
     router.add(signInEndpoints(userRoom));
     router.add(profileEndpoints(userRoom));
+    router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);

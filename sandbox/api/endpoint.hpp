@@ -16,6 +16,7 @@ namespace zavelo::sandbox {
 struct Identity {
   std::int64_t session;
   std::optional<std::int64_t> member;  ///< none: a guest
+  std::optional<std::int64_t> guest;   ///< none: a member
 };
 
 /// Who may call an endpoint.

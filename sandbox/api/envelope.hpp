@@ -18,6 +18,8 @@ enum class Code : std::int64_t {
   userNotFound = 652,  ///< also for a wrong password
   modelInvalid = 750,  ///< a parameter; the message names it
   invalidRefreshToken = 1018,
+  streamEnd = 1059,
+  alreadyLikeStream = 1068,
   noPermission = 1098,
   loggedInOtherDevice = 1341,
 };

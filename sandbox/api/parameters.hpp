@@ -17,18 +17,26 @@ namespace zavelo::sandbox {
 /// One parameter that an endpoint takes: `required(text("displayName", 1, 100))`.
 struct Parameter {
   enum class Kind : std::uint8_t {
-    text,     ///< `least` to `most` characters
-    integer,  ///< `least` to `most`; a number without fraction however it is written
-    number,   ///< `least` to `most`
-    date,     ///< YYYY-MM-DD or an empty text
-    jpeg,     ///< a file in a form, image/jpeg, at most `most` bytes
+    text,       ///< `least` to `most` characters
+    integer,    ///< `least` to `most`; a number without fraction however it is written
+    number,     ///< `least` to `most`
+    flag,       ///< true or false
+    date,       ///< YYYY-MM-DD or an empty text
+    address,    ///< of the web, or an empty text
+    jpeg,       ///< a file in a form, a sound image/jpeg, at most `most` bytes
+    plainText,  ///< a file in a form, text/plain, at most `most` bytes
+  };
+  enum class Presence : std::uint8_t {
+    optional,
+    required,
+    requiredUnlessBare,  ///< may be missing where no parameter at all is given
   };
 
   std::string_view name;
   Kind kind;
   double least;
   double most;
-  bool isRequired = false;
+  Presence presence = Presence::optional;
 };
 
 [[nodiscard]] constexpr Parameter text(std::string_view name, double least, double most) {
@@ -43,11 +51,24 @@ struct Parameter {
 [[nodiscard]] constexpr Parameter date(std::string_view name) {
   return {name, Parameter::Kind::date, 0, 0};
 }
+[[nodiscard]] constexpr Parameter flag(std::string_view name) {
+  return {name, Parameter::Kind::flag, 0, 0};
+}
+[[nodiscard]] constexpr Parameter address(std::string_view name) {
+  return {name, Parameter::Kind::address, 0, 2000};
+}
+[[nodiscard]] constexpr Parameter plainText(std::string_view name, double mostBytes) {
+  return {name, Parameter::Kind::plainText, 0, mostBytes};
+}
 [[nodiscard]] constexpr Parameter jpeg(std::string_view name, double mostBytes) {
   return {name, Parameter::Kind::jpeg, 0, mostBytes};
 }
 [[nodiscard]] constexpr Parameter required(Parameter parameter) {
-  parameter.isRequired = true;
+  parameter.presence = Parameter::Presence::required;
+  return parameter;
+}
+[[nodiscard]] constexpr Parameter requiredUnlessBare(Parameter parameter) {
+  parameter.presence = Parameter::Presence::requiredUnlessBare;
   return parameter;
 }
 
@@ -57,19 +78,23 @@ class Arguments {
   [[nodiscard]] std::optional<std::string> text(std::string_view name) const;
   [[nodiscard]] std::optional<std::int64_t> integer(std::string_view name) const;
   [[nodiscard]] std::optional<double> number(std::string_view name) const;
-  /// The bytes of a file.
-  [[nodiscard]] const std::string* file(std::string_view name) const;
+  [[nodiscard]] std::optional<bool> flag(std::string_view name) const;
+  [[nodiscard]] const FormPart* file(std::string_view name) const;
+  [[nodiscard]] bool empty() const { return values_.empty() && files_.empty(); }
 
  private:
   friend class ParameterCheck;
   std::map<std::string, json::Value, std::less<>> values_;
-  std::map<std::string, std::string, std::less<>> files_;
+  std::map<std::string, FormPart, std::less<>> files_;
 };
 
 /// Reads a request's body, JSON or a form, and holds it against what the endpoint takes. Every
 /// problem names its parameter: `"latitude": expected number`.
 [[nodiscard]] Result<Arguments, std::vector<Problem>> checkParameters(
     std::span<const Parameter> parameters, const Request& request);
+/// The same for an object that was read already.
+[[nodiscard]] Result<Arguments, std::vector<Problem>> checkParameters(
+    std::span<const Parameter> parameters, const json::Object& object);
 
 /// A problem with one parameter, for what an endpoint finds out by itself.
 [[nodiscard]] Problem parameterProblem(std::string_view name, std::string_view what);

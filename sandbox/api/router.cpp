@@ -10,7 +10,8 @@
 namespace zavelo::sandbox {
 namespace {
 
-constexpr std::size_t jsonLimit = 1024 * 1024;
+/// Room for a text of a million characters, so that its parameter can be named in the answer.
+constexpr std::size_t jsonLimit = 4 * 1024 * 1024;
 
 bool matches(const Endpoint& endpoint, std::string_view path) {
   if (!endpoint.path.ends_with('*')) return endpoint.path == path;
@@ -63,7 +64,7 @@ Response Router::route(const Request& request) const {
 
 Response Router::call(const Endpoint& endpoint, const Request& request) const {
   if (request.body.size() > jsonLimit) {
-    return failWithStatus(413, "The body is larger than 1 MB");
+    return failWithStatus(413, "The JSON body is larger than 4 MB");
   }
   const auto caller = callerOf(endpoint, request);
   if (!caller) return fail(caller.error());

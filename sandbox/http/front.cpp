@@ -152,7 +152,7 @@ class Front::Server final : public httplib::Server {
     if (sound) return answer(request, sent);
     current->closeAfterResponse();
     if (sent.status == 413 || size > bodyLimit) {
-      return reject(sent, 413, "The body is larger than 10 MB");
+      return reject(sent, 413, "The body is larger than 16 MB");
     }
     reject(sent, 400, request.isForm ? "The body is not a sound form" : "The body was cut short");
   }

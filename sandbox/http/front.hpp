@@ -12,8 +12,8 @@ class Service;
 /// exception leaves it, whatever a client sends or the service throws.
 class Front {
  public:
-  /// A larger body is answered 413. Room for an upload of 10 MB and the form around it.
-  static constexpr std::size_t bodyLimit = 10 * 1024 * 1024 + 64 * 1024;
+  /// A larger body is answered 413. Room for an upload of 16 MB and the form around it.
+  static constexpr std::size_t bodyLimit = 16 * 1024 * 1024 + 64 * 1024;
 
   explicit Front(Service& service);
   ~Front();

@@ -166,26 +166,29 @@ Database::Rollback::~Rollback() {
   }
 }
 
-/// Makes an empty database the sandbox's, and refuses any other that is not, unchanged.
+/// Makes an empty database the sandbox's, brings an older one up to date, and refuses any other,
+/// unchanged.
 void Database::adopt() {
   // Exclusive: a second sandbox on the file is told so instead of mixing its sessions in.
   script("PRAGMA locking_mode = EXCLUSIVE; PRAGMA foreign_keys = ON");
   transact([this](Transaction& transaction) {
     const auto number = [&](std::string_view sql) { return transaction.first(sql)->integer(0); };
-    if (number("SELECT count(*) FROM sqlite_schema") == 0) {
-      script(schema);
-      script(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
-      script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
-    }
-    if (number("PRAGMA application_id") != applicationId) {
+    const bool isNew = number("SELECT count(*) FROM sqlite_schema") == 0;
+    if (!isNew && number("PRAGMA application_id") != applicationId) {
       throw DatabaseError("it is another program's database");
     }
-    if (number("PRAGMA user_version") != schemaVersion) {
-      throw DatabaseError("it was made by another version of the sandbox");
+    const auto version = isNew ? 0 : number("PRAGMA user_version");
+    if (version < 0 || version > schemaVersion) {
+      throw DatabaseError("it was made by a newer version of the sandbox");
     }
     if (transaction.first("PRAGMA quick_check(1)")->text(0) != "ok") {
       throw DatabaseError("it is damaged");
     }
+    for (auto step = static_cast<std::size_t>(version); step < schemaSteps.size(); ++step) {
+      script(schemaSteps.at(step));
+    }
+    script(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
+    script(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
   });
   // What was committed is with the system when the process is killed, so "normal" keeps it.
   script("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "sandbox/api/unicode.hpp"
-#include "sandbox/users/pictures.hpp"
+#include "sandbox/media/files.hpp"
 #include "sandbox/users/tokens.hpp"
 
 namespace zavelo::sandbox {
@@ -14,8 +14,10 @@ namespace {
 std::string membersWhere(std::string_view condition) {
   return std::string(
              "SELECT m.id, m.zavelo_id, m.user_name, m.display_name, m.password, m.gender, m.dob, "
-             "m.about, m.image, m.latitude, m.longitude, m.banned, m.created, p.hash "
-             "FROM members m LEFT JOIN pictures p ON p.member = m.id WHERE ")
+             "m.about, m.image, m.latitude, m.longitude, m.banned, m.created, p.name, "
+             "m.promo_code, m.promo_description, "
+             "EXISTS (SELECT 1 FROM products WHERE seller = m.id) "
+             "FROM members m LEFT JOIN media p ON p.shelf = 'profiles' AND p.owner = m.id WHERE ")
       .append(condition);
 }
 
@@ -41,7 +43,10 @@ Member memberIn(const Row& row) {
           .longitude = realOrNone(row, 10),
           .banned = row.integer(11) != 0,
           .created = fromStored(row.integer(12)),
-          .pictureHash = textOrNone(row, 13)};
+          .pictureName = textOrNone(row, 13),
+          .promoCode = row.text(14),
+          .promoDescription = row.text(15),
+          .isSeller = row.integer(16) != 0};
 }
 
 std::optional<Member> memberIn(const std::optional<Row>& row) {
@@ -118,7 +123,7 @@ ZVUserInfo profileOf(const Member& member, const std::string& site) {
   profile.userName = member.userName;
   profile.displayName = member.displayName;
   profile.userImage =
-      member.pictureHash ? pictureAddress(site, member.id, *member.pictureHash) : member.image;
+      member.pictureName ? fileAddress(site, profilePictures, member.pictureName) : member.image;
   profile.gender = member.gender;
   profile.doB = member.dob;
   profile.about = member.about;
@@ -134,11 +139,12 @@ ZVUserInfo profileOf(const Member& member, const std::string& site) {
        {&profile.distance, &profile.language, &profile.giftReceivedCount, &profile.giftSentCount,
         &profile.totalBean, &profile.totalGold, &profile.totalGoldFans, &profile.followerCount,
         &profile.followingCount, &profile.isFollow, &profile.unreadNotificationCount,
-        &profile.isSeller, &profile.businessType, &profile.hideMessageDetails,
-        &profile.unreadMessageCount, &profile.nearbyFeature}) {
+        &profile.businessType, &profile.hideMessageDetails, &profile.unreadMessageCount,
+        &profile.nearbyFeature}) {
     *none = 0;
   }
   profile.skipHostTutorial = profile.skipViewerTutorial = profile.skipHomeTutorial = false;
+  profile.isSeller = member.isSeller ? 1 : 0;
   profile.giftReceivable = true;
   profile.isBlock = false;
   return profile;

@@ -27,7 +27,10 @@ struct Member {
   std::optional<double> longitude;
   bool banned = false;
   Time created{};
-  std::optional<std::string> pictureHash;
+  std::optional<std::string> pictureName;  ///< of the file on its shelf
+  std::string promoCode;
+  std::string promoDescription;
+  bool isSeller = false;  ///< has products
 };
 
 [[nodiscard]] std::optional<Member> memberById(Transaction& transaction, std::int64_t id);

@@ -2,15 +2,13 @@
 #include <string>
 #include <utility>
 
+#include "sandbox/api/paging.hpp"
+#include "sandbox/media/files.hpp"
 #include "sandbox/users/members.hpp"
-#include "sandbox/users/pictures.hpp"
 #include "sandbox/users/user_endpoints.hpp"
 
 namespace zavelo::sandbox {
 namespace {
-
-/// The largest integer that JSON carries everywhere (RFC 8259 section 6).
-constexpr double cursorLimit = 9007199254740991.0;
 
 /// `nextId` is the last id of the page: 0 asks for the first page, and asking behind the last one
 /// gives an empty page with the same cursor.
@@ -32,10 +30,7 @@ Response search(UserRoom& room, const Call& call) {
 }
 
 Response editProfile(UserRoom& room, const Call& call) {
-  const std::string* picture = call.arguments.file("profile");
-  if (picture != nullptr && !room.throttle.run([&] { return isPicture(*picture); })) {
-    return fail(parameterProblem("profile", "is not a sound JPEG of at most 16 megapixels"));
-  }
+  const FormPart* picture = call.arguments.file("profile");
   return room.database.transact([&](Transaction& transaction) {
     Member member = *memberById(transaction, *call.identity.member);
     member.displayName = *call.arguments.text("displayName");
@@ -43,7 +38,7 @@ Response editProfile(UserRoom& room, const Call& call) {
     member.gender = *call.arguments.text("gender");
     member.about = *call.arguments.text("about");
     updateMember(transaction, member);
-    if (picture != nullptr) keepPicture(transaction, member.id, *picture);
+    if (picture != nullptr) keepFile(transaction, profilePictures, member.id, *picture);
     ZVEditUser edited;
     edited.isNewEmail = false;
     edited.isSendVerificationEmail = false;
@@ -63,31 +58,19 @@ Response updatePromoCode(UserRoom& room, const Call& call) {
   });
 }
 
-Response servePicture(UserRoom& room, const Call& call) {
-  auto file = room.database.transact([&](Transaction& transaction) {
-    return findPicture(transaction, std::string_view(call.request.path).substr(picturePath.size()));
-  });
-  if (!file) return failWithStatus(404, "There is no such picture");
-  return {.contentType = "image/jpeg",
-          .body = std::move(*file),
-          .headers = {{"Cache-Control", "public, max-age=31536000, immutable"}}};
-}
-
 }  // namespace
 
 std::vector<Endpoint> profileEndpoints(UserRoom& room) {
   const auto at = handlersIn(room);
   return {
       post("/api/users/search", Access::session, at(search),
-           {required(text("displayName", 0, displayNameLimit)),
-            required(integer("nextId", 0, cursorLimit)), required(integer("limit", 1, 100))}),
+           {required(text("displayName", 0, displayNameLimit)), nextIdParameter, limitParameter}),
       post("/api/users/edit-profile", Access::member, at(editProfile),
            {required(text("displayName", 1, displayNameLimit)), required(date("dob")),
             required(text("gender", 0, 30)), required(text("about", 0, 2000)),
-            jpeg("profile", static_cast<double>(pictureBytesLimit))}),
+            jpeg("profile", pictureLimit)}),
       post("/api/users/update-promo-code", Access::member, at(updatePromoCode),
            {required(text("promoCode", 0, 50)), required(text("promoCodeDescription", 0, 500))}),
-      get("/media/profiles/*", at(servePicture)),
   };
 }
 

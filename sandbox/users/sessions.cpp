@@ -14,6 +14,7 @@ constexpr int rememberedDevices = 20;
 struct Found {
   std::int64_t session;
   std::optional<std::int64_t> member;
+  std::optional<std::int64_t> guest;
   bool takenOver;
   bool banned;
   Time expires;
@@ -23,19 +24,21 @@ struct Found {
 std::optional<Found> find(Transaction& transaction, bool isAccessToken, std::string_view token) {
   const std::string of = isAccessToken ? "NULL FROM access_tokens" : "t.used FROM refresh_tokens";
   const auto row = transaction.first(
-      "SELECT s.id, s.member, s.taken_over, coalesce(m.banned, 0), t.expires, " + of +
+      "SELECT s.id, s.member, s.taken_over, coalesce(m.banned, 0), t.expires, s.guest, " + of +
           " t JOIN sessions s ON s.id = t.session LEFT JOIN members m ON m.id = s.member "
           "WHERE t.hash = ?",
       tokenHash(token));
   if (!row) return {};
   Found found{row->integer(0),
               {},
+              {},
               row->integer(2) != 0,
               row->integer(3) != 0,
               fromStored(row->integer(4)),
               {}};
   if (!row->isNull(1)) found.member = row->integer(1);
-  if (!row->isNull(5)) found.used = fromStored(row->integer(5));
+  if (!row->isNull(5)) found.guest = row->integer(5);
+  if (!row->isNull(6)) found.used = fromStored(row->integer(6));
   return found;
 }
 
@@ -81,7 +84,7 @@ Result<Identity, Problem> Sessions::identify(Transaction& transaction,
   if (!found) return unauthorized;
   if (auto problem = refusal(*found)) return Failure{std::move(*problem)};
   if (found->expires <= now()) return unauthorized;
-  return Identity{found->session, found->member};
+  return Identity{found->session, found->member, found->guest};
 }
 
 Result<Tokens, Problem> Sessions::renew(Transaction& transaction,

@@ -67,10 +67,6 @@ Response registerMember(UserRoom& room, const Call& call) {
     return fail(
         parameterProblem("userName", R"(expected ASCII letters, digits, ".", "_" and "-")"));
   }
-  if (!member.image.empty() && !member.image.starts_with("http://") &&
-      !member.image.starts_with("https://")) {
-    return fail(parameterProblem("profileImage", "expected an http or https address"));
-  }
   if (const auto chosen = call.arguments.text("password")) {
     member.passwordHash = room.throttle.run([&] { return hashPassword(*chosen); });
   }
@@ -157,7 +153,7 @@ std::vector<Endpoint> signInEndpoints(UserRoom& room) {
       post("/api/users/zavelo-register", Access::open, at(registerMember),
            {required(zaveloId), text("userName", 0, 64), displayName, password,
             text("gender", 0, 30), deviceUdid, text("deviceType", 0, 50), latitude, longitude,
-            text("profileImage", 0, 2000), text("version", 0, 50), text("deviceName", 0, 200),
+            address("profileImage"), text("version", 0, 50), text("deviceName", 0, 200),
             text("osVersion", 0, 50)}),
       post("/api/users/login", Access::open, at(login),
            {required(zaveloId), required(password), required(deviceUdid), required(deviceType),

@@ -3,20 +3,9 @@
 #include <sodium.h>
 
 #include <array>
+#include <utility>
 
 namespace zavelo::sandbox {
-namespace {
-
-std::string blake2b(std::string_view content, std::size_t size) {
-  std::string hash(size, '\0');
-  crypto_generichash(reinterpret_cast<unsigned char*>(hash.data()), hash.size(),
-                     reinterpret_cast<const unsigned char*>(content.data()), content.size(),
-                     nullptr, 0);
-  return hash;
-}
-
-}  // namespace
-
 std::string makeToken() {
   std::array<unsigned char, 32> bits;
   randombytes_buf(bits.data(), bits.size());
@@ -26,14 +15,11 @@ std::string makeToken() {
 }
 
 Blob tokenHash(std::string_view token) {
-  return {blake2b(token, crypto_generichash_BYTES)};
-}
-
-std::string contentHash(std::string_view content) {
-  const std::string hash = blake2b(content, crypto_generichash_BYTES_MIN);
-  std::array<char, 2 * crypto_generichash_BYTES_MIN + 1> text;
-  return sodium_bin2hex(text.data(), text.size(),
-                        reinterpret_cast<const unsigned char*>(hash.data()), hash.size());
+  std::string hash(crypto_generichash_BYTES, '\0');
+  crypto_generichash(reinterpret_cast<unsigned char*>(hash.data()), hash.size(),
+                     reinterpret_cast<const unsigned char*>(token.data()), token.size(), nullptr,
+                     0);
+  return {std::move(hash)};
 }
 
 }  // namespace zavelo::sandbox

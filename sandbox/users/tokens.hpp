@@ -13,7 +13,4 @@ namespace zavelo::sandbox {
 /// What is kept of a token.
 [[nodiscard]] Blob tokenHash(std::string_view token);
 
-/// Short hexadecimal text that changes with the content.
-[[nodiscard]] std::string contentHash(std::string_view content);
-
 }  // namespace zavelo::sandbox

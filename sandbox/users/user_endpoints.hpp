@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "sandbox/api/endpoint.hpp"
+#include "sandbox/api/throttle.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/users/sessions.hpp"
-#include "sandbox/users/throttle.hpp"
 
 namespace zavelo::sandbox {
 
@@ -14,14 +14,14 @@ namespace zavelo::sandbox {
 struct UserRoom {
   Database& database;
   const Sessions& sessions;
-  Throttle& throttle;  ///< for hashing and decoding
+  Throttle& throttle;  ///< for hashing
   std::string site;    ///< "http://127.0.0.1:8080"
 };
 
 /// Registration, the three sign-ins, token renewal and signing out.
 [[nodiscard]] std::vector<Endpoint> signInEndpoints(UserRoom& room);
 
-/// Search, profile, pictures and the promo code.
+/// Search, profile and the promo code.
 [[nodiscard]] std::vector<Endpoint> profileEndpoints(UserRoom& room);
 
 /// What a user's text may be.

@@ -76,9 +76,9 @@ TEST(ParametersTest, BodiesThatAreNoJsonAreRefused) {
   }
   EXPECT_EQ(backend.postText("/api/users/refresh", "refreshToken=a", "text/plain").message(),
             "\"Content-Type\": expected application/json");
-  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(1024 * 1024 + 1, ' ')),
+  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(4 * 1024 * 1024 + 1, ' ')),
               HasCode(413));
-  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(11 * 1024 * 1024, ' ')),
+  EXPECT_THAT(backend.postText("/api/users/refresh", std::string(17 * 1024 * 1024, ' ')),
               HasCode(413));
 }
 

@@ -13,7 +13,9 @@
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
 #include "sandbox/media/files.hpp"
+#include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
+#include "sandbox/streams/stream_endpoints.hpp"
 #include "sandbox/users/sessions.hpp"
 #include "sandbox/users/user_endpoints.hpp"
 
@@ -30,6 +32,11 @@ struct Sandbox::Parts {
         listener(std::move(bound)) {
     router.add(signInEndpoints(userRoom));
     router.add(profileEndpoints(userRoom));
+    router.add(settingsEndpoints(settings));
+    router.add(streamLifeEndpoints(streamRoom));
+    router.add(streamListEndpoints(streamRoom));
+    router.add(audienceEndpoints(streamRoom));
+    router.add(studioEndpoints(streamRoom));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
@@ -48,7 +55,9 @@ struct Sandbox::Parts {
   Throttle throttle;
   FaultDesk faults;
   Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
+  Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
+  StreamRoom streamRoom{*database, sessions, throttle, settings, url};
   ControlRoom controlRoom{*database, sessions, faults,
                           [this](std::string_view path) { return router.serves(path); }};
   Front front{router};

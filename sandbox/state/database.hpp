@@ -10,44 +10,14 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <variant>
 #include <vector>
 
+#include "sandbox/state/row.hpp"
 #include "zavelo/base/result.hpp"
 
 struct sqlite3;
 
 namespace zavelo::sandbox {
-
-/// Bytes, as opposed to text.
-struct Blob {
-  std::string bytes;
-};
-
-/// What a column holds or a placeholder is given.
-using Cell = std::variant<std::monostate, std::int64_t, double, std::string, Blob>;
-
-/// One row of a result; columns count from 0 and are read as what the query selects.
-class Row {
- public:
-  explicit Row(std::vector<Cell> cells) : cells_(std::move(cells)) {}
-  [[nodiscard]] bool isNull(std::size_t column) const { return cells_.at(column).index() == 0; }
-  [[nodiscard]] std::int64_t integer(std::size_t column) const { return as<std::int64_t>(column); }
-  [[nodiscard]] double real(std::size_t column) const { return as<double>(column); }
-  [[nodiscard]] const std::string& text(std::size_t column) const {
-    return as<std::string>(column);
-  }
-  [[nodiscard]] const std::string& bytes(std::size_t column) const {
-    return as<Blob>(column).bytes;
-  }
-
- private:
-  template <class T>
-  [[nodiscard]] const T& as(std::size_t column) const {
-    return std::get<T>(cells_.at(column));
-  }
-  std::vector<Cell> cells_;
-};
 
 /// The database failed: a full disk, a damaged page. Ends the call with HTTP 500.
 class DatabaseError : public std::runtime_error {

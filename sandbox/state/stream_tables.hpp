@@ -63,12 +63,13 @@ CREATE INDEX view_sessions_of_stream ON view_sessions (stream);
 -- What a user did with a stream: how often they liked it, why they reported it, whether they gave
 -- its password.
 CREATE TABLE reactions (
-  stream   INTEGER NOT NULL REFERENCES streams ON DELETE CASCADE,
-  member   INTEGER REFERENCES members,
-  guest    INTEGER REFERENCES guests,
-  likes    INTEGER NOT NULL DEFAULT 0,
-  report   TEXT,
-  unlocked INTEGER NOT NULL DEFAULT 0,
+  stream         INTEGER NOT NULL REFERENCES streams ON DELETE CASCADE,
+  member         INTEGER REFERENCES members,
+  guest          INTEGER REFERENCES guests,
+  likes          INTEGER NOT NULL DEFAULT 0,
+  liked_uniquely INTEGER NOT NULL DEFAULT 0,  -- once more is refused
+  report         TEXT,
+  unlocked       INTEGER NOT NULL DEFAULT 0,
   CHECK ((member IS NULL) <> (guest IS NULL))
 ) STRICT;
 CREATE UNIQUE INDEX reactions_by_user

@@ -21,29 +21,21 @@ std::string membersWhere(std::string_view condition) {
       .append(condition);
 }
 
-std::optional<std::string> textOrNone(const Row& row, std::size_t column) {
-  return row.isNull(column) ? std::nullopt : std::optional(row.text(column));
-}
-
-std::optional<double> realOrNone(const Row& row, std::size_t column) {
-  return row.isNull(column) ? std::nullopt : std::optional(row.real(column));
-}
-
 Member memberIn(const Row& row) {
   return {.id = row.integer(0),
           .zaveloId = row.text(1),
           .userName = row.text(2),
           .displayName = row.text(3),
-          .passwordHash = textOrNone(row, 4),
+          .passwordHash = row.textOrNone(4),
           .gender = row.text(5),
           .dob = row.text(6),
           .about = row.text(7),
           .image = row.text(8),
-          .latitude = realOrNone(row, 9),
-          .longitude = realOrNone(row, 10),
+          .latitude = row.realOrNone(9),
+          .longitude = row.realOrNone(10),
           .banned = row.integer(11) != 0,
           .created = fromStored(row.integer(12)),
-          .pictureName = textOrNone(row, 13),
+          .pictureName = row.textOrNone(13),
           .promoCode = row.text(14),
           .promoDescription = row.text(15),
           .isSeller = row.integer(16) != 0};

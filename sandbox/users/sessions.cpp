@@ -36,8 +36,8 @@ std::optional<Found> find(Transaction& transaction, bool isAccessToken, std::str
               row->integer(3) != 0,
               fromStored(row->integer(4)),
               {}};
-  if (!row->isNull(1)) found.member = row->integer(1);
-  if (!row->isNull(5)) found.guest = row->integer(5);
+  found.member = row->integerOrNone(1);
+  found.guest = row->integerOrNone(5);
   if (!row->isNull(6)) found.used = fromStored(row->integer(6));
   return found;
 }

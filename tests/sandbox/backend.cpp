@@ -44,11 +44,14 @@ json::Value memberOf(const json::Value& value, std::string_view key) {
   return member != nullptr ? *member : json::Value();
 }
 
+std::int64_t integerOf(const json::Value& value) {
+  return value.as<std::int64_t>() != nullptr ? *value.as<std::int64_t>() : -999;
+}
+
 }  // namespace
 
 std::int64_t Answer::code() const {
-  const auto value = memberOf(envelope, "code");
-  return value.as<std::int64_t>() != nullptr ? *value.as<std::int64_t>() : -999;
+  return integerOf(memberOf(envelope, "code"));
 }
 
 std::string Answer::message() const {
@@ -69,6 +72,10 @@ json::Value Answer::data(std::string_view path) const {
 std::string Answer::text(std::string_view path) const {
   const auto value = data(path);
   return value.as<std::string>() != nullptr ? *value.as<std::string>() : "";
+}
+
+std::int64_t Answer::integer(std::string_view path) const {
+  return integerOf(data(path));
 }
 
 Backend::Backend(SandboxOptions options)
@@ -92,14 +99,24 @@ Answer Backend::postText(const std::string& path, const std::string& body,
   return answerOf(clientOf(port()).Post(path, body, contentType));
 }
 
+Answer Backend::upload(const std::string& path,
+                       const std::vector<std::pair<std::string, std::string>>& fields,
+                       const File& file, const std::string& token) const {
+  httplib::MultipartFormDataItems items{{file.field, file.content, "file", file.type}};
+  for (const auto& [name, value] : fields) items.push_back({name, value, "", ""});
+  return answerOf(clientOf(port()).Post(path, headersWith(token), items));
+}
+
 Answer Backend::editProfile(const std::string& token, const std::string& picture,
                             const std::string& dob, const std::string& about) const {
-  const httplib::MultipartFormDataItems items{{"displayName", "Ann", "", ""},
-                                              {"dob", dob, "", ""},
-                                              {"gender", "f", "", ""},
-                                              {"about", about, "", ""},
-                                              {"profile", picture, "profile.jpeg", "image/jpeg"}};
-  return answerOf(clientOf(port()).Post("/api/users/edit-profile", headersWith(token), items));
+  return upload("/api/users/edit-profile",
+                {{"displayName", "Ann"}, {"dob", dob}, {"gender", "f"}, {"about", about}},
+                {"profile", picture}, token);
+}
+
+Answer Backend::fetch(const std::string& address) const {
+  return address.starts_with(sandbox->url()) ? send("GET", address.substr(sandbox->url().size()))
+                                             : Answer{};
 }
 
 Answer Backend::send(const std::string& method, const std::string& path,

@@ -27,6 +27,8 @@ struct Answer {
   /// The value at a dotted path below "data": "userInfo.userId". Null when there is none.
   [[nodiscard]] json::Value data(std::string_view path = {}) const;
   [[nodiscard]] std::string text(std::string_view path) const;
+  /// -999 when there is no integer.
+  [[nodiscard]] std::int64_t integer(std::string_view path) const;
 };
 
 /// A running sandbox and ways to call it.
@@ -39,10 +41,21 @@ class Backend {
                             const std::string& token = {}) const;
   [[nodiscard]] Answer postText(const std::string& path, const std::string& body,
                                 const std::string& contentType = "application/json") const;
+  /// A form of plain fields and one file.
+  struct File {
+    std::string field;
+    std::string content;
+    std::string type = "image/jpeg";
+  };
+  [[nodiscard]] Answer upload(const std::string& path,
+                              const std::vector<std::pair<std::string, std::string>>& fields,
+                              const File& file, const std::string& token) const;
   /// As a form with a file, which is to be a JPEG.
   [[nodiscard]] Answer editProfile(const std::string& token, const std::string& picture,
                                    const std::string& dob = "",
                                    const std::string& about = "") const;
+  /// What is served at a whole address of the sandbox's own.
+  [[nodiscard]] Answer fetch(const std::string& address) const;
   /// Any method, with headers of the test's choice and no body.
   [[nodiscard]] Answer send(
       const std::string& method, const std::string& path,

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <vector>
+
+#include "sandbox/api/parameters.hpp"
+#include "sandbox/settings/settings.hpp"
+#include "sandbox/streams/stream.hpp"
+#include "zavelo/base/result.hpp"
+
+namespace zavelo::sandbox {
+
+/// What creating a stream takes. Title and tag are always required; the rest as `others` says.
+[[nodiscard]] std::vector<Parameter> planParameters(Parameter::Presence others);
+
+/// The plan that those arguments make. The problem: an unknown tag.
+[[nodiscard]] Result<StreamPlan, Problem> planFrom(const Arguments& arguments,
+                                                   const Settings& settings);
+
+/// What a locked stream's password may be.
+inline constexpr Parameter streamPasswordParameter = text("password", 1, 256);
+
+}  // namespace zavelo::sandbox

@@ -13,6 +13,7 @@
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
 #include "sandbox/media/files.hpp"
+#include "sandbox/products/product_endpoints.hpp"
 #include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/streams/stream_endpoints.hpp"
@@ -37,6 +38,7 @@ struct Sandbox::Parts {
     router.add(streamListEndpoints(streamRoom));
     router.add(audienceEndpoints(streamRoom));
     router.add(studioEndpoints(streamRoom));
+    router.add(productEndpoints(streamRoom));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sandbox/api/parameters.hpp"
+#include "sandbox/state/database.hpp"
+
+namespace zavelo::sandbox {
+
+/// A product as the database has it.
+struct Product {
+  std::int64_t id = 0;
+  std::int64_t seller = 0;
+  std::int64_t orderIndex = 0;  ///< a seller's products count from 0, without gaps
+  std::string name;
+  double price = 0;
+  double promotionPrice = 0;
+  std::string description;
+  std::string url;
+  std::string sku;
+  std::optional<std::string> pictureName;  ///< of the file on its shelf
+};
+
+/// What a product is made of, but for its picture.
+[[nodiscard]] std::vector<Parameter> productParameters();
+/// Takes over what the arguments give; what they leave out stays.
+void assign(Product& product, const Arguments& arguments);
+
+[[nodiscard]] std::optional<Product> productById(Transaction& transaction, std::int64_t id);
+[[nodiscard]] std::optional<Product> productByName(Transaction& transaction, std::int64_t seller,
+                                                   std::string_view name);
+/// Up to `limit` of the seller's products in their order, without the first `skip`.
+[[nodiscard]] std::vector<Product> productsOf(Transaction& transaction, std::int64_t seller,
+                                              std::int64_t skip, std::int64_t limit);
+[[nodiscard]] std::int64_t productCountOf(Transaction& transaction, std::int64_t seller);
+
+/// Adds it behind the seller's last one and returns its id; id and index in the record do not
+/// count.
+std::int64_t addProduct(Transaction& transaction, const Product& product);
+/// Writes all but the index.
+void updateProduct(Transaction& transaction, const Product& product);
+/// The products between its old and its new place move up or down by one.
+void moveProduct(Transaction& transaction, const Product& product, std::int64_t orderIndex);
+/// Deletes it with its picture; the ones behind it move up.
+void dropProduct(Transaction& transaction, const Product& product);
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <vector>
+
+#include "sandbox/api/endpoint.hpp"
+#include "sandbox/streams/stream_operation.hpp"
+
+namespace zavelo::sandbox {
+
+/// A seller's catalogue, and the same as a stream's viewers see it.
+[[nodiscard]] std::vector<Endpoint> productEndpoints(StreamRoom& room);
+
+}  // namespace zavelo::sandbox

@@ -60,7 +60,7 @@ struct Sandbox::Parts {
   Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
-  ControlRoom controlRoom{*database, sessions, faults,
+  ControlRoom controlRoom{*database, sessions, throttle, faults,
                           [this](std::string_view path) { return router.serves(path); }};
   Front front{router};
   std::unique_ptr<Listener> listener;

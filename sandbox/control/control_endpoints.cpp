@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "sandbox/users/members.hpp"
+#include "sandbox/control/actions.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -77,38 +77,6 @@ Response clearFaults(ControlRoom& room, const Call& call) {
   return listFaults(room, call);
 }
 
-/// Does what the action says to a member or, where that is possible without one, to everybody.
-/// Returns how many sessions or members it concerned; none when there is no such action.
-std::optional<std::int64_t> act(ControlRoom& room, Transaction& transaction,
-                                const std::string& action, std::optional<std::int64_t> member) {
-  if (action == "expire-tokens") return room.sessions.expireAccessTokens(transaction, member);
-  if (action == "sign-in-elsewhere") return Sessions::takeOver(transaction, *member);
-  if (action != "ban" && action != "unban") return {};
-  return transaction.run("UPDATE members SET banned = ?1 WHERE id = ?2 AND banned <> ?1",
-                         action == "ban", *member);
-}
-
-Response runAction(ControlRoom& room, const Call& call) {
-  const std::string action = *call.arguments.text("action");
-  const auto userName = call.arguments.text("userName");
-  return room.database.transact([&](Transaction& transaction) {
-    std::optional<std::int64_t> id;
-    if (userName) {
-      const auto member = memberByUserName(transaction, *userName);
-      if (!member) return fail({Code::userNotFound, "There is no member of that userName"});
-      id = member->id;
-    } else if (action != "expire-tokens") {
-      return fail(parameterProblem("userName", "missing"));
-    }
-    const auto count = act(room, transaction, action, id);
-    if (!count) {
-      return fail(
-          parameterProblem("action", "expected expire-tokens, ban, unban or sign-in-elsewhere"));
-    }
-    return succeed(json::Value(json::Object{{"changed", *count}}));
-  });
-}
-
 }  // namespace
 
 std::vector<Endpoint> controlEndpoints(ControlRoom& room) {
@@ -121,8 +89,7 @@ std::vector<Endpoint> controlEndpoints(ControlRoom& room) {
             integer("count", 1, mostCalls), integer("milliseconds", 0, longestDelayMilliseconds),
             integer("code", -1'000'000, 1'000'000), text("message", 0, 1000)}),
       {"DELETE", "/sandbox/faults", Access::open, at(clearFaults), {}},
-      post("/sandbox/actions", Access::open, at(runAction),
-           {required(text("action", 1, 50)), text("userName", 1, 64)}),
+      actionEndpoint(room),
   };
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sandbox/api/endpoint.hpp"
+#include "sandbox/api/throttle.hpp"
 #include "sandbox/control/faults.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/users/sessions.hpp"
@@ -15,6 +16,7 @@ namespace zavelo::sandbox {
 struct ControlRoom {
   Database& database;
   const Sessions& sessions;
+  Throttle& throttle;  ///< for hashing
   FaultDesk& faults;
   std::function<bool(std::string_view path)> serves;  ///< whether there is such an endpoint
 };

@@ -134,6 +134,12 @@ void goEnded(Transaction& transaction, const Stream& stream, Time now) {
                   static_cast<std::int64_t>(StreamStatus::ended), stored(now), stream.id);
 }
 
+void setPassword(Transaction& transaction, const Stream& stream,
+                 const std::optional<std::string>& hash) {
+  transaction.run("UPDATE streams SET password = ? WHERE id = ?", hash, stream.id);
+  transaction.run("UPDATE reactions SET unlocked = 0 WHERE stream = ?", stream.id);
+}
+
 std::int64_t secondsLive(const Stream& stream, Time now) {
   return std::chrono::floor<std::chrono::seconds>(timeLive(stream, now)).count();
 }

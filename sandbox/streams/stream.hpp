@@ -79,6 +79,10 @@ void goLive(Transaction& transaction, const Stream& stream, Time now);
 void goPaused(Transaction& transaction, const Stream& stream, Time now);
 void goEnded(Transaction& transaction, const Stream& stream, Time now);
 
+/// Locks the stream, or unlocks it without a password. Who gave the one before must give this one.
+void setPassword(Transaction& transaction, const Stream& stream,
+                 const std::optional<std::string>& hash);
+
 /// How long it has been live, pauses aside; whole seconds.
 [[nodiscard]] std::int64_t secondsLive(const Stream& stream, Time now);
 

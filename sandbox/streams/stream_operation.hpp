@@ -10,6 +10,7 @@
 #include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/streams/stream.hpp"
+#include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/sessions.hpp"
 
 namespace zavelo::sandbox {
@@ -59,8 +60,6 @@ struct StreamOperation {
   Response (*run)(const StreamCall&);
   std::vector<Parameter> parameters{};  ///< beside the slug
 };
-
-inline constexpr Parameter slugParameter = text("slug", 1, 100);
 
 /// Carries out the operation, all of it or nothing, or says why it cannot be done: 750 for an
 /// unknown stream or one in another stage of its life, 1098, 1059.

@@ -16,6 +16,7 @@ namespace zavelo::sandbox {
 [[nodiscard]] Result<StreamPlan, Problem> planFrom(const Arguments& arguments,
                                                    const Settings& settings);
 
+inline constexpr Parameter slugParameter = text("slug", 1, 100);
 /// What a locked stream's password may be.
 inline constexpr Parameter streamPasswordParameter = text("password", 1, 256);
 

@@ -14,6 +14,8 @@
 #include "sandbox/http/listener.hpp"
 #include "sandbox/media/files.hpp"
 #include "sandbox/products/product_endpoints.hpp"
+#include "sandbox/seed/planting.hpp"
+#include "sandbox/seed/seed.hpp"
 #include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/streams/stream_endpoints.hpp"
@@ -25,12 +27,16 @@ namespace zavelo::sandbox {
 /// The one place where the parts meet. In the order of their dependence.
 struct Sandbox::Parts {
   Parts(const SandboxOptions& options, std::unique_ptr<Listener> bound,
-        std::unique_ptr<Database> opened)
+        std::unique_ptr<Database> opened, Settings seeded)
       : url("http://127.0.0.1:" + std::to_string(bound->port())),
         database(std::move(opened)),
         sessions(options.clock ? options.clock : std::make_shared<SystemClock>(),
                  {options.accessTokenLifetime, options.refreshTokenLifetime, options.refreshGrace}),
+        settings(std::move(seeded)),
         listener(std::move(bound)) {
+    if (settings.config.find("profileImageUrl") == nullptr) {
+      settings.config.set("profileImageUrl", url + "/media/profiles/");
+    }
     router.add(signInEndpoints(userRoom));
     router.add(profileEndpoints(userRoom));
     router.add(settingsEndpoints(settings));
@@ -66,6 +72,14 @@ struct Sandbox::Parts {
   std::unique_ptr<Listener> listener;
 };
 
+namespace {
+
+Failure<std::string> unusable(const std::filesystem::path& seed, const std::string& why) {
+  return Failure{"cannot use \"" + seed.string() + "\" as the seed file: " + why};
+}
+
+}  // namespace
+
 Sandbox::Sandbox(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
 
 Sandbox::~Sandbox() {
@@ -75,11 +89,17 @@ Sandbox::~Sandbox() {
 Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOptions& options) {
   try {
     if (sodium_init() < 0) return Failure{std::string("no random numbers are to be had")};
+    auto seed = readSeed(options.seed);
+    if (!seed) return unusable(options.seed, seed.error());
     auto listener = Listener::bind(options.port);
     if (!listener) return Failure{std::move(listener).error()};
     auto database = Database::open(options.state);
     if (!database) return Failure{std::move(database).error()};
-    auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database));
+    auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database),
+                                         seed->settings);
+    if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
+      return unusable(options.seed, planted.error());
+    }
     Front& front = parts->front;
     parts->listener->run([&front](Connection& connection) { front.serve(connection); });
     return std::unique_ptr<Sandbox>(new Sandbox(std::move(parts)));

@@ -14,13 +14,14 @@ namespace zavelo::sandbox {
 struct SandboxOptions {
   std::uint16_t port = 8080;      ///< 0: any free one
   std::filesystem::path state{};  ///< a file that is made where there is none; empty: memory only
+  std::filesystem::path seed{};   ///< a JSON file of settings and first members; empty: built-in
   std::chrono::seconds accessTokenLifetime = std::chrono::hours(1);
   std::chrono::seconds refreshTokenLifetime = std::chrono::days(30);
   std::chrono::seconds refreshGrace{30};  ///< how long a traded refresh token is still answered
   std::shared_ptr<const Clock> clock{};   ///< null: the device's own
 };
 
-/// A local backend: every "/api/users/…" operation with real state, and faults on demand. It
+/// A local backend: users, streams, products and settings with real state, and faults on demand. It
 /// listens on 127.0.0.1 alone and serves on threads of its own. docs/sandbox.md has its endpoints.
 ///
 ///     auto sandbox = Sandbox::start({.port = 0});
@@ -29,7 +30,7 @@ struct SandboxOptions {
 class Sandbox {
  public:
   /// Serves when it returns. The error is one sentence for a person: a port in use, a state file
-  /// that is damaged, of another program, or none at all.
+  /// that is damaged, of another program, or none at all, a seed file with a mistake in it.
   static Result<std::unique_ptr<Sandbox>, std::string> start(const SandboxOptions& options);
   ~Sandbox();
 

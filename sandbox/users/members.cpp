@@ -92,6 +92,12 @@ void updateMember(Transaction& transaction, const Member& member) {
       member.latitude, member.longitude, member.id);
 }
 
+void setPromoCode(Transaction& transaction, std::int64_t member, std::string_view code,
+                  std::string_view description) {
+  transaction.run("UPDATE members SET promo_code = ?, promo_description = ? WHERE id = ?", code,
+                  description, member);
+}
+
 bool isUserName(std::string_view text) {
   return !text.empty() && std::ranges::all_of(text, [](char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||

@@ -51,6 +51,9 @@ std::int64_t addMember(Transaction& transaction, const Member& member);
 /// Writes what a profile edit or a sign-in changes: display name, gender, dob, about, position.
 void updateMember(Transaction& transaction, const Member& member);
 
+void setPromoCode(Transaction& transaction, std::int64_t member, std::string_view code,
+                  std::string_view description);
+
 /// Whether the text can be a userName: ASCII letters, digits, ".", "_" and "-".
 [[nodiscard]] bool isUserName(std::string_view text);
 /// A free userName: the wish if it can be had, else a made-up one.

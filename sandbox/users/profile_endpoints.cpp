@@ -4,6 +4,7 @@
 
 #include "sandbox/api/paging.hpp"
 #include "sandbox/media/files.hpp"
+#include "sandbox/users/member_parameters.hpp"
 #include "sandbox/users/members.hpp"
 #include "sandbox/users/user_endpoints.hpp"
 
@@ -50,11 +51,9 @@ Response editProfile(UserRoom& room, const Call& call) {
 
 Response updatePromoCode(UserRoom& room, const Call& call) {
   return room.database.transact([&](Transaction& transaction) {
-    const auto changed =
-        transaction.run("UPDATE members SET promo_code = ?, promo_description = ? WHERE id = ?",
-                        *call.arguments.text("promoCode"),
-                        *call.arguments.text("promoCodeDescription"), *call.identity.member);
-    return succeed(changed == 1);
+    setPromoCode(transaction, *call.identity.member, *call.arguments.text("promoCode"),
+                 *call.arguments.text("promoCodeDescription"));
+    return succeed(true);
   });
 }
 
@@ -64,13 +63,13 @@ std::vector<Endpoint> profileEndpoints(UserRoom& room) {
   const auto at = handlersIn(room);
   return {
       post("/api/users/search", Access::session, at(search),
-           {required(text("displayName", 0, displayNameLimit)), nextIdParameter, limitParameter}),
+           {required(displayNameParameter), nextIdParameter, limitParameter}),
       post("/api/users/edit-profile", Access::member, at(editProfile),
            {required(text("displayName", 1, displayNameLimit)), required(date("dob")),
             required(text("gender", 0, 30)), required(text("about", 0, 2000)),
             jpeg("profile", pictureLimit)}),
       post("/api/users/update-promo-code", Access::member, at(updatePromoCode),
-           {required(text("promoCode", 0, 50)), required(text("promoCodeDescription", 0, 500))}),
+           {required(promoCodeParameter), required(promoDescriptionParameter)}),
   };
 }
 

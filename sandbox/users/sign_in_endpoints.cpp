@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "sandbox/users/member_parameters.hpp"
 #include "sandbox/users/members.hpp"
 #include "sandbox/users/passwords.hpp"
 #include "sandbox/users/user_endpoints.hpp"
@@ -11,9 +12,6 @@
 namespace zavelo::sandbox {
 namespace {
 
-constexpr Parameter zaveloId = text("zaveloId", 1, 100);
-constexpr Parameter password = text("password", 1, 256);
-constexpr Parameter displayName = text("displayName", 0, displayNameLimit);
 constexpr Parameter deviceUdid = text("deviceUdid", 0, 200);
 constexpr Parameter deviceType = integer("deviceType", 0, 1000);
 constexpr Parameter latitude = number("latitude", -90, 90);
@@ -151,16 +149,16 @@ std::vector<Endpoint> signInEndpoints(UserRoom& room) {
   const auto at = handlersIn(room);
   return {
       post("/api/users/zavelo-register", Access::open, at(registerMember),
-           {required(zaveloId), text("userName", 0, 64), displayName, password,
+           {required(zaveloIdParameter), userNameParameter, displayNameParameter, passwordParameter,
             text("gender", 0, 30), deviceUdid, text("deviceType", 0, 50), latitude, longitude,
             address("profileImage"), text("version", 0, 50), text("deviceName", 0, 200),
             text("osVersion", 0, 50)}),
       post("/api/users/login", Access::open, at(login),
-           {required(zaveloId), required(password), required(deviceUdid), required(deviceType),
-            required(latitude), required(longitude)}),
-      post(
-          "/api/users/zavelo-login", Access::open, at(loginZavelo),
-          {required(zaveloId), displayName, latitude, longitude, deviceUdid, required(deviceType)}),
+           {required(zaveloIdParameter), required(passwordParameter), required(deviceUdid),
+            required(deviceType), required(latitude), required(longitude)}),
+      post("/api/users/zavelo-login", Access::open, at(loginZavelo),
+           {required(zaveloIdParameter), displayNameParameter, latitude, longitude, deviceUdid,
+            required(deviceType)}),
       post("/api/users/guest-login", Access::open, at(loginGuest),
            {required(text("deviceUdid", 1, 200)), required(deviceType)}),
       post("/api/users/refresh", Access::open, at(refresh),

@@ -24,7 +24,4 @@ struct UserRoom {
 /// Search, profile and the promo code.
 [[nodiscard]] std::vector<Endpoint> profileEndpoints(UserRoom& room);
 
-/// What a user's text may be.
-inline constexpr double displayNameLimit = 100;
-
 }  // namespace zavelo::sandbox

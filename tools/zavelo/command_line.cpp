@@ -108,6 +108,8 @@ class Grammar {
     port_ = addOption(*sandbox_, "--port",
                       "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
     state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
+    seed_ = addOption(*sandbox_, "--seed",
+                      "Its words, configuration, tags and first members, as JSON", "FILE");
     ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
   }
 
@@ -158,6 +160,7 @@ class Grammar {
     SandboxRequest request;
     request.isEphemeral = ephemeral_->count() > 0;
     if (state_->count() > 0) request.state = textOf(state_);
+    if (seed_->count() > 0) request.seed = textOf(seed_);
     if (port_->count() > 0) {
       const auto port = integerOf(textOf(port_));
       if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
@@ -218,6 +221,7 @@ class Grammar {
   CLI::App* sandbox_ = nullptr;
   CLI::Option* port_ = nullptr;
   CLI::Option* state_ = nullptr;
+  CLI::Option* seed_ = nullptr;
   CLI::Option* ephemeral_ = nullptr;
   CLI::App* demo_ = nullptr;
   CLI::App* version_ = nullptr;

@@ -33,6 +33,7 @@ struct SandboxRequest {
   std::uint16_t port = 8080;
   std::optional<std::string> state;  ///< absent: a file beside the session's
   bool isEphemeral = false;
+  std::optional<std::string> seed;  ///< absent: what is built in
 };
 struct DemoRequest {};
 struct VersionRequest {};

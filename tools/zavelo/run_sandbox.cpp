@@ -42,7 +42,8 @@ int runSandbox(const SandboxRequest& request, const Output& output) {
       return output.error("sandbox",
                           "cannot make " + state.parent_path().string() + ": " + error.message());
   }
-  const auto sandbox = sandbox::Sandbox::start({.port = request.port, .state = state});
+  const auto sandbox = sandbox::Sandbox::start(
+      {.port = request.port, .state = state, .seed = request.seed.value_or("")});
   if (!sandbox) return output.error("sandbox", sandbox.error());
   const auto status = announce(**sandbox, state, output);
   if (status == succeeded) stopped->run();

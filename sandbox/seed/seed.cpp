@@ -1,0 +1,144 @@
+#include "sandbox/seed/seed.hpp"
+
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <span>
+#include <system_error>
+#include <utility>
+
+#include "sandbox/products/product.hpp"
+#include "sandbox/streams/stream_plan.hpp"
+#include "sandbox/users/member_parameters.hpp"
+#include "zavelo/json/json.hpp"
+#include "zavelo/json/record.hpp"
+#include "zavelo/models/config.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+constexpr std::uintmax_t sizeLimit = 16 * 1024 * 1024;
+
+/// No value when all is well, else what is wrong, and where.
+using Complaint = std::optional<std::string>;
+
+Result<std::string, std::string> contentOf(const std::filesystem::path& file) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) {
+    return Failure{error ? error.message() : std::string("it is not a file")};
+  }
+  if (std::filesystem::file_size(file, error) > sizeLimit) {
+    return Failure{error ? error.message() : std::string("it is larger than 16 MB")};
+  }
+  std::ifstream stream(file, std::ios::binary);
+  std::string content(std::istreambuf_iterator<char>(stream), {});
+  if (!stream) return Failure{std::string("it cannot be read")};
+  return content;
+}
+
+/// Checks every entry of a list against what such an entry takes.
+Complaint readEntries(const json::Value& value, const std::string& name,
+                      std::span<const Parameter> parameters, std::vector<Arguments>& entries) {
+  const auto* list = value.as<json::Array>();
+  if (list == nullptr) return name + ": expected a list";
+  for (const auto& element : *list) {
+    const std::string where = name + "[" + std::to_string(entries.size()) + "]: ";
+    const auto* object = element.as<json::Object>();
+    if (object == nullptr) return where + "expected an object";
+    auto arguments = checkParameters(parameters, *object);
+    if (!arguments) return where + arguments.error().front().message;
+    entries.push_back(*std::move(arguments));
+  }
+  return {};
+}
+
+Complaint readTags(const json::Value& value, std::vector<Tag>& tags) {
+  const Parameter parameters[] = {required(integer("tagId", 0, 1'000'000)),
+                                  required(text("tagName", 1, 100)), address("tagImage")};
+  std::vector<Arguments> entries;
+  if (auto complaint = readEntries(value, "tags", parameters, entries)) return complaint;
+  tags.clear();
+  for (const auto& entry : entries) {
+    tags.push_back(
+        {*entry.integer("tagId"), *entry.text("tagName"), entry.text("tagImage").value_or("")});
+  }
+  return {};
+}
+
+Complaint readConfig(const json::Value& value, json::Object& config) {
+  const auto* object = value.as<json::Object>();
+  if (object == nullptr) return "config: expected an object";
+  const auto text = json::encode(value);
+  if (!text) return "config: " + text.error().text();
+  const auto record = json::decode<std::shared_ptr<ZVConfig>>(*text);
+  if (!record) return "config." + record.error().text();
+  for (const auto& [name, setting] : *object) {
+    if (json::RecordOf<ZVConfig>::get().find(name, 0) == nullptr) {
+      return "config." + name + ": unknown";
+    }
+    config.set(name, setting);
+  }
+  return {};
+}
+
+Complaint readWords(const json::Value& value, std::vector<std::string>& words) {
+  const auto* list = value.as<json::Array>();
+  if (list == nullptr) return "naughtyWords: expected a list";
+  words.clear();
+  for (const auto& element : *list) {
+    const auto* word = element.as<std::string>();
+    if (word == nullptr) {
+      return "naughtyWords[" + std::to_string(words.size()) + "]: expected text";
+    }
+    words.push_back(*word);
+  }
+  return {};
+}
+
+std::vector<Parameter> with(std::vector<Parameter> first, const std::vector<Parameter>& more) {
+  first.insert(first.end(), more.begin(), more.end());
+  return first;
+}
+
+Complaint readMember(const std::string& name, const json::Value& value, Seed& seed) {
+  if (name == "naughtyWords") return readWords(value, seed.settings.naughtyWords);
+  if (name == "config") return readConfig(value, seed.settings.config);
+  if (name == "tags") return readTags(value, seed.settings.tags);
+  if (name == "members") {
+    const Parameter parameters[] = {required(zaveloIdParameter), userNameParameter,
+                                    displayNameParameter,        passwordParameter,
+                                    promoCodeParameter,          promoDescriptionParameter};
+    return readEntries(value, name, parameters, seed.members);
+  }
+  if (name == "streams") {
+    const auto parameters =
+        with({required(text("owner", 1, 100)), required(slugParameter), streamPasswordParameter},
+             planParameters(Parameter::Presence::optional));
+    return readEntries(value, name, parameters, seed.streams);
+  }
+  if (name == "products") {
+    const auto parameters = with({required(text("seller", 1, 100))}, productParameters());
+    return readEntries(value, name, parameters, seed.products);
+  }
+  return name + ": unknown; expected naughtyWords, config, tags, members, streams or products";
+}
+
+}  // namespace
+
+Result<Seed, std::string> readSeed(const std::filesystem::path& file) {
+  if (file.empty()) return Seed{};
+  const auto content = contentOf(file);
+  if (!content) return Failure{content.error()};
+  const auto value = json::decode<json::Value>(*content);
+  if (!value) return Failure{"it is not JSON: " + value.error().text()};
+  const auto* object = value->as<json::Object>();
+  if (object == nullptr) return Failure{std::string("it is not a JSON object")};
+  Seed seed;
+  for (const auto& [name, member] : *object) {
+    if (auto complaint = readMember(name, member, seed)) return Failure{*std::move(complaint)};
+  }
+  return seed;
+}
+
+}  // namespace zavelo::sandbox

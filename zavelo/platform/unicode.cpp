@@ -86,6 +86,7 @@ class Decomposition {
   }
 
   void add(utf8proc_int32_t codePoint) {
+    if (codePoint < 0x80 && options_ == UTF8PROC_DECOMPOSE) return addStarter(codePoint);
     std::array<utf8proc_int32_t, 8> parts{};  // no code point has more than four
     int boundClass = 0;
     const auto count =
@@ -95,6 +96,11 @@ class Decomposition {
       if (combiningClass(part) == 0) flush();
       pending_.push_back(part);
     }
+  }
+
+  void addStarter(utf8proc_int32_t codePoint) {
+    flush();
+    pending_.push_back(codePoint);
   }
 
   static utf8proc_propval_t combiningClass(utf8proc_int32_t codePoint) {

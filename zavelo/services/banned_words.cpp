@@ -1,5 +1,7 @@
 #include "zavelo/services/banned_words.hpp"
 
+#include <algorithm>
+
 #include "zavelo/platform/unicode.hpp"
 
 namespace zavelo {
@@ -11,11 +13,14 @@ void ZVBannedWords::prepare() const {
     if (!asStored.word) asStored.word = i;
     meanings_[unicode::decomposed(unicode::lowercased(words_[i]))].isLowercasedWord = true;
   }
+  for (const auto& [key, meaning] : meanings_) longest_ = std::max(longest_, key.size());
 }
 
 const ZVBannedWords::Meaning* ZVBannedWords::meaningOfLowercased(std::string_view text) const {
   if (words_.empty()) return nullptr;
   std::call_once(prepared_, [this] { prepare(); });
+  // No code point has more than four bytes, none becomes less than one.
+  if (text.size() / 4 > longest_) return nullptr;
   const auto found = meanings_.find(unicode::decomposed(unicode::lowercased(text)));
   return found != meanings_.end() ? &found->second : nullptr;
 }

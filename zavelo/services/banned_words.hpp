@@ -47,6 +47,7 @@ class ZAVELO_EXPORT ZVBannedWords {
 
   const std::vector<std::string> words_;
   mutable std::once_flag prepared_;
+  mutable std::size_t longest_ = 0;  // of the keys, in bytes
   mutable std::unordered_map<std::string, Meaning, Hash, std::equal_to<>> meanings_;
 };
 

@@ -27,6 +27,7 @@ class Grammar {
     root_.require_subcommand(1);
     addGlobalOptions();
     for (const auto& group : catalogue()) addGroup(group);
+    addCensor();
     addSandbox();
     demo_ = command(root_, "demo", "Play a member's story against a sandbox of its own");
     version_ = command(root_, "version", "Show the version");
@@ -103,6 +104,20 @@ class Grammar {
     return option->required(!isList && !argument.type.isOptional && note.byDefault == nullptr);
   }
 
+  void addCensor() {
+    censor_ = command(root_, "censor", "Mask the banned words of the store in a text");
+    text_ =
+        addOption(*censor_, "TEXT", "The text; - reads it from the standard input", "")->required();
+    attributed_ = censor_->add_flag("--attributed")
+                      ->description(
+                          "Mask as in a text with attributes: words between punctuation and white "
+                          "space, wherever they stand then, by a mask of their length");
+    censor_->footer(
+        "Without --attributed: tokens between single blanks, by \"***\".\n"
+        "The words are those of \"zavelo user naughty-words\".\n"
+        "The options of \"zavelo --help\" may stand here, too.");
+  }
+
   void addSandbox() {
     sandbox_ = command(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
     port_ = addOption(*sandbox_, "--port",
@@ -139,6 +154,8 @@ class Grammar {
   std::unique_ptr<const Request> request() const {
     if (version_->parsed()) return ask(VersionRequest{});
     if (demo_->parsed()) return ask(DemoRequest{});
+    if (censor_->parsed())
+      return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
     if (sandbox_->parsed()) return ask(sandboxRequest());
     for (const auto& leaf : leaves_)
       if (leaf.app->parsed()) return ask(operationRequest(leaf));
@@ -218,6 +235,9 @@ class Grammar {
   CLI::Option* appId_ = nullptr;
   CLI::Option* log_ = nullptr;
   CLI::Option* json_ = nullptr;
+  CLI::App* censor_ = nullptr;
+  CLI::Option* text_ = nullptr;
+  CLI::Option* attributed_ = nullptr;
   CLI::App* sandbox_ = nullptr;
   CLI::Option* port_ = nullptr;
   CLI::Option* state_ = nullptr;

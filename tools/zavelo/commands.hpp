@@ -9,6 +9,8 @@ namespace zavelo::command {
 
 [[nodiscard]] int runOperation(const OperationRequest& request, const GlobalOptions& options,
                                const Output& output);
+[[nodiscard]] int runCensor(const CensorRequest& request, const GlobalOptions& options,
+                            const Output& output);
 [[nodiscard]] int runSandbox(const SandboxRequest& request, const Output& output);
 [[nodiscard]] int runDemo(const Output& output);
 

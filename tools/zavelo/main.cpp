@@ -34,6 +34,7 @@ struct Runner {
   int operator()(const OperationRequest& request) const {
     return runOperation(request, options, output);
   }
+  int operator()(const CensorRequest& request) const { return runCensor(request, options, output); }
   int operator()(const SandboxRequest& request) const { return runSandbox(request, output); }
   int operator()(const DemoRequest&) const { return runDemo(output); }
 };

@@ -29,6 +29,11 @@ struct OperationRequest {
   std::string help;    ///< the command that shows its help
   bool isAll = false;  ///< every page from the one that is asked for
 };
+struct CensorRequest {
+  std::string text;  ///< "-": what the standard input holds
+  bool isAttributed = false;
+  std::string help;
+};
 struct SandboxRequest {
   std::uint16_t port = 8080;
   std::optional<std::string> state;  ///< absent: a file beside the session's
@@ -41,8 +46,8 @@ struct HelpRequest {
   std::string text;
 };
 
-using Request =
-    std::variant<HelpRequest, VersionRequest, OperationRequest, SandboxRequest, DemoRequest>;
+using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, CensorRequest,
+                             SandboxRequest, DemoRequest>;
 
 struct CommandLine {
   GlobalOptions options;

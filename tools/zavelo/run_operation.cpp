@@ -5,50 +5,15 @@
 
 #include "tools/zavelo/commands.hpp"
 #include "tools/zavelo/interruption.hpp"
+#include "tools/zavelo/library.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/page_walk.hpp"
 #include "tools/zavelo/progress_line.hpp"
-#include "tools/zavelo/watched_store.hpp"
 #include "zavelo/core/notifications.hpp"
-#include "zavelo/core/sdk.hpp"
-#include "zavelo/platform/main_queue.hpp"
 #include "zavelo/platform/platform.hpp"
-#include "zavelo/platform/sqlite_key_value_store.hpp"
-#include "zavelo/services/user_service.hpp"
 
 namespace zavelo::command {
 namespace {
-
-using Level = ZVAPIService::APILogLevel;
-
-/// The library as one command needs it: its main queue is the calling thread, its log goes to
-/// standard error, its session is in the store that was asked for.
-struct Library {
-  std::shared_ptr<MainQueue> queue = std::make_shared<MainQueue>();
-  std::shared_ptr<WatchedStore> store;
-};
-
-Library start(const GlobalOptions& options, const Output& output) {
-  Library library;
-  library.store = std::make_shared<WatchedStore>(std::make_unique<SqliteKeyValueStore>(
-      options.store.empty() ? SqliteKeyValueStore::defaultFile()
-                            : std::filesystem::path(options.store),
-      [output](const std::filesystem::path& keptAs) {
-        output.warning("the store was damaged; it is kept as " + keptAs.string());
-      }));
-  ZVPlatform platform;
-  platform.mainQueue = library.queue;
-  platform.store = library.store;
-  platform.logSink = std::make_shared<StreamLogSink>(stderr);
-  static_cast<void>(ZVPlatform::install(std::move(platform)));
-
-  ZaveloSDK::shared().initWith(
-      options.api.empty() ? ZVEnvironment::demo() : ZVEnvironment::custom({options.api}),
-      options.log != Level::none, options.appId);
-  ZVAPIService::sharedInstance()->setServiceLogLevel(options.log);
-  static_cast<void>(ZVUserService::shared());  // reads the store
-  return library;
-}
 
 /// Collects the notifications about the session.
 struct Notifications {
@@ -105,7 +70,7 @@ int runOperation(const OperationRequest& request, const GlobalOptions& options,
   const Operation& operation = *request.operation;
   const auto given = jsonArguments(operation, request.arguments);
   if (!given) return output.usageError(usageOf(given.error(), request));
-  const Library library = start(options, output);
+  const Library library = Library::start(options, output);
   if (const auto failure = library.store->failure()) return output.error("store", *failure);
 
   const Notifications notifications;

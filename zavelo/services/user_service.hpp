@@ -17,6 +17,8 @@
 
 namespace zavelo {
 
+class ZVBannedWords;
+
 /// Owns the session: who is signed in, with which tokens, kept in the key-value store so that it
 /// survives a restart; and the backend's operations about users.
 ///
@@ -90,6 +92,10 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   [[nodiscard]] std::optional<std::string> refreshToken() const override;
   void endSession() override;
 
+  // What the profanity filter asks.
+  /// The same object until the words change; never null.
+  [[nodiscard]] std::shared_ptr<const ZVBannedWords> bannedWords() const;
+
  private:
   explicit ZVUserService(Collaborators collaborators);
 
@@ -102,7 +108,7 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   const Collaborators with_;
   mutable std::mutex mutex_;  // guards what follows, the current user's tokens included
   std::shared_ptr<ZVUser> user_;
-  std::vector<std::string> naughtyWords_;
+  std::shared_ptr<const ZVBannedWords> naughtyWords_;
 };
 
 }  // namespace zavelo

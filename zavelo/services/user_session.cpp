@@ -2,6 +2,7 @@
 
 #include "zavelo/core/log.hpp"
 #include "zavelo/json/json.hpp"
+#include "zavelo/services/banned_words.hpp"
 #include "zavelo/services/user_service.hpp"
 
 // The session's half of the user service: what is current, and what is kept in the store.
@@ -60,7 +61,7 @@ std::vector<std::string> storedWords(KeyValueStore& store) {
 
 void ZVUserService::restore() {
   user_ = storedUser(*with_.userDefaults);
-  naughtyWords_ = storedWords(*with_.userDefaults);
+  naughtyWords_ = std::make_shared<const ZVBannedWords>(storedWords(*with_.userDefaults));
 }
 
 void ZVUserService::store(const ZVUser& user) {
@@ -130,15 +131,20 @@ void ZVUserService::endSession() {
 }
 
 std::vector<std::string> ZVUserService::naughtyWords() const {
+  return bannedWords()->words();
+}
+
+std::shared_ptr<const ZVBannedWords> ZVUserService::bannedWords() const {
   const std::lock_guard lock(mutex_);
   return naughtyWords_;
 }
 
 void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
   std::vector<StoreScalar> list(words.begin(), words.end());
+  auto banned = std::make_shared<const ZVBannedWords>(std::move(words));
   {
     const std::lock_guard lock(mutex_);
-    naughtyWords_ = std::move(words);
+    naughtyWords_.swap(banned);
   }
   warnOf(with_.userDefaults->set(naughtyWordsKey, std::move(list)));
 }

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "sandbox/state/schema.hpp"
 #include "tests/sandbox/backend.hpp"
 #include "tests/support/temporary_folder.hpp"
 
@@ -21,6 +22,12 @@ class StateTest : public ::testing::Test {
     return started ? "" : started.error();
   }
   void write(std::string_view content) const { std::ofstream(file, std::ios::binary) << content; }
+  void execute(const std::string& sql) const {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+  }
   [[nodiscard]] std::string content() const {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
@@ -78,12 +85,33 @@ TEST_F(StateTest, FileThatIsNoStateIsRefusedAndLeftAlone) {
 }
 
 TEST_F(StateTest, AnotherProgramsDatabaseIsRefusedAndLeftAlone) {
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "CREATE TABLE notes (text)", nullptr, nullptr, nullptr), SQLITE_OK);
-  sqlite3_close(other);
+  execute("CREATE TABLE notes (text)");
   const auto before = content();
   EXPECT_THAT(complaintAbout(file), HasSubstr("another program's database"));
+  EXPECT_EQ(content(), before);
+}
+
+TEST_F(StateTest, StateOfTheFirstVersionIsBroughtUpToDate) {
+  execute(std::string(userTables) + R"(
+    PRAGMA application_id = )" +
+          std::to_string(applicationId) + R"(; PRAGMA user_version = 1;
+    INSERT INTO members (zavelo_id, user_name, display_name, folded_name, created)
+      VALUES ('ann', 'ann', 'Ann', 'ann', 0);
+    INSERT INTO pictures VALUES (1, 'abc', x'01');)");
+  const Backend backend({.state = file});
+  const auto ann = backend.join("ann");
+  EXPECT_THAT(ann.text("userInfo.userImage"), ::testing::EndsWith("/media/profiles/1-abc.jpeg"));
+  EXPECT_EQ(backend.fetch(ann.text("userInfo.userImage")).body, "\x01");
+  EXPECT_THAT(
+      backend.post("/api/users/products", {{"nextId", 0}, {"limit", 1}}, ann.text("accessToken")),
+      HasCode(1));
+}
+
+TEST_F(StateTest, StateOfANewerVersionIsRefusedAndLeftAlone) {
+  { const Backend backend({.state = file}); }
+  execute("PRAGMA user_version = 1000");
+  const auto before = content();
+  EXPECT_THAT(complaintAbout(file), HasSubstr("newer version"));
   EXPECT_EQ(content(), before);
 }
 

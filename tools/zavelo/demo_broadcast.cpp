@@ -87,6 +87,15 @@ void watch(Broadcast& on) {
   on.stage.show("watching", textAt(audience.as<json::Array>()->front(), "userInfo.displayName"));
 }
 
+void mindWords(Broadcast& on) {
+  on.stage.tell("Vic's app fetches the banned words, and masks what he writes");
+  const auto words = on.vic.succeed({"setting", "get-naughty-words"});
+  const auto& word = *words.as<json::Array>()->front().as<std::string>();
+  const auto masked = on.vic.succeed({"censor", "A " + word + " fine scarf"});
+  expectEqual("the masked line", "A *** fine scarf", masked);
+  on.stage.show("masked", *masked.as<std::string>());
+}
+
 void end(Broadcast& on) {
   on.stage.tell("He cannot end it; she can, and the totals agree with what happened");
   on.vic.failWith("noPermission", {"stream", "end-stream", "--slug", on.slug});
@@ -107,6 +116,7 @@ void playBroadcast(DemoStage& stage) {
   createStream(on);
   arrangeProducts(on);
   watch(on);
+  mindWords(on);
   end(on);
 }
 

@@ -90,7 +90,7 @@ void watch(Broadcast& on) {
 void mindWords(Broadcast& on) {
   on.stage.tell("Vic's app fetches the banned words, and masks what he writes");
   const auto words = on.vic.succeed({"setting", "get-naughty-words"});
-  const auto& word = *words.as<json::Array>()->front().as<std::string>();
+  const auto& word = *words.as<json::Array>()->back().as<std::string>();
   const auto masked = on.vic.succeed({"censor", "A " + word + " fine scarf"});
   expectEqual("the masked line", "A *** fine scarf", masked);
   on.stage.show("masked", *masked.as<std::string>());

@@ -43,7 +43,7 @@ Response detailByPassword(StreamRoom& room, const Call& call) {
   const auto found = std::ranges::find_if(candidates, [&](const Stream& stream) {
     return room.throttle.run([&] { return verifyPassword(stream.passwordHash, password); });
   });
-  // One answer for both, so that nobody learns which titles there are.
+  // One answer for both: a refusal is no hint at which of the two to try next.
   const Problem refusal{Code::noPermission, "Unknown title or wrong password"};
   if (found == candidates.end()) return fail(refusal);
   return room.database.transact([&](Transaction& transaction) {

@@ -11,9 +11,9 @@ using std::chrono::nanoseconds;
 
 class Timer final : public RepeatingTimer, public std::enable_shared_from_this<Timer> {
  public:
-  Timer(std::shared_ptr<Queue> queue, std::shared_ptr<const Clock> clock, nanoseconds period,
+  Timer(const std::shared_ptr<Queue>& queue, std::shared_ptr<const Clock> clock, nanoseconds period,
         std::function<bool()> tick)
-      : queue_(std::move(queue)),
+      : queue_(queue),
         clock_(std::move(clock)),
         period_(std::max(period, shortestPeriod)),
         tick_(std::move(tick)),
@@ -26,7 +26,8 @@ class Timer final : public RepeatingTimer, public std::enable_shared_from_this<T
     due_ += period_;
     if (due_ < now) due_ += (now - due_) / period_ * period_ + period_;
     const auto delay = std::chrono::ceil<std::chrono::milliseconds>(due_ - now);
-    queue_->postAfter(delay, [self = shared_from_this()] { self->fire(); });
+    const auto queue = queue_.lock();
+    if (queue) queue->postAfter(delay, [self = shared_from_this()] { self->fire(); });
   }
 
  private:
@@ -34,7 +35,7 @@ class Timer final : public RepeatingTimer, public std::enable_shared_from_this<T
     if (isValid_ && tick_()) scheduleNext();
   }
 
-  const std::shared_ptr<Queue> queue_;
+  const std::weak_ptr<Queue> queue_;  // it holds the timer while that waits
   const std::shared_ptr<const Clock> clock_;
   const nanoseconds period_;
   const std::function<bool()> tick_;
@@ -44,11 +45,11 @@ class Timer final : public RepeatingTimer, public std::enable_shared_from_this<T
 
 }  // namespace
 
-std::shared_ptr<RepeatingTimer> RepeatingTimer::schedule(std::shared_ptr<Queue> queue,
+std::shared_ptr<RepeatingTimer> RepeatingTimer::schedule(const std::shared_ptr<Queue>& queue,
                                                          std::shared_ptr<const Clock> clock,
                                                          nanoseconds period,
                                                          std::function<bool()> tick) {
-  auto timer = std::make_shared<Timer>(std::move(queue), std::move(clock), period, std::move(tick));
+  auto timer = std::make_shared<Timer>(queue, std::move(clock), period, std::move(tick));
   timer->scheduleNext();
   return timer;
 }

@@ -19,7 +19,7 @@ class ZAVELO_EXPORT RepeatingTimer {
   static constexpr std::chrono::nanoseconds shortestPeriod = std::chrono::milliseconds(1);
 
   /// First run after one period.
-  static std::shared_ptr<RepeatingTimer> schedule(std::shared_ptr<Queue> queue,
+  static std::shared_ptr<RepeatingTimer> schedule(const std::shared_ptr<Queue>& queue,
                                                   std::shared_ptr<const Clock> clock,
                                                   std::chrono::nanoseconds period,
                                                   std::function<bool()> tick);

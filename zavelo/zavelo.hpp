@@ -41,6 +41,8 @@
 #include "zavelo/messaging/string_message.hpp"
 #include "zavelo/models/config.hpp"
 #include "zavelo/models/event.hpp"
+#include "zavelo/models/gift_message_data.hpp"
+#include "zavelo/models/gift_store.hpp"
 #include "zavelo/models/pagination.hpp"
 #include "zavelo/models/stream.hpp"
 #include "zavelo/models/stream_kinds.hpp"

@@ -36,6 +36,7 @@
 #include "zavelo/messaging/message.hpp"
 #include "zavelo/messaging/message_type.hpp"
 #include "zavelo/messaging/poll_message.hpp"
+#include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 #include "zavelo/messaging/stream_message_factory.hpp"
 #include "zavelo/messaging/string_message.hpp"

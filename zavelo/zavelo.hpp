@@ -31,6 +31,7 @@
 #include "zavelo/core/timestamp.hpp"
 #include "zavelo/core/version.hpp"
 #include "zavelo/json/json.hpp"
+#include "zavelo/messaging/chat_replay.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
 #include "zavelo/messaging/gift_message.hpp"
 #include "zavelo/messaging/message.hpp"

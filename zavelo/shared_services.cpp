@@ -1,5 +1,6 @@
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/core/sdk.hpp"
+#include "zavelo/messaging/current_user_source.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/services/product_service.hpp"
 #include "zavelo/services/setting_service.hpp"
@@ -12,12 +13,25 @@
 namespace zavelo {
 namespace {
 
+/// Tells messaging who is signed in.
+class SignedInUser final : public ZVCurrentUserSource {
+ public:
+  explicit SignedInUser(std::shared_ptr<ZVUserService> service) : service_(std::move(service)) {}
+  [[nodiscard]] std::shared_ptr<const ZVUser> currentUser() const override {
+    return service_->currentUser();
+  }
+
+ private:
+  const std::shared_ptr<ZVUserService> service_;
+};
+
 struct SharedServices {
   std::shared_ptr<ZVAPIService> api =
       ZVAPIService::create({platform::httpSession(), platform::mainQueue(),
                             platform::notifications(), platform::clock()});
   std::shared_ptr<ZVUserService> user =
       ZVUserService::create({api, platform::store(), platform::jpegEncoder()});
+  SignedInUser signedInUser{user};
   std::shared_ptr<ZVSettingService> setting =
       std::make_shared<ZVSettingService>(ZVSettingService::Collaborators{api, user});
   std::shared_ptr<ZVStreamService> stream =
@@ -38,6 +52,9 @@ const std::shared_ptr<ZVAPIService>& ZVAPIService::sharedInstance() {
 }
 const std::shared_ptr<ZVUserService>& ZVUserService::shared() {
   return sharedServices().user;
+}
+const ZVCurrentUserSource& ZVCurrentUserSource::shared() {
+  return sharedServices().signedInUser;
 }
 const std::shared_ptr<ZVSettingService>& ZVSettingService::shared() {
   return sharedServices().setting;

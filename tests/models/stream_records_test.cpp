@@ -2,6 +2,7 @@
 
 #include <type_traits>
 
+#include "tests/models/expect_kept.hpp"
 #include "tests/support/fault_of.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/models/config.hpp"
@@ -13,14 +14,6 @@
 
 namespace zavelo {
 namespace {
-
-/// What is read comes back, key by key in the same order.
-template <class T>
-void expectKept(const std::string& text) {
-  const auto record = json::decode<std::shared_ptr<T>>(text);
-  ASSERT_TRUE(record) << record.error().text();
-  EXPECT_EQ(json::encode(**record).value(), text);
-}
 
 using Stream = std::shared_ptr<ZVStream>;
 using ProductPage = ZVPaginationResult<ZVStreamProduct>;

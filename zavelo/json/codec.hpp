@@ -29,6 +29,27 @@ concept RecordType = requires {
   { RecordOf<std::remove_const_t<T>>::get() } -> std::same_as<const Record&>;
 };
 
+/// An object and the fields of its own class.
+struct RecordView {
+  const Record* record;
+  const void* object;
+};
+
+/// `object` as a T. A class whose subclasses have fields of their own answers it from a virtual
+/// operation, which each of them overrides in its source: then an object is written whole wherever
+/// its base is expected.
+///
+///     json::RecordView ZVGiftMessage::asRecord() const { return json::viewOf(*this); }
+template <RecordType T>
+[[nodiscard]] RecordView viewOf(const T& object) {
+  return {&RecordOf<T>::get(), &object};
+}
+
+template <class T>
+concept SelfDescribing = requires(const T& object) {
+  { object.asRecord() } -> std::same_as<RecordView>;
+};
+
 /// How values of one C++ type are read and written, with the type erased: two loops in the sources
 /// serve every record, and no header needs to know the parser.
 struct Codec {
@@ -57,6 +78,8 @@ struct Codec {
   std::size_t (*count)(const void* list) = nullptr;
   std::size_t stride = 0;
   const Record& (*record)() = nullptr;
+  /// record: what an object is written as, where its class may differ from the one that is read.
+  RecordView (*view)(const void* object) = nullptr;
   bool (*assignCode)(void* code, std::int64_t raw) = nullptr;
   std::int64_t (*readCode)(const void* code) = nullptr;
 };
@@ -102,6 +125,20 @@ struct CodecOf<E> {
 template <RecordType T>
 struct CodecOf<T> {
   static constexpr Codec codec{.kind = Codec::Kind::record, .record = &RecordOf<T>::get};
+};
+
+template <RecordType T>
+requires SelfDescribing<T>
+struct CodecOf<T> {
+  static RecordView view(const void* object) { return static_cast<const T*>(object)->asRecord(); }
+  static constexpr Codec codec{
+      .kind = Codec::Kind::record, .record = &RecordOf<T>::get, .view = &view};
+};
+
+template <>
+struct CodecOf<RecordView> {
+  static RecordView view(const void* seen) { return *static_cast<const RecordView*>(seen); }
+  static constexpr Codec codec{.kind = Codec::Kind::record, .view = &view};
 };
 
 template <class T>

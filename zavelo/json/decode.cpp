@@ -2,6 +2,7 @@
 #include <cstring>
 #include <utility>
 
+#include "zavelo/json/decoder_internal.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/json/record.hpp"
 #include "zavelo/json/scalars_internal.hpp"
@@ -43,7 +44,8 @@ bool beginsWith(const char* text, const char* beginning, std::size_t size) noexc
 /// well.
 class Decoder {
  public:
-  Decoder(const Tokens& tokens, Error& error) : tokens_(tokens), error_(error) {}
+  Decoder(const Tokens& tokens, Error& error, std::size_t depth = 0)
+      : tokens_(tokens), error_(error), depth_(depth) {}
 
   Place value(Place at, const Codec& codec, void* out) {
     switch (codec.kind) {
@@ -324,10 +326,15 @@ class Decoder {
 
   const Tokens& tokens_;
   Error& error_;
-  std::size_t depth_ = 0;
+  std::size_t depth_;
 };
 
 }  // namespace
+
+Place decodeValue(const Tokens& tokens, Place at, const Codec& codec, void* out, std::size_t depth,
+                  Error& error) {
+  return Decoder(tokens, error, depth).value(at, codec, out);
+}
 
 std::optional<Error> decodeInto(Input text, const Codec& codec, void* out) {
   static thread_local Tokens tokens;

@@ -30,7 +30,7 @@ class Encoder {
       case Codec::Kind::list:
         return list(codec, value);
       case Codec::Kind::record:
-        return record(codec.record(), value);
+        return record(codec.view ? codec.view(value) : RecordView{&codec.record(), value});
       case Codec::Kind::reference:
       case Codec::Kind::optional:
         break;
@@ -63,11 +63,11 @@ class Encoder {
   }
   bool text(std::string_view value) { return out_.quoted(value) || fail("invalid UTF-8"); }
 
-  bool record(const Record& record, const void* value) {
+  bool record(const RecordView& view) {
     out_.raw('{');
-    const bool writeNull = record.absentFields() == AbsentFields::null;
-    for (const Field& field : record.fields()) {
-      const void* holder = static_cast<const std::byte*>(value) + field.offset;
+    const bool writeNull = view.record->absentFields() == AbsentFields::null;
+    for (const Field& field : view.record->fields()) {
+      const void* holder = static_cast<const std::byte*>(view.object) + field.offset;
       const Codec& codec = *field.codec;
       const bool canBeAbsent = codec.target != nullptr;
       const void* target = canBeAbsent ? targetOf(codec, holder) : holder;

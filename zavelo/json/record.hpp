@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -41,6 +42,8 @@ class ZAVELO_EXPORT Record {
   [[nodiscard]] const Field* find(std::string_view key, std::size_t expected) const noexcept;
   /// The same fields, of a type that has this record at that offset.
   [[nodiscard]] Record shiftedBy(std::size_t bytes) const;
+  /// These fields, then those of the other, absent ones written as these are.
+  [[nodiscard]] Record followedBy(const Record& other) const;
 
  private:
   std::vector<Field> fields_;
@@ -55,6 +58,7 @@ struct MemberOf;
 template <class T, class M>
 struct MemberOf<M T::*> {
   using Type = M;
+  using Owner = T;
 };
 
 template <auto Member>
@@ -69,14 +73,27 @@ inline constexpr bool areAllMembers = requires {
   T{std::declval<TypeOf<Members>>()..., {}};
 };
 
+/// The struct that declares the members: T itself, or one that the class T derives from.
+template <auto First, auto...>
+struct OwnerOf : MemberOf<decltype(First)> {};
+
 template <class T, auto Member>
 Field fieldOf() {
   using M = TypeOf<Member>;
-  static_assert(sizeof(Member) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
+  constexpr M T::*inT = Member;
+  static_assert(sizeof(inT) == sizeof(std::ptrdiff_t), "a data member pointer is an offset");
   return {zavelo::detail::entityName<Member>(),
-          static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(Member)),
+          static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(inT)),
           &codecOf<M>,
           {}};
+}
+
+template <class T, class Base>
+std::size_t offsetOfBase() {
+  const T object;
+  const Base& base = object;
+  return static_cast<std::size_t>(reinterpret_cast<const std::byte*>(&base) -
+                                  reinterpret_cast<const std::byte*>(&object));
 }
 
 }  // namespace detail
@@ -90,12 +107,31 @@ Field fieldOf() {
 ///       return record;
 ///     }
 ///
-/// A member that the list leaves out does not compile.
+/// A member that the list leaves out does not compile. A class that is more than data keeps its
+/// fields in a struct that it derives from, and that struct is checked.
 template <class T, auto... Members>
 Record fieldsOf(AbsentFields absent = AbsentFields::omitted) {
-  static_assert(detail::areAllMembers<T, Members...>,
+  static_assert(detail::areAllMembers<typename detail::OwnerOf<Members...>::Owner, Members...>,
                 "the field list must name every member of the record, in declaration order");
   return Record({detail::fieldOf<T, Members>()...}, absent);
+}
+
+/// The record of a class T that derives from the record Base and lists the fields that it adds, in
+/// the same way. They come first when it is written, and absent ones are written as Base's are.
+///
+///     const Record& RecordOf<ZVPollMessage>::get() {
+///       using T = ZVPollMessage;
+///       static const Record record = subclassFieldsOf<T, ZVStreamMessage, &T::pollData>();
+///       return record;
+///     }
+template <class T, class Base, auto... Members>
+Record subclassFieldsOf() {
+  static_assert(std::is_base_of_v<Base, T> && SelfDescribing<Base>);
+  static_assert(std::is_same_v<decltype(&T::asRecord), RecordView (T::*)() const>,
+                "a subclass with fields of its own overrides asRecord()");
+  const Record& base = RecordOf<Base>::get();
+  return fieldsOf<T, Members...>(base.absentFields())
+      .followedBy(base.shiftedBy(detail::offsetOfBase<T, Base>()));
 }
 
 }  // namespace zavelo::json

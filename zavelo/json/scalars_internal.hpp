@@ -29,8 +29,8 @@ namespace zavelo::json::detail {
 /// The nearest real of a JSON number. No value when the text is not one, or is out of range.
 [[nodiscard]] std::optional<double> real(std::string_view token) noexcept;
 
-/// Makes `out` what a JSON text says between its quotes, escapes resolved. False when an escape is not
-/// one (RFC 8259 section 7) or names half a surrogate pair.
+/// Makes `out` what a JSON text says between its quotes, escapes resolved. False when an escape is
+/// not one (RFC 8259 section 7) or names half a surrogate pair.
 [[nodiscard]] bool unescape(std::string_view raw, std::string& out);
 
 }  // namespace zavelo::json::detail

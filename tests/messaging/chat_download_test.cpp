@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <set>
+
+#include "tests/support/loopback_server.hpp"
+#include "tests/support/recorded_log.hpp"
+#include "tests/support/temporary_folder.hpp"
+#include "zavelo/messaging/recorded_chat.hpp"
+#include "zavelo/platform/background_queue.hpp"
+#include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/testing/manual_queue.hpp"
+#include "zavelo/testing/scripted_http_session.hpp"
+
+namespace zavelo {
+namespace {
+
+using test::TemporaryFolder;
+using testing::ManualQueue;
+using testing::ScriptedHttpSession;
+
+class ChatDownload : public ::testing::Test {
+ protected:
+  /// Starts a download; its answers are counted on the main queue.
+  void download(std::string address) {
+    const ZaveloRecordedMessageDownloader downloader(std::move(address),
+                                                     {session_, main_, background_});
+    downloader.download([this](ZVRecordedMessages events) {
+      ++answers_;
+      events_ = std::move(events);
+    });
+  }
+  /// The number of events of one download that needs no waiting.
+  std::size_t downloaded(std::string address) {
+    answers_ = 0;
+    download(std::move(address));
+    background_->runDue();
+    EXPECT_EQ(answers_, 0);
+    main_->runDue();
+    EXPECT_EQ(answers_, 1);
+    return events_.size();
+  }
+
+  const std::shared_ptr<ScriptedHttpSession> session_ = std::make_shared<ScriptedHttpSession>();
+  const std::shared_ptr<ManualQueue> main_ = std::make_shared<ManualQueue>();
+  std::shared_ptr<ManualQueue> background_ = std::make_shared<ManualQueue>();
+  int answers_ = 0;
+  ZVRecordedMessages events_;
+};
+
+TEST_F(ChatDownload, ReadsAFileByItsPathOrItsUrl) {
+  const auto log = testing::RecordedLog::install();
+  const TemporaryFolder folder;
+  const auto path = (folder / "a chat #1%.json").string();
+  std::ofstream(path) << R"([{"message":"a"},{"message":"b"}])";
+  const auto url = folder.path().string() + "/a%20chat%20%231%25.json";
+  for (const auto& address :
+       {path, "file://" + url, "FILE://LocalHost" + url + "?x#y", "file:" + url})
+    EXPECT_EQ(downloaded(address), 2u) << address;
+  EXPECT_TRUE(log->entries().empty());
+}
+
+TEST_F(ChatDownload, AnswersWithNothingForAnAddressThatIsNoneOrCannotBeRead) {
+  const auto log = testing::RecordedLog::install();
+  const TemporaryFolder folder;
+  const auto here = folder.path().string();
+  for (const auto& address :
+       {std::string(), std::string("not an address"), here, here + "/missing.json",
+        "file://" + here, "file://elsewhere" + here, std::string("file://"),
+        "file://" + here + "/%zz", "file://" + here + "/%00", "file://" + here + "/%4",
+        std::string("ftp://127.0.0.1/chat.json"), std::string("/dev/zero"),
+        here + std::string("\0", 1)})
+    EXPECT_EQ(downloaded(address), 0u) << address;
+  EXPECT_TRUE(session_->requests().empty());
+  EXPECT_TRUE(log->entries().empty());
+}
+
+TEST_F(ChatDownload, FetchesAnHttpAddress) {
+  session_->reply(200, R"([{"message":"a"}])");
+  EXPECT_EQ(downloaded("http://127.0.0.1/chat.json"), 1u);
+  EXPECT_EQ(session_->requests().at(0).url, "http://127.0.0.1/chat.json");
+  session_->reply(404, "[{}]");
+  EXPECT_EQ(downloaded("HTTPS://127.0.0.1/chat.json"), 0u);
+  session_->fail({HttpFailure::Kind::unreachable, "nobody there"});
+  EXPECT_EQ(downloaded("http://127.0.0.1/chat.json"), 0u);
+  session_->lose();
+  EXPECT_EQ(downloaded("http://127.0.0.1/chat.json"), 0u);
+}
+
+TEST_F(ChatDownload, IsAnsweredThoughTheQueueIsClosedBefore) {
+  download("chat.json");
+  background_.reset();
+  main_->runDue();
+  EXPECT_EQ(answers_, 1);
+}
+
+TEST(ChatDownloads, ComeFromARealServerSeveralAtOnce) {
+  std::string chat = "[{}";
+  for (int i = 0; i < 50'000; ++i) chat += R"(,{"message":"a line of chat"})";
+  chat += "]";
+  test::LoopbackServer server(
+      [&](const test::ReceivedRequest& request, test::ServerConnection& connection) {
+        if (request.target == "/whole") return connection.reply(200, chat);
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n[{}]");
+        connection.close();
+      });
+  const auto session = std::make_shared<CurlHttpSession>();
+  const auto main = std::make_shared<BackgroundQueue>();
+  const auto background = std::make_shared<BackgroundQueue>();
+  std::mutex mutex;
+  std::condition_variable answered;
+  std::multiset<std::size_t> sizes;
+  const auto download = [&](std::string_view path) {
+    ZaveloRecordedMessageDownloader(server.url(path), {session, main, background})
+        .download([&](ZVRecordedMessages events) {
+          const std::lock_guard lock(mutex);
+          sizes.insert(events.size());
+          answered.notify_one();
+        });
+  };
+  for (int i = 0; i < 3; ++i) download("/whole");
+  download("/cut");
+  std::unique_lock lock(mutex);
+  answered.wait(lock, [&] { return sizes.size() == 4; });
+  EXPECT_EQ(sizes, (std::multiset<std::size_t>{0, 50'001, 50'001, 50'001}));
+}
+
+}  // namespace
+}  // namespace zavelo

@@ -91,7 +91,7 @@ Status<std::string> plant(const Seed& seed, Database& database, Time now) {
   } catch (const Unusable& unusable) {
     return Failure{unusable.problem.message};
   }
-  return success;
+  return noFailure;
 }
 
 }  // namespace zavelo::sandbox

@@ -53,12 +53,12 @@ Status<HttpFailure> appendPairs(std::string& out, const std::string& key,
   if (const auto* list = value.as<json::Array>()) {
     for (const auto& element : *list)
       if (auto added = appendPairs(out, key + "[]", element); !added) return added;
-    return success;
+    return noFailure;
   }
   if (const auto* object = value.as<json::Object>()) {
     for (const auto& [name, member] : *object)
       if (auto added = appendPairs(out, key + "[" + name + "]", member); !added) return added;
-    return success;
+    return noFailure;
   }
   const auto* flag = value.as<bool>();
   auto text = flag != nullptr ? Encoded(*flag ? "1" : "0") : fieldText(value);
@@ -67,7 +67,7 @@ Status<HttpFailure> appendPairs(std::string& out, const std::string& key,
   appendEscaped(out, key);
   out += '=';
   appendEscaped(out, *text);
-  return success;
+  return noFailure;
 }
 
 Encoded urlEncoded(const json::Object& parameters) {
@@ -100,23 +100,23 @@ Status<HttpFailure> encodeForm(const ApiRequest& request, HttpRequest& http) {
     parts.push_back({key, std::move(*text), {}, {}});
   }
   http.body = std::move(parts);
-  return success;
+  return noFailure;
 }
 
 Status<HttpFailure> encodeParameters(const ApiRequest& request, HttpRequest& http) {
-  if (!request.parameters) return success;
+  if (!request.parameters) return noFailure;
   const bool json = request.encoding == ZVParameterEncoding::json;
   auto text = json ? jsonText(*request.parameters) : urlEncoded(*request.parameters);
   if (!text) return Failure{std::move(text).error()};
   if (!json && carriesParametersInUrl(request.method)) {
     http.url = withQuery(std::move(http.url), *text);
-    return success;
+    return noFailure;
   }
   http.headers.push_back({"Content-Type", json ? "application/json"
                                                : "application/x-www-form-urlencoded; "
                                                  "charset=utf-8"});
   http.body = std::move(*text);
-  return success;
+  return noFailure;
 }
 
 }  // namespace

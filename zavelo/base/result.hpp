@@ -55,6 +55,6 @@ template <class E>
 using Status = Result<std::monostate, E>;
 
 /// The success of a Status.
-inline constexpr std::monostate success{};
+inline constexpr std::monostate noFailure{};
 
 }  // namespace zavelo

@@ -120,14 +120,14 @@ Result<std::optional<StoreValue>, StoreError> SqliteKeyValueStore::get(std::stri
 Status<StoreError> SqliteKeyValueStore::set(std::string_view key, const StoreValue& value) {
   return impl_->with<std::monostate>([&](StoreConnection& store) {
     store.set(key, value);
-    return success;
+    return noFailure;
   });
 }
 
 Status<StoreError> SqliteKeyValueStore::remove(std::string_view key) {
   return impl_->with<std::monostate>([&](StoreConnection& store) {
     store.remove(key);
-    return success;
+    return noFailure;
   });
 }
 

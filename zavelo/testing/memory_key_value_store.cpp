@@ -15,14 +15,14 @@ Status<StoreError> MemoryKeyValueStore::set(std::string_view key, const StoreVal
   const std::lock_guard lock(mutex_);
   if (!failure_.empty()) return Failure{StoreError{failure_}};
   values_.insert_or_assign(std::string(key), value);
-  return success;
+  return noFailure;
 }
 
 Status<StoreError> MemoryKeyValueStore::remove(std::string_view key) {
   const std::lock_guard lock(mutex_);
   if (!failure_.empty()) return Failure{StoreError{failure_}};
   if (const auto entry = values_.find(key); entry != values_.end()) values_.erase(entry);
-  return success;
+  return noFailure;
 }
 
 void MemoryKeyValueStore::failWith(std::string description) {

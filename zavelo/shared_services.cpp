@@ -1,6 +1,8 @@
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/core/sdk.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
+#include "zavelo/messaging/messaging_engine.hpp"
+#include "zavelo/messaging/rtm_service.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/services/product_service.hpp"
 #include "zavelo/services/setting_service.hpp"
@@ -25,6 +27,12 @@ class SignedInUser final : public ZVCurrentUserSource {
   const std::shared_ptr<ZVUserService> service_;
 };
 
+/// Chooses the engine as late as possible.
+std::shared_ptr<AgoraRtmKit> makeKit(const std::string& appId,
+                                     std::weak_ptr<AgoraRtmDelegate> delegate) {
+  return messagingEngine()(appId, std::move(delegate));
+}
+
 struct SharedServices {
   std::shared_ptr<ZVAPIService> api =
       ZVAPIService::create({platform::httpSession(), platform::mainQueue(),
@@ -37,6 +45,9 @@ struct SharedServices {
   std::shared_ptr<ZVStreamService> stream =
       std::make_shared<ZVStreamService>(ZVStreamService::Collaborators{api, platform::clock()});
   std::shared_ptr<ZVProductService> product = std::make_shared<ZVProductService>(api);
+  std::shared_ptr<ZVRTMService> rtm =
+      ZVRTMService::create({&makeKit, &signedInUser, platform::mainQueue(),
+                            platform::notifications(), platform::clock()});
 };
 
 // Never destroyed: an app may use them until its last moment.
@@ -66,6 +77,10 @@ const std::shared_ptr<ZVProductService>& ZVProductService::shared() {
   return sharedServices().product;
 }
 
+const std::shared_ptr<ZVRTMService>& ZVRTMService::shared() {
+  return sharedServices().rtm;
+}
+
 const std::shared_ptr<ZVUserService>& ZaveloSDK::userService() const {
   return ZVUserService::shared();
 }
@@ -77,6 +92,9 @@ const std::shared_ptr<ZVStreamService>& ZaveloSDK::streamService() const {
 }
 const std::shared_ptr<ZVProductService>& ZaveloSDK::productService() const {
   return ZVProductService::shared();
+}
+const std::shared_ptr<ZVRTMService>& ZaveloSDK::rtmService() const {
+  return ZVRTMService::shared();
 }
 
 }  // namespace zavelo

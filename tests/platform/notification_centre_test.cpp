@@ -17,14 +17,14 @@ TEST(NotificationCentre, TellsObserversOfTheNameInOrder) {
   std::vector<std::string> heard;
   const auto hear = [&](std::string who) {
     return [&heard, who](const Notification& notification) {
-      const auto* text = std::any_cast<std::string>(&notification.object);
+      const auto* text = notification.info<std::string>("who");
       heard.push_back(who + ":" + std::string(notification.name) + ":" + (text ? *text : "-"));
     };
   };
   const auto a = centre.addObserver("login", hear("a"));
   const auto b = centre.addObserver("login", hear("b"));
   const auto c = centre.addObserver("logout", hear("c"));
-  centre.post("login", std::string("me"));
+  centre.post("login", {{"who", std::string("me")}, {"count", 1}});
   centre.post("logout");
   centre.post("unheard");
   EXPECT_THAT(heard, ElementsAre("a:login:me", "b:login:me", "c:logout:-"));

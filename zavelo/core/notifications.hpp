@@ -13,4 +13,17 @@ inline constexpr std::string_view ZaveloDidLogInAnotherDevice = "ZaveloDidLogInA
 /// The session could not be renewed with the refresh token; it is ended right after this.
 inline constexpr std::string_view ZaveloDidRefreshTokenFailed = "ZaveloDidRefreshTokenFailed";
 
+// Notifications of real-time messaging, posted on the thread of the messaging engine's callback.
+
+/// Under `message`: a `ZVRTMPeerMessage`.
+inline constexpr std::string_view ZaveloDidReceivePeerMessage = "ZaveloDidReceivePeerMessage";
+/// Under `message`: a `ZVRTMChannelMessage`.
+inline constexpr std::string_view ZaveloDidReceiveChannelMessage = "ZaveloDidReceiveChannelMessage";
+/// A member joined a channel, or left it. Under `user`: a `ZVRTMChannelMember`.
+inline constexpr std::string_view ZaveloUserDidLeaveChannel = "ZaveloUserDidLeaveChannel";
+/// A name for apps; the library posts a member who joins as `ZaveloUserDidLeaveChannel`, too.
+inline constexpr std::string_view ZaveloUserDidJoinChannel = "ZaveloUserDidJoinChannel";
+/// The same user logged in to messaging elsewhere; this login is over.
+inline constexpr std::string_view ZaveloUserDidRemoteLogin = "ZaveloUserDidRemoteLogin";
+
 }  // namespace zavelo

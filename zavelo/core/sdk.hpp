@@ -9,6 +9,7 @@
 namespace zavelo {
 
 class ZVProductService;
+class ZVRTMService;
 class ZVSettingService;
 class ZVStreamService;
 class ZVUserService;
@@ -33,6 +34,7 @@ class ZAVELO_EXPORT ZaveloSDK {
   [[nodiscard]] const std::shared_ptr<ZVSettingService>& settingService() const;
   [[nodiscard]] const std::shared_ptr<ZVStreamService>& streamService() const;
   [[nodiscard]] const std::shared_ptr<ZVProductService>& productService() const;
+  [[nodiscard]] const std::shared_ptr<ZVRTMService>& rtmService() const;
 
  private:
   ZaveloSDK() = default;

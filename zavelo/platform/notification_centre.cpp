@@ -104,10 +104,10 @@ ObserverToken NotificationCentre::addObserver(std::string name, Observer observe
   return ObserverToken(std::move(registration));
 }
 
-void NotificationCentre::post(std::string_view name, const std::any& object) {
+void NotificationCentre::post(std::string_view name, const NotificationInfo& userInfo) {
   const auto observers = impl_->find(name);
   if (!observers) return;
-  const Notification notification{name, object};
+  const Notification notification{name, userInfo};
   for (const auto& observer : *observers) observer->notify(notification);
 }
 

@@ -2,6 +2,7 @@
 
 #include <any>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -10,9 +11,19 @@
 
 namespace zavelo {
 
+/// What a notification tells beside its name, by key.
+using NotificationInfo = std::map<std::string, std::any, std::less<>>;
+
 struct Notification {
   std::string_view name;
-  const std::any& object;  ///< what the notification is about; empty when it says all by its name
+  const NotificationInfo& userInfo;
+
+  /// Null when nothing of that type stands under the key.
+  template <class T>
+  [[nodiscard]] const T* info(std::string_view key) const {
+    const auto entry = userInfo.find(key);
+    return entry == userInfo.end() ? nullptr : std::any_cast<T>(&entry->second);
+  }
 };
 
 /// Ends an observation when it is destroyed or reset; may outlive the centre.
@@ -46,7 +57,7 @@ class ZAVELO_EXPORT NotificationCentre {
   NotificationCentre& operator=(const NotificationCentre&) = delete;
 
   [[nodiscard]] ObserverToken addObserver(std::string name, Observer observer);
-  void post(std::string_view name, const std::any& object = {});
+  void post(std::string_view name, const NotificationInfo& userInfo = {});
 
  private:
   friend class ObserverToken;

@@ -1,0 +1,144 @@
+#include "zavelo/messaging/engines/in_process.hpp"
+
+#include <atomic>
+#include <mutex>
+#include <utility>
+
+#include "zavelo/messaging/engines/in_process_sessions_internal.hpp"
+#include "zavelo/platform/background_queue.hpp"
+
+namespace zavelo {
+
+/// A kit's way to the hub: carries operations to the queue, and their code back to the caller.
+class InProcessHub::Kit final : public AgoraRtmKit, public std::enable_shared_from_this<Kit> {
+ public:
+  using Sessions = detail::InProcessSessions;
+
+  Kit(std::shared_ptr<InProcessHub> hub, Sessions::SessionId id) : hub_(std::move(hub)), id_(id) {}
+  ~Kit() override {
+    hub_->queue_->post([sessions = hub_->sessions_, id = id_] { sessions->close(id); });
+  }
+
+  /// Nothing is called back once the kit is gone.
+  template <class Work, class Completion>
+  void ask(Work work, Completion completion) {
+    hub_->queue_->post([sessions = hub_->sessions_, id = id_, weak = weak_from_this(),
+                        work = std::move(work), completion = std::move(completion)] {
+      if (weak.expired()) return;
+      auto answer = work(*sessions, id);
+      if (completion && !weak.expired()) completion(std::move(answer));
+    });
+  }
+
+  void login(const std::optional<std::string>&, const std::string& userId,
+             AgoraRtmCompletion completion) override {
+    ask([userId](Sessions& all, auto id) { return all.login(id, userId); }, std::move(completion));
+  }
+  void logout(AgoraRtmCompletion completion) override {
+    ask([](Sessions& all, auto id) { return all.logout(id); }, std::move(completion));
+  }
+  void send(const std::string& text, const std::string& peerId,
+            AgoraRtmCompletion completion) override {
+    ask([text, peerId](Sessions& all, auto id) { return all.sendToPeer(id, peerId, text); },
+        std::move(completion));
+  }
+  std::shared_ptr<AgoraRtmChannel> createChannel(
+      const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) override;
+  bool destroyChannel(const std::string& channelId) override;
+  [[nodiscard]] std::optional<Channels> channels() const override {
+    const std::lock_guard lock(mutex_);
+    return channels_;
+  }
+
+ private:
+  const std::shared_ptr<InProcessHub> hub_;
+  const Sessions::SessionId id_;
+  mutable std::mutex mutex_;
+  Channels channels_;
+};
+
+class InProcessHub::Channel final : public AgoraRtmChannel {
+ public:
+  using Sessions = detail::InProcessSessions;
+
+  Channel(std::weak_ptr<Kit> kit, std::string id, std::weak_ptr<AgoraRtmChannelDelegate> delegate)
+      : kit_(std::move(kit)), id_(std::move(id)), delegate_(std::move(delegate)) {}
+
+  void join(AgoraRtmCompletion completion) override {
+    ask([channel = id_, delegate = delegate_](Sessions& all,
+                                              auto id) { return all.join(id, channel, delegate); },
+        std::move(completion));
+  }
+  void leave(AgoraRtmCompletion completion) override {
+    ask([channel = id_](Sessions& all, auto id) { return all.leave(id, channel); },
+        std::move(completion));
+  }
+  void send(const std::string& text, AgoraRtmCompletion completion) override {
+    ask([channel = id_, text](Sessions& all,
+                              auto id) { return all.sendToChannel(id, channel, text); },
+        std::move(completion));
+  }
+  void getMembers(AgoraRtmMembersCompletion completion) override {
+    ask([channel = id_](Sessions& all, auto id) { return all.members(id, channel); },
+        std::move(completion));
+  }
+
+ private:
+  template <class Work, class Completion>
+  void ask(Work work, Completion completion) {
+    if (const auto kit = kit_.lock()) kit->ask(std::move(work), std::move(completion));
+  }
+
+  const std::weak_ptr<Kit> kit_;
+  const std::string id_;
+  const std::weak_ptr<AgoraRtmChannelDelegate> delegate_;
+};
+
+std::shared_ptr<AgoraRtmChannel> InProcessHub::Kit::createChannel(
+    const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) {
+  if (channelId.empty()) return nullptr;
+  const std::lock_guard lock(mutex_);
+  auto& channel = channels_[channelId];
+  if (!channel)
+    channel = std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
+  return channel;
+}
+
+bool InProcessHub::Kit::destroyChannel(const std::string& channelId) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (channels_.erase(channelId) == 0) return false;
+  }
+  ask([channelId](Sessions& all, auto id) { return all.leave(id, channelId); },
+      AgoraRtmCompletion());
+  return true;
+}
+
+std::shared_ptr<InProcessHub> InProcessHub::create(std::shared_ptr<Queue> callbackQueue) {
+  if (!callbackQueue) callbackQueue = std::make_shared<BackgroundQueue>();
+  return std::shared_ptr<InProcessHub>(new InProcessHub(std::move(callbackQueue)));
+}
+
+const std::shared_ptr<InProcessHub>& InProcessHub::shared() {
+  static const auto& hub = *new std::shared_ptr<InProcessHub>(create());
+  return hub;
+}
+
+InProcessHub::InProcessHub(std::shared_ptr<Queue> callbackQueue)
+    : queue_(std::move(callbackQueue)), sessions_(std::make_shared<detail::InProcessSessions>()) {}
+
+InProcessHub::~InProcessHub() = default;
+
+AgoraRtmKitFactory InProcessHub::kitFactory() {
+  return [hub = shared_from_this()](const std::string& appId,
+                                    std::weak_ptr<AgoraRtmDelegate> delegate) {
+    static std::atomic<detail::InProcessSessions::SessionId> last = 0;
+    const auto id = ++last;
+    hub->queue_->post([sessions = hub->sessions_, id, appId, delegate = std::move(delegate)] {
+      sessions->open(id, appId, delegate);
+    });
+    return std::make_shared<Kit>(hub, id);
+  };
+}
+
+}  // namespace zavelo

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "zavelo/base/export.hpp"
+#include "zavelo/messaging/rtm_client.hpp"
+
+namespace zavelo {
+
+/// A text that came from one user: `ZaveloDidReceivePeerMessage`.
+struct ZVRTMPeerMessage {
+  std::string peerId;
+  std::string message;
+
+  bool operator==(const ZVRTMPeerMessage&) const = default;
+};
+
+/// A text that came in a channel: `ZaveloDidReceiveChannelMessage`.
+struct ZVRTMChannelMessage {
+  std::string channelId;
+  std::string message;
+
+  bool operator==(const ZVRTMChannelMessage&) const = default;
+};
+
+/// Who joined or left a channel: `ZaveloUserDidLeaveChannel`, for both.
+struct ZVRTMChannelMember {
+  std::string channelId;
+  std::string userId;
+
+  bool operator==(const ZVRTMChannelMember&) const = default;
+};
+
+/// Real-time messaging as an app uses it: connect, join a stream's channel, write a `ZVMessage`'s
+/// text, and hear what comes in by notifications.
+///
+/// Any thread. Callbacks and notifications come on the messaging engine's thread, not on the main
+/// queue; once the service is gone they do not come.
+class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate {
+ public:
+  using Success = ZVRTMClient::Success;
+  using Fail = ZVRTMClient::Fail;
+  using Members = ZVRTMClient::Members;
+
+  [[nodiscard]] static std::shared_ptr<ZVRTMService> create(
+      ZVRTMClient::Collaborators collaborators);
+  [[nodiscard]] static const std::shared_ptr<ZVRTMService>& shared();
+
+  /// Logs the current user in; an attempt that fails is repeated every 5 seconds.
+  void connect(Success success = {});
+  void disconnect();
+  [[nodiscard]] bool isConnected() const;
+
+  void joinChannel(const std::string& channelId, Success success = {}, Fail fail = {});
+  /// Nothing happens for a channel that was never joined.
+  void leaveChannel(const std::string& channelId, bool shouldDestroyChannel);
+  /// To everybody in a joined channel but oneself. Nothing is called back for another channel.
+  void writeChannel(const std::string& channelId, const std::string& message, Success success = {},
+                    Fail fail = {});
+  /// To one user.
+  void write(const std::string& message, const std::string& peerId, Success success = {},
+             Fail fail = {});
+  void getMembersOfChannel(const std::string& channel, Members success);
+
+  // What the client reports.
+  void didReceiveChannelMessage(const std::string& channelId, const std::string& text) override;
+  void didReceivePeerMessage(const std::string& peerId, const std::string& text) override;
+  void memberJoined(const std::string& channelId, const std::string& userId) override;
+  void memberLeft(const std::string& channelId, const std::string& userId) override;
+
+ private:
+  explicit ZVRTMService(ZVRTMClient::Collaborators collaborators);
+
+  const std::shared_ptr<NotificationCentre> notifications_;
+  const std::shared_ptr<ZVRTMClient> rtmClient_;
+};
+
+}  // namespace zavelo

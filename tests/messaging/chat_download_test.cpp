@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <fstream>
-#include <mutex>
 #include <set>
 
 #include "tests/support/loopback_server.hpp"
@@ -11,26 +9,21 @@
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/platform/main_queue.hpp"
 #include "zavelo/testing/manual_queue.hpp"
 #include "zavelo/testing/scripted_http_session.hpp"
 
 namespace zavelo {
 namespace {
 
-using test::TemporaryFolder;
-using testing::ManualQueue;
-using testing::ScriptedHttpSession;
-
 class ChatDownload : public ::testing::Test {
  protected:
-  /// Starts a download; its answers are counted on the main queue.
   void download(std::string address) {
-    const ZaveloRecordedMessageDownloader downloader(std::move(address),
-                                                     {session_, main_, background_});
-    downloader.download([this](ZVRecordedMessages events) {
-      ++answers_;
-      events_ = std::move(events);
-    });
+    ZaveloRecordedMessageDownloader(std::move(address), {session_, main_, background_})
+        .download([this](ZVRecordedMessages events) {
+          ++answers_;
+          count_ = events.size();
+        });
   }
   /// The number of events of one download that needs no waiting.
   std::size_t downloaded(std::string address) {
@@ -40,19 +33,20 @@ class ChatDownload : public ::testing::Test {
     EXPECT_EQ(answers_, 0);
     main_->runDue();
     EXPECT_EQ(answers_, 1);
-    return events_.size();
+    return count_;
   }
 
-  const std::shared_ptr<ScriptedHttpSession> session_ = std::make_shared<ScriptedHttpSession>();
-  const std::shared_ptr<ManualQueue> main_ = std::make_shared<ManualQueue>();
-  std::shared_ptr<ManualQueue> background_ = std::make_shared<ManualQueue>();
+  const std::shared_ptr<testing::ScriptedHttpSession> session_ =
+      std::make_shared<testing::ScriptedHttpSession>();
+  const std::shared_ptr<testing::ManualQueue> main_ = std::make_shared<testing::ManualQueue>();
+  std::shared_ptr<testing::ManualQueue> background_ = std::make_shared<testing::ManualQueue>();
   int answers_ = 0;
-  ZVRecordedMessages events_;
+  std::size_t count_ = 0;
 };
 
 TEST_F(ChatDownload, ReadsAFileByItsPathOrItsUrl) {
   const auto log = testing::RecordedLog::install();
-  const TemporaryFolder folder;
+  const test::TemporaryFolder folder;
   const auto path = (folder / "a chat #1%.json").string();
   std::ofstream(path) << R"([{"message":"a"},{"message":"b"}])";
   const auto url = folder.path().string() + "/a%20chat%20%231%25.json";
@@ -64,7 +58,7 @@ TEST_F(ChatDownload, ReadsAFileByItsPathOrItsUrl) {
 
 TEST_F(ChatDownload, AnswersWithNothingForAnAddressThatIsNoneOrCannotBeRead) {
   const auto log = testing::RecordedLog::install();
-  const TemporaryFolder folder;
+  const test::TemporaryFolder folder;
   const auto here = folder.path().string();
   for (const auto& address :
        {std::string(), std::string("not an address"), here, here + "/missing.json",
@@ -107,23 +101,16 @@ TEST(ChatDownloads, ComeFromARealServerSeveralAtOnce) {
         connection.close();
       });
   const auto session = std::make_shared<CurlHttpSession>();
-  const auto main = std::make_shared<BackgroundQueue>();
+  const auto main = std::make_shared<MainQueue>();
   const auto background = std::make_shared<BackgroundQueue>();
-  std::mutex mutex;
-  std::condition_variable answered;
   std::multiset<std::size_t> sizes;
-  const auto download = [&](std::string_view path) {
+  for (const char* path : {"/whole", "/cut", "/whole", "/whole"})
     ZaveloRecordedMessageDownloader(server.url(path), {session, main, background})
         .download([&](ZVRecordedMessages events) {
-          const std::lock_guard lock(mutex);
           sizes.insert(events.size());
-          answered.notify_one();
+          if (sizes.size() == 4) main->stop();
         });
-  };
-  for (int i = 0; i < 3; ++i) download("/whole");
-  download("/cut");
-  std::unique_lock lock(mutex);
-  answered.wait(lock, [&] { return sizes.size() == 4; });
+  main->run();
   EXPECT_EQ(sizes, (std::multiset<std::size_t>{0, 50'001, 50'001, 50'001}));
 }
 

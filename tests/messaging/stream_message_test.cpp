@@ -50,10 +50,7 @@ TEST(StreamMessage, AsksTheSharedSessionByDefault) {
   ZVPlatform platform;
   platform.store = std::make_shared<testing::MemoryKeyValueStore>();
   ASSERT_TRUE(ZVPlatform::install(std::move(platform)));
-  auto user = std::make_shared<ZVUser>();
-  user->userInfo = std::make_shared<ZVUserInfo>();
-  user->userInfo->userId = 42;
-  ZVUserService::shared()->setUser(user);
+  ZVUserService::shared()->setUser(std::make_shared<ZVUser>(*FixedUser::member(42).currentUser()));
   const auto record = ZVStreamMessageFactory(ZVMessageType::share).createMessage("", 0);
   EXPECT_EQ(record->senderUserId, 42);
   EXPECT_TRUE(record->isMine());

@@ -1,7 +1,7 @@
 #include <bit>
-#include <cstring>
 #include <utility>
 
+#include "zavelo/json/blocks_internal.hpp"
 #include "zavelo/json/decoder_internal.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/json/record.hpp"
@@ -13,25 +13,15 @@ namespace {
 
 constexpr std::size_t npos = std::string_view::npos;
 
-// Eight characters at a time; what is read past the end is padding.
+// What is read past the end is padding.
 bool hasBackslash(std::string_view raw) noexcept {
-  constexpr std::uint64_t ones = 0x0101010101010101u;
-  for (std::size_t at = 0; at < raw.size(); at += 8) {
-    std::uint64_t block;
-    std::memcpy(&block, raw.data() + at, sizeof block);
-    block ^= ones * static_cast<unsigned char>('\\');
-    if (((block - ones) & ~block & (ones << 7)) != 0) return raw.find('\\', at) != npos;
-  }
+  for (std::size_t at = 0; at < raw.size(); at += 8)
+    if (marksOf('\\', blockAt(raw.data() + at)) != 0) return raw.find('\\', at) != npos;
   return false;
 }
 
 /// Whether two texts, both readable for 8 bytes at least, begin alike. Inline, for short texts.
 bool beginsWith(const char* text, const char* beginning, std::size_t size) noexcept {
-  const auto blockAt = [](const char* at) {
-    std::uint64_t block;
-    std::memcpy(&block, at, sizeof block);
-    return block;
-  };
   if (size < 8) return ((blockAt(text) ^ blockAt(beginning)) << (8 * (8 - size))) == 0;
   for (std::size_t at = 0; at + 8 < size; at += 8)
     if (blockAt(text + at) != blockAt(beginning + at)) return false;

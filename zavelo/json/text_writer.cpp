@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "zavelo/base/number_text.hpp"
+#include "zavelo/json/blocks_internal.hpp"
 #include "zavelo/json/text_writer_internal.hpp"
 
 namespace zavelo::json::detail {
@@ -14,12 +15,6 @@ namespace {
 // Memory that is kept for the next text.
 constexpr std::size_t keptCapacity = std::size_t{4} * 1024 * 1024;
 constexpr std::size_t smallestCapacity = 4096;
-
-constexpr std::uint64_t everyByte(std::uint8_t byte) {
-  return 0x0101010101010101u * byte;
-}
-
-constexpr std::uint64_t highBits = everyByte(0x80);
 
 /// The high bit of each byte that is to be escaped: below 0x20, a quote or a backslash. (One above
 /// a byte that is marked may be marked wrongly; only the lowest counts.)
@@ -49,12 +44,6 @@ char shortEscape(char c) {
     default:
       return 0;
   }
-}
-
-std::uint64_t blockAt(const char* in) {
-  std::uint64_t block;
-  std::memcpy(&block, in, sizeof block);
-  return block;
 }
 
 /// The last 1 to 7 characters of a text as a block, filled up with some that need no escape.

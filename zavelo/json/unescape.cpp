@@ -1,6 +1,7 @@
-#include <algorithm>
+#include <bit>
 #include <charconv>
 
+#include "zavelo/json/blocks_internal.hpp"
 #include "zavelo/json/scalars_internal.hpp"
 
 namespace zavelo::json::detail {
@@ -74,26 +75,41 @@ char plainEscape(char c) noexcept {
   }
 }
 
+/// Takes what stands behind a backslash, which is taken as well.
+bool takeEscape(std::string_view& raw, char*& to) noexcept {
+  if (raw.size() < 2) return false;
+  const char kind = raw[1];
+  raw.remove_prefix(2);
+  if (const char c = plainEscape(kind)) {
+    *to++ = c;
+    return true;
+  }
+  const auto codePoint = kind == 'u' ? takeCodePoint(raw) : std::nullopt;
+  if (!codePoint) return false;
+  to = writeUtf8(to, *codePoint);
+  return true;
+}
+
 }  // namespace
 
 bool unescape(std::string_view raw, std::string& out) {
+  // What is written is never longer than what it is read from, so a block that is there has room.
   out.resize(raw.size());
   char* to = out.data();
-  while (true) {
-    const auto plain = std::min(raw.find('\\'), raw.size());
-    to = std::copy_n(raw.data(), plain, to);
+  while (raw.size() >= sizeof(std::uint64_t)) {
+    const std::uint64_t block = blockAt(raw.data());
+    std::memcpy(to, &block, sizeof block);
+    const std::uint64_t marks = marksOf('\\', block);
+    const auto plain = static_cast<std::size_t>(std::countr_zero(marks)) / 8;
+    to += plain;
     raw.remove_prefix(plain);
-    if (raw.empty()) break;
-    if (raw.size() < 2) return false;
-    const char kind = raw[1];
-    raw.remove_prefix(2);
-    if (kind == 'u') {
-      const auto codePoint = takeCodePoint(raw);
-      if (!codePoint) return false;
-      to = writeUtf8(to, *codePoint);
-    } else if (const char c = plainEscape(kind)) {
-      *to++ = c;
-    } else {
+    if (marks != 0 && !takeEscape(raw, to)) return false;
+  }
+  while (!raw.empty()) {
+    if (raw.front() != '\\') {
+      *to++ = raw.front();
+      raw.remove_prefix(1);
+    } else if (!takeEscape(raw, to)) {
       return false;
     }
   }

@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <iosfwd>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 
 #include "zavelo/base/export.hpp"
 #include "zavelo/base/number_text.hpp"
+#include "zavelo/base/source_location.hpp"
 
 namespace zavelo {
 
@@ -39,10 +39,9 @@ struct ZVLogPosition {
                 std::string_view funcName_)
       : filename(filename_), line(line_), column(column_), funcName(funcName_) {}
   /// The caller's own position under a function name of its choice.
-  ZVLogPosition(std::string_view funcName_,
-                const std::source_location& here = std::source_location::current())
+  ZVLogPosition(std::string_view funcName_, const SourceLocation& here = SourceLocation::current())
       : ZVLogPosition(here.file_name(), here.line(), here.column(), funcName_) {}
-  ZVLogPosition(const std::source_location& here) : ZVLogPosition(here.function_name(), here) {}
+  ZVLogPosition(const SourceLocation& here) : ZVLogPosition(here.function_name(), here) {}
 };
 
 namespace detail {
@@ -79,27 +78,27 @@ class ZAVELO_EXPORT ZVLog {
   ZVLog() = delete;
 
   template <class Message>
-  static void e(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void e(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::e, detail::logText(message), where);
   }
   template <class Message>
-  static void i(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void i(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::i, detail::logText(message), where);
   }
   template <class Message>
-  static void d(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void d(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::d, detail::logText(message), where);
   }
   template <class Message>
-  static void v(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void v(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::v, detail::logText(message), where);
   }
   template <class Message>
-  static void w(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void w(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::w, detail::logText(message), where);
   }
   template <class Message>
-  static void s(const Message& message, ZVLogPosition where = std::source_location::current()) {
+  static void s(const Message& message, ZVLogPosition where = SourceLocation::current()) {
     detail::writeLog(ZVLogEvent::s, detail::logText(message), where);
   }
 };

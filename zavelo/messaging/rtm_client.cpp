@@ -40,11 +40,14 @@ std::shared_ptr<ZVRTMClient> ZVRTMClient::create(Collaborators collaborators) {
 }
 
 std::shared_ptr<AgoraRtmKit> ZVRTMClient::kit() {
-  const std::lock_guard lock(mutex_);
-  if (!kit_) kit_ = with_.makeKit(configuration::agoraAppId(), weak_from_this());
-  if (kit_) return kit_;
-  std::fputs("ZVRTMClient: the messaging engine gave no kit\n", stderr);
-  std::abort();
+  // Not under the lock: making it runs an app's own code, its log sink for one.
+  std::call_once(kitOnce_, [this] {
+    kit_ = with_.makeKit(configuration::agoraAppId(), weak_from_this());
+    if (kit_) return;
+    std::fputs("ZVRTMClient: the messaging engine gave no kit\n", stderr);
+    std::abort();
+  });
+  return kit_;
 }
 
 std::int64_t ZVRTMClient::loginWorkerId() {

@@ -81,12 +81,12 @@ AgoraRtmConnectionState ZVRTMClient::connectStatus() const {
 // ---- login ----
 
 void ZVRTMClient::login(Success success, ZVRetryPolicy retryPolicy) {
-  afterWorker(loginWorkerId()).cancel();
   const auto user = with_.users->currentUser();
   if (!user) return;
   const auto& profile = user->userInfo;
   const auto userId = profile && profile->userId ? profile->userId : user->guestId;
   if (!userId || *userId < 1) return;
+  afterWorker(loginWorkerId()).cancel();
   const auto again = [weak = weak_from_this(), success, retryPolicy](const ZVError&) {
     const auto self = weak.lock();
     const auto delay = self && retryPolicy ? retryPolicy().after() : std::nullopt;

@@ -110,6 +110,31 @@ TEST_F(RtmClient, RepeatsAFailedLoginEveryFiveSeconds) {
   EXPECT_THAT(log->text(), HasSubstr(ZVError::rtm("Login Failed", 9).description()));
 }
 
+TEST_F(RtmClient, MayBeAskedWhileItsKitIsMade) {
+  const auto makeKit = [&](const std::string& appId, std::weak_ptr<AgoraRtmDelegate> delegate) {
+    EXPECT_FALSE(service->isConnected());
+    return kit->factory()(appId, std::move(delegate));
+  };
+  service = ZVRTMService::create(
+      {makeKit, &ann, queue, notifications, std::make_shared<testing::ManualClock>()});
+  service->connect(onSuccess());
+  kit->answer(0);
+  EXPECT_THAT(called, ElementsAre("success"));
+}
+
+TEST(AfterWorker, MayBeUsedByTheActionThatGoes) {
+  testing::ManualQueue queue;
+  ZVAfterWorker worker;
+  int ran = 0;
+  worker.after(1, queue, [held = std::shared_ptr<int>(new int, [&](int* value) {
+                            delete value;
+                            worker.cancel();
+                          })] {});
+  worker.after(1, queue, [&] { ++ran; });
+  queue.advance(std::chrono::seconds(1));
+  EXPECT_EQ(ran, 1);
+}
+
 TEST_F(RtmClient, NewLoginTakesThePlaceOfTheOneThatWaits) {
   service->connect(onSuccess());
   kit->answer(9);

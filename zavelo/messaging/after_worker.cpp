@@ -18,15 +18,21 @@ std::chrono::milliseconds waitOf(double seconds) {
 }  // namespace
 
 void ZVAfterWorker::after(double delay, Queue& queue, std::function<void()> action) {
-  const std::lock_guard lock(mutex_);
-  if (pendingRequestWorkItem_) pendingRequestWorkItem_->cancel();
-  pendingRequestWorkItem_ = queue.postAfter(waitOf(delay), std::move(action));
+  cancel();
+  replace(queue.postAfter(waitOf(delay), std::move(action)));
 }
 
 void ZVAfterWorker::cancel() {
-  const std::lock_guard lock(mutex_);
-  if (pendingRequestWorkItem_) pendingRequestWorkItem_->cancel();
-  pendingRequestWorkItem_ = nullptr;
+  replace(nullptr);
+}
+
+// Cancelled without the lock: an action that goes may take along what uses this worker.
+void ZVAfterWorker::replace(std::shared_ptr<DelayedTask> item) {
+  {
+    const std::lock_guard lock(mutex_);
+    pendingRequestWorkItem_.swap(item);
+  }
+  if (item) item->cancel();
 }
 
 }  // namespace zavelo

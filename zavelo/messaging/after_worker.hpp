@@ -18,6 +18,8 @@ class ZAVELO_EXPORT ZVAfterWorker {
   void cancel();
 
  private:
+  void replace(std::shared_ptr<DelayedTask> item);
+
   std::mutex mutex_;
   std::shared_ptr<DelayedTask> pendingRequestWorkItem_;
 };

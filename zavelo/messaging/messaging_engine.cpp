@@ -33,13 +33,15 @@ bool installMessagingEngine(AgoraRtmKitFactory factory) {
 
 AgoraRtmKitFactory messagingEngine() {
   Choice& current = choice();
-  const std::lock_guard lock(current.mutex);
-  current.isSettled = true;
-  if (current.makeKit) return current.makeKit;
+  {
+    const std::lock_guard lock(current.mutex);
+    current.isSettled = true;
+    if (current.makeKit) return current.makeKit;
+    current.makeKit = InProcessHub::shared()->kitFactory();
+  }
   ZVLog::w("No messaging engine was installed: nobody outside this process hears its messages",
            ZVLogPosition("ZVRTMService"));
-  current.makeKit = InProcessHub::shared()->kitFactory();
-  return current.makeKit;
+  return InProcessHub::shared()->kitFactory();
 }
 
 }  // namespace zavelo

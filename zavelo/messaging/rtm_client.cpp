@@ -40,11 +40,14 @@ std::shared_ptr<ZVRTMClient> ZVRTMClient::create(Collaborators collaborators) {
 }
 
 std::shared_ptr<AgoraRtmKit> ZVRTMClient::kit() {
-  const std::lock_guard lock(mutex_);
-  if (!kit_) kit_ = with_.makeKit(configuration::agoraAppId(), weak_from_this());
-  if (kit_) return kit_;
-  std::fputs("ZVRTMClient: the messaging engine gave no kit\n", stderr);
-  std::abort();
+  // Not under the lock: making it runs an app's own code, its log sink for one.
+  std::call_once(kitOnce_, [this] {
+    kit_ = with_.makeKit(configuration::agoraAppId(), weak_from_this());
+    if (kit_) return;
+    std::fputs("ZVRTMClient: the messaging engine gave no kit\n", stderr);
+    std::abort();
+  });
+  return kit_;
 }
 
 std::int64_t ZVRTMClient::loginWorkerId() {
@@ -78,12 +81,12 @@ AgoraRtmConnectionState ZVRTMClient::connectStatus() const {
 // ---- login ----
 
 void ZVRTMClient::login(Success success, ZVRetryPolicy retryPolicy) {
-  afterWorker(loginWorkerId()).cancel();
   const auto user = with_.users->currentUser();
   if (!user) return;
   const auto& profile = user->userInfo;
   const auto userId = profile && profile->userId ? profile->userId : user->guestId;
   if (!userId || *userId < 1) return;
+  afterWorker(loginWorkerId()).cancel();
   const auto again = [weak = weak_from_this(), success, retryPolicy](const ZVError&) {
     const auto self = weak.lock();
     const auto delay = self && retryPolicy ? retryPolicy().after() : std::nullopt;

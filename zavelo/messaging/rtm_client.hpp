@@ -96,8 +96,9 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   Result<std::shared_ptr<AgoraRtmChannel>, ZVError> channel(const std::string& channelId);
 
   const Collaborators with_;
-  mutable std::mutex mutex_;  // guards what follows
+  std::once_flag kitOnce_;
   std::shared_ptr<AgoraRtmKit> kit_;
+  mutable std::mutex mutex_;  // guards what follows
   std::map<std::int64_t, ZVAfterWorker> afterWorkers_;
   std::optional<std::int64_t> loginWorkerId_;
   AgoraRtmConnectionState connectStatus_ = 0;

@@ -3,11 +3,6 @@
 #include "zavelo/messaging/engines/in_process_sessions_internal.hpp"
 
 namespace zavelo::detail {
-namespace {
-
-constexpr std::size_t longestUserId = 64;
-
-}  // namespace
 
 void InProcessSessions::open(SessionId id, std::string appId,
                              std::weak_ptr<AgoraRtmDelegate> delegate) {
@@ -30,7 +25,7 @@ std::int64_t InProcessSessions::login(SessionId id, const std::string& userId) {
   if (!session.userId.empty())
     return session.userId == userId ? rtmCode::loginAlreadyLoggedIn : rtmCode::failure;
   tell(session, rtmState::connecting, rtmReason::login);
-  if (userId.empty() || userId.size() > longestUserId) {
+  if (userId.empty()) {
     tell(session, rtmState::disconnected, rtmReason::loginFailure);
     return rtmCode::failure;
   }

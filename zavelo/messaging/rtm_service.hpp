@@ -32,12 +32,35 @@ struct ZVRTMChannelMember {
   bool operator==(const ZVRTMChannelMember&) const = default;
 };
 
+/// The connection, for an app that wants to name no more than that.
+class ZVSocketProtocol {
+ public:
+  virtual ~ZVSocketProtocol() = default;
+  virtual void connect(ZVRTMClient::Success success = {}) = 0;
+  virtual void disconnect() = 0;
+  [[nodiscard]] virtual bool isConnected() const = 0;
+};
+
+/// The channels, for an app that wants to name no more than that.
+class ZVRTMChannelProtocol {
+ public:
+  virtual ~ZVRTMChannelProtocol() = default;
+  virtual void joinChannel(const std::string& channelId, ZVRTMClient::Success success = {},
+                           ZVRTMClient::Fail fail = {}) = 0;
+  virtual void leaveChannel(const std::string& channelId, bool shouldDestroyChannel) = 0;
+  virtual void writeChannel(const std::string& channelId, const std::string& message,
+                            ZVRTMClient::Success success = {}, ZVRTMClient::Fail fail = {}) = 0;
+  virtual void getMembersOfChannel(const std::string& channel, ZVRTMClient::Members success) = 0;
+};
+
 /// Real-time messaging as an app uses it: connect, join a stream's channel, write a `ZVMessage`'s
 /// text, and hear what comes in by notifications.
 ///
 /// Any thread. Callbacks and notifications come on the messaging engine's thread, not on the main
 /// queue; once the service is gone they do not come.
-class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate {
+class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate,
+                                         public ZVSocketProtocol,
+                                         public ZVRTMChannelProtocol {
  public:
   using Success = ZVRTMClient::Success;
   using Fail = ZVRTMClient::Fail;
@@ -48,20 +71,20 @@ class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate {
   [[nodiscard]] static const std::shared_ptr<ZVRTMService>& shared();
 
   /// Logs the current user in; an attempt that fails is repeated every 5 seconds.
-  void connect(Success success = {});
-  void disconnect();
-  [[nodiscard]] bool isConnected() const;
+  void connect(Success success = {}) override;
+  void disconnect() override;
+  [[nodiscard]] bool isConnected() const override;
 
-  void joinChannel(const std::string& channelId, Success success = {}, Fail fail = {});
+  void joinChannel(const std::string& channelId, Success success = {}, Fail fail = {}) override;
   /// Nothing happens for a channel that was never joined.
-  void leaveChannel(const std::string& channelId, bool shouldDestroyChannel);
+  void leaveChannel(const std::string& channelId, bool shouldDestroyChannel) override;
   /// To everybody in a joined channel but oneself. Nothing is called back for another channel.
   void writeChannel(const std::string& channelId, const std::string& message, Success success = {},
-                    Fail fail = {});
+                    Fail fail = {}) override;
   /// To one user.
   void write(const std::string& message, const std::string& peerId, Success success = {},
              Fail fail = {});
-  void getMembersOfChannel(const std::string& channel, Members success);
+  void getMembersOfChannel(const std::string& channel, Members success) override;
 
   // What the client reports.
   void didReceiveChannelMessage(const std::string& channelId, const std::string& text) override;

@@ -63,12 +63,18 @@ class SqliteKeyValueStore::Impl {
  private:
   template <class Work>
   auto attempt(Work& work, std::vector<std::filesystem::path>& setAside) {
-    constexpr int attempts = 3;
+    constexpr int attempts = 5;
     for (int i = 1;; ++i) {
       try {
         return work(connection());
       } catch (const SqliteError& error) {
-        if (!error.damaged() || i == attempts) throw;
+        const bool isMoved = file_.identity() != seen_;
+        if (!(error.damaged() || isMoved) || i == attempts) throw;
+        // Another process has set the file aside while this one opened it.
+        if (isMoved) {
+          connection_.reset();
+          continue;
+        }
         // Damage met at work: opening it again checks the whole file.
         if (std::exchange(connection_, nullptr)) continue;
       }

@@ -66,6 +66,16 @@ std::optional<StoreFile::Identity> StoreFile::identity() const {
 
 StoreFile::Identity StoreFile::prepare() const {
   if (path_.empty()) throw StoreError{"there is no folder for the store: HOME is not set"};
+  // What was there a moment ago may have been set aside by another process.
+  constexpr int attempts = 5;
+  for (int i = 1;; ++i) {
+    makeIfMissing();
+    if (const auto found = identity()) return *found;
+    if (i == attempts) fail(path_, "cannot reach the store", lastError());
+  }
+}
+
+void StoreFile::makeIfMissing() const {
   std::error_code error;
   const auto status = fs::status(path_, error);
   if (status.type() == fs::file_type::not_found) {
@@ -78,9 +88,6 @@ StoreFile::Identity StoreFile::prepare() const {
   } else if (status.type() != fs::file_type::regular) {
     throw StoreError{"the store " + path_.string() + " is not a regular file"};
   }
-  const auto found = identity();
-  if (!found) fail(path_, "cannot reach the store", lastError());
-  return *found;
 }
 
 bool StoreFile::belongsToOther(unsigned applicationId) const {

@@ -34,6 +34,7 @@ class StoreFile {
   [[nodiscard]] std::optional<std::filesystem::path> setAside(const Identity& seen) const;
 
  private:
+  void makeIfMissing() const;
   [[nodiscard]] std::filesystem::path freeName() const;
 
   std::filesystem::path path_;

@@ -18,17 +18,28 @@ void report(const ZVError& error, const ZVRTMClient::Fail& fail, const ZVLogPosi
   if (fail) fail(error);
 }
 
-/// The completion of a join or a send: says in the log how it went, and calls the one or the other.
-/// A client that is gone hears nothing.
-AgoraRtmCompletion completionOf(std::weak_ptr<ZVRTMClient> client, std::string done,
-                                std::string failed, std::optional<std::string> detail,
-                                ZVRTMClient::Success success, ZVRTMClient::Fail fail,
-                                std::string_view function) {
+/// How an operation is told of, in the log and in its error.
+struct Telling {
+  std::string done;
+  const char* failed;
+  std::optional<std::string> detail;
+  const char* function;
+  /// A code that means that it was done before, and what the log says then.
+  std::optional<std::int64_t> alreadyCode = {};
+  std::string already = {};
+};
+
+/// Says in the log how it went, and calls the one or the other. A client that is gone hears
+/// nothing.
+AgoraRtmCompletion completionOf(std::weak_ptr<ZVRTMClient> client, Telling telling,
+                                ZVRTMClient::Success success, ZVRTMClient::Fail fail) {
   return [=, client = std::move(client)](std::int64_t code) {
     if (client.expired()) return;
-    if (code != rtmCode::success)
-      return report(ZVError::rtm(failed, code, detail), fail, ZVLogPosition(function));
-    ZVLog::i(done, ZVLogPosition(function));
+    const ZVLogPosition where(telling.function);
+    const bool isAlready = code == telling.alreadyCode;
+    if (code != rtmCode::success && !isAlready)
+      return report(ZVError::rtm(telling.failed, code, telling.detail), fail, where);
+    ZVLog::i(isAlready ? telling.already : telling.done, where);
     if (success) success();
   };
 }
@@ -99,15 +110,15 @@ void ZVRTMClient::login(Success success, ZVRetryPolicy retryPolicy) {
 }
 
 void ZVRTMClient::login(const std::string& userId, const Success& success, const Fail& fail) {
-  kit()->login(std::nullopt, userId, [=, weak = weak_from_this()](std::int64_t code) {
-    if (weak.expired()) return;
-    const ZVLogPosition where("login(userId:success:fail:)");
-    const bool isAlready = code == rtmCode::loginAlreadyLoggedIn;
-    if (code != rtmCode::success && !isAlready)
-      return report(ZVError::rtm("Login Failed", code), fail, where);
-    ZVLog::i((isAlready ? "Already Login Successfully: " : "Login Successfully: ") + userId, where);
-    if (success) success();
-  });
+  kit()->login(std::nullopt, userId,
+               completionOf(weak_from_this(),
+                            {.done = "Login Successfully: " + userId,
+                             .failed = "Login Failed",
+                             .detail = {},
+                             .function = "login(userId:success:fail:)",
+                             .alreadyCode = rtmCode::loginAlreadyLoggedIn,
+                             .already = "Already Login Successfully: " + userId},
+                            success, fail));
 }
 
 void ZVRTMClient::logout() {
@@ -122,14 +133,14 @@ void ZVRTMClient::joinChannel(const std::string& channelId,
   constexpr const char* function = "joinChannel(_:delegate:success:fail:)";
   const auto channel = kit()->createChannel(channelId, std::move(delegate));
   if (!channel) return report(ZVError::rtm("Create Channel Failed"), fail, ZVLogPosition(function));
-  auto joined = completionOf(weak_from_this(), "Join Channel Successfully: " + channelId,
-                             "Join Channel Failed", "Channel: " + channelId, success,
-                             std::move(fail), function);
-  auto already = completionOf(weak_from_this(), "Channel Already Joined: " + channelId, "", {},
-                              std::move(success), {}, function);
-  channel->join([joined = std::move(joined), already = std::move(already)](std::int64_t code) {
-    code == rtmCode::joinAlreadyJoined ? already(rtmCode::success) : joined(code);
-  });
+  channel->join(completionOf(weak_from_this(),
+                             {.done = "Join Channel Successfully: " + channelId,
+                              .failed = "Join Channel Failed",
+                              .detail = "Channel: " + channelId,
+                              .function = function,
+                              .alreadyCode = rtmCode::joinAlreadyJoined,
+                              .already = "Channel Already Joined: " + channelId},
+                             std::move(success), std::move(fail)));
 }
 
 void ZVRTMClient::leaveChannel(const std::string& channelId, bool shouldDestroy) {
@@ -148,9 +159,12 @@ void ZVRTMClient::send(const std::string& message, const std::string& peerId, Su
                        Fail fail) {
   const std::string detail = "Message: " + message + ", To: " + peerId;
   kit()->send(message, peerId,
-              completionOf(weak_from_this(), "Send Peer Message Successfully: " + detail,
-                           "Send Peer Message Failed", detail, std::move(success), std::move(fail),
-                           "send(message:to:success:fail:)"));
+              completionOf(weak_from_this(),
+                           {.done = "Send Peer Message Successfully: " + detail,
+                            .failed = "Send Peer Message Failed",
+                            .detail = detail,
+                            .function = "send(message:to:success:fail:)"},
+                           std::move(success), std::move(fail)));
 }
 
 void ZVRTMClient::writeChannel(const std::string& channelId, const std::string& message,
@@ -159,10 +173,13 @@ void ZVRTMClient::writeChannel(const std::string& channelId, const std::string& 
   if (!found)
     return ZVLog::e("Get Channel Failed with error: " + found.error().description(),
                     ZVLogPosition("writeChannel(_:message:success:fail:)"));
-  found.value()->send(
-      message, completionOf(weak_from_this(), "Send Channel Message Successfully: " + message,
-                            "Send Channel Message Failed", {}, std::move(success), std::move(fail),
-                            "send(message:success:fail:)"));
+  found.value()->send(message,
+                      completionOf(weak_from_this(),
+                                   {.done = "Send Channel Message Successfully: " + message,
+                                    .failed = "Send Channel Message Failed",
+                                    .detail = {},
+                                    .function = "send(message:success:fail:)"},
+                                   std::move(success), std::move(fail)));
 }
 
 void ZVRTMClient::getMembersOfChannel(const std::string& channelId, Members success) {

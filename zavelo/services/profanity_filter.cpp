@@ -19,8 +19,7 @@ std::vector<std::string> bannedWordsIn(std::string_view text, const ZVBannedWord
   for (const auto piece : unicode::splitAtPunctuationAndWhiteSpace(text))
     if (const auto index = banned.indexOfLowercased(piece)) indices.push_back(*index);
   std::ranges::sort(indices);
-  const auto repeated = std::ranges::unique(indices);
-  indices.erase(repeated.begin(), repeated.end());
+  indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
   std::vector<std::string> words;
   for (const std::size_t index : indices) words.push_back(banned.words()[index]);
   return words;

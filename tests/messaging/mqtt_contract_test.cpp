@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <ostream>
 
 #include "tests/messaging/mqtt_world.hpp"

@@ -1,8 +1,7 @@
-#include <CLI/CLI.hpp>
 #include <limits>
 
-#include "tools/zavelo/argument_note.hpp"
 #include "tools/zavelo/catalogue.hpp"
+#include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
 
@@ -15,12 +14,8 @@ const char* const description =
     "terminal.\n"
     "Exit status: 0 success, 1 the operation failed, 2 wrong usage.";
 
-std::string optionOf(std::string_view argument) {
-  return "--" + kebabCase(argument);
-}
-
 /// The command line as a grammar: the catalogue's groups and operations, and the commands beside
-/// them. Texts stay texts; what they must be, their readers say.
+/// them.
 class Grammar {
  public:
   Grammar() : root_(description, "zavelo") {
@@ -29,8 +24,8 @@ class Grammar {
     for (const auto& group : catalogue()) addGroup(group);
     addCensor();
     addSandbox();
-    demo_ = command(root_, "demo", "Play a member's story against a sandbox of its own");
-    version_ = command(root_, "version", "Show the version");
+    demo_ = addCommand(root_, "demo", "Play a member's story against a sandbox of its own");
+    version_ = addCommand(root_, "version", "Show the version");
   }
 
   Result<CommandLine, UsageError> parse(int count, const char* const* texts) {
@@ -56,18 +51,6 @@ class Grammar {
     CLI::Option* all = nullptr;         // of an operation that answers with pages
   };
 
-  // An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
-  static CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
-                                std::string_view placeholder) {
-    auto* option = app.add_option(
-        name, [](const CLI::results_t&) { return true; }, std::string(help));
-    return option->type_name(std::string(placeholder))->allow_extra_args(false);
-  }
-
-  static CLI::App* command(CLI::App& parent, const std::string& name, std::string_view help) {
-    return parent.add_subcommand(name, std::string(help))->fallthrough();
-  }
-
   void addGlobalOptions() {
     api_ = addOption(root_, "--api", "The backend's origin; the development backend if left out",
                      "URL")
@@ -82,11 +65,11 @@ class Grammar {
   }
 
   void addGroup(const Group& group) {
-    auto* app = command(root_, std::string(group.name), group.help);
+    auto* app = addCommand(root_, std::string(group.name), group.help);
     app->require_subcommand(1);
     for (const auto& operation : group.operations) {
-      auto* leaf = command(*app, kebabCase(operation.name), operation.help);
-      leaf->footer("The options of \"zavelo --help\" may stand here, too.");
+      auto* leaf = addCommand(*app, kebabCase(operation.name), operation.help);
+      leaf->footer(std::string(globalOptionsNote));
       leaves_.push_back({leaf, &operation, {}});
       if (operation.isPaged)
         leaves_.back().all =
@@ -96,16 +79,8 @@ class Grammar {
     }
   }
 
-  static CLI::Option* addArgument(CLI::App& app, const Argument& argument) {
-    const auto& note = noteOf(argument.name);
-    auto* option = addOption(app, optionOf(argument.name), note.help, placeholderOf(argument.type));
-    const bool isList = argument.type.kind == ArgumentKind::texts;
-    if (isList) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    return option->required(!isList && !argument.type.isOptional && note.byDefault == nullptr);
-  }
-
   void addCensor() {
-    censor_ = command(root_, "censor", "Mask the banned words of the store in a text");
+    censor_ = addCommand(root_, "censor", "Mask the banned words of the store in a text");
     text_ =
         addOption(*censor_, "TEXT", "The text; - reads it from the standard input", "")->required();
     attributed_ = censor_->add_flag("--attributed")
@@ -114,22 +89,18 @@ class Grammar {
                           "space, wherever they stand then, by a mask of their length");
     censor_->footer(
         "Without --attributed: tokens between single blanks, by \"***\".\n"
-        "The words are those of \"zavelo user naughty-words\".\n"
-        "The options of \"zavelo --help\" may stand here, too.");
+        "The words are those of \"zavelo user naughty-words\".\n" +
+        std::string(globalOptionsNote));
   }
 
   void addSandbox() {
-    sandbox_ = command(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
+    sandbox_ = addCommand(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
     port_ = addOption(*sandbox_, "--port",
                       "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
     state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
     seed_ = addOption(*sandbox_, "--seed",
                       "Its words, configuration, tags and first members, as JSON", "FILE");
     ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
-  }
-
-  static std::string textOf(const CLI::Option* option) {
-    return option->count() == 0 ? std::string() : option->results().front();
   }
 
   GlobalOptions globalOptions() const {

@@ -68,7 +68,7 @@ UsageError usageOf(const ArgumentError& error, const OperationRequest& request) 
 int runOperation(const OperationRequest& request, const GlobalOptions& options,
                  const Output& output) {
   const Operation& operation = *request.operation;
-  const auto given = jsonArguments(operation, request.arguments);
+  const auto given = jsonArguments(operation.arguments, request.arguments);
   if (!given) return output.usageError(usageOf(given.error(), request));
   const Library library = Library::start(options, output);
   if (const auto failure = library.store->failure()) return output.error("store", *failure);

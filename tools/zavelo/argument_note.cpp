@@ -36,6 +36,7 @@ json::Value thisDevice() {
 constexpr ArgumentNote notes[] = {
     {"about", "What the profile says about the user"},
     {"address", "What the place is called"},
+    {"amount", "How many; 1 if left out", &one},
     {"chatData", "A file with the chat"},
     {"count", "How many likes; 1 if left out", &one},
     {"countryCode", "The broadcaster's country"},
@@ -45,6 +46,7 @@ constexpr ArgumentNote notes[] = {
     {"displayName", "The name that others see"},
     {"dob", "Date of birth, as the backend writes dates"},
     {"gender", "As the backend words it"},
+    {"giftId", "Which gift of the store"},
     {"guestId", "The guest's user identifier"},
     {"id", "Which product"},
     {"image", "A JPEG file; a profile keeps its picture without one"},

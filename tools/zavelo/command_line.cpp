@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "tools/zavelo/catalogue.hpp"
+#include "tools/zavelo/chat_grammar.hpp"
 #include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
@@ -22,6 +23,9 @@ class Grammar {
     root_.require_subcommand(1);
     addGlobalOptions();
     for (const auto& group : catalogue()) addGroup(group);
+    chat_.emplace(root_);
+    replay_.emplace(root_);
+    inspect_.emplace(root_);
     addCensor();
     addSandbox();
     demo_ = addCommand(root_, "demo", "Play a member's story against a sandbox of its own");
@@ -59,6 +63,9 @@ class Grammar {
                  ->envname("ZAVELO_STORE");
     appId_ =
         addOption(root_, "--app-id", "The application identifier of the messaging library", "TEXT");
+    rtm_ = addOption(root_, "--rtm", "Where chat travels: mqtt://HOST:PORT or mqtts://HOST:PORT",
+                     "URL")
+               ->envname("ZAVELO_RTM");
     log_ = addOption(root_, "--log", "How much of each exchange goes to standard error", "LEVEL")
                ->check(CLI::IsMember({"none", "simple", "full"}));
     json_ = root_.add_flag("--json")->description("Write JSON, errors too");
@@ -104,7 +111,7 @@ class Grammar {
   }
 
   GlobalOptions globalOptions() const {
-    GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_)};
+    GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_), textOf(rtm_)};
     if (textOf(log_) == "simple") options.log = ZVAPIService::APILogLevel::simple;
     if (textOf(log_) == "full") options.log = ZVAPIService::APILogLevel::full;
     return options;
@@ -128,6 +135,9 @@ class Grammar {
     if (censor_->parsed())
       return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
     if (sandbox_->parsed()) return ask(sandboxRequest());
+    if (auto asked = chat_->request(helpCommand())) return ask(*std::move(asked));
+    if (auto asked = replay_->request()) return ask(*std::move(asked));
+    if (auto asked = inspect_->request(helpCommand())) return ask(*std::move(asked));
     for (const auto& leaf : leaves_)
       if (leaf.app->parsed()) return ask(operationRequest(leaf));
     return ask(HelpRequest{root_.help()});
@@ -204,8 +214,12 @@ class Grammar {
   CLI::Option* api_ = nullptr;
   CLI::Option* store_ = nullptr;
   CLI::Option* appId_ = nullptr;
+  CLI::Option* rtm_ = nullptr;
   CLI::Option* log_ = nullptr;
   CLI::Option* json_ = nullptr;
+  std::optional<ChatGrammar> chat_;
+  std::optional<ReplayGrammar> replay_;
+  std::optional<InspectGrammar> inspect_;
   CLI::App* censor_ = nullptr;
   CLI::Option* text_ = nullptr;
   CLI::Option* attributed_ = nullptr;

@@ -46,14 +46,15 @@ Operation storeOperation() {
 }  // namespace
 
 Group giftGroup() {
-  return {
-      "gift",
-      "Gifts to a broadcaster",
-      {
-          storeOperation(),
-          endpointOperation<ZVAPI::sendGift, ZVSentGift, std::string, std::int64_t, std::int64_t>(
-              "sendGift", "Give a gift to a stream's broadcaster", "slug", "giftId", "amount"),
-      }};
+  return {"gift",
+          "Gifts to a broadcaster",
+          {
+              storeOperation(),
+              endpointOperation<ZVAPI::sendGift, ZVSentGift, std::string, std::int64_t,
+                                std::int64_t, std::optional<std::int64_t>>(
+                  "sendGift", "Give a gift to somebody who broadcasts", "slug", "giftId", "amount",
+                  "receiverId"),
+          }};
 }
 
 }  // namespace zavelo::command

@@ -46,6 +46,7 @@ class Chat {
     screen_ = std::make_shared<ChatScreen>([visit = access.visit] {
       return std::string(visit->isConnected() ? "" : "not connected");
     });
+    screen_->setText(ZVTimerLabel::text(0, ZVTimerLabel::TimeStyle::full));
     keys_.emplace();
     clock_ = ZVTimerLabel::create({.label = screen_});
   }
@@ -102,10 +103,7 @@ class Chat {
   }
 
   void join() {
-    if (clock_) {
-      clock_->start();
-      clock_->reset();  // shows that no time has passed
-    }
+    if (clock_) clock_->start();
     if (const auto* count = std::get_if<std::int64_t>(&request_.exitAfter))
       talk_->endAfterEvents(*count);
     if (const auto* time = std::get_if<std::chrono::milliseconds>(&request_.exitAfter))

@@ -9,6 +9,8 @@
 #include "sandbox/api/throttle.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/control/faults.hpp"
+#include "sandbox/gifts/gift_endpoints.hpp"
+#include "sandbox/gifts/gift_pictures.hpp"
 #include "sandbox/http/connection.hpp"
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
@@ -45,6 +47,8 @@ struct Sandbox::Parts {
     router.add(audienceEndpoints(streamRoom));
     router.add(studioEndpoints(streamRoom));
     router.add(productEndpoints(streamRoom));
+    router.add(giftEndpoints(giftRoom));
+    router.add(giftPictureEndpoints(settings));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
@@ -66,6 +70,7 @@ struct Sandbox::Parts {
   Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
+  GiftRoom giftRoom{streamRoom, [](const GivenGift&) {}};
   ControlRoom controlRoom{*database, sessions, throttle, faults,
                           [this](std::string_view path) { return router.serves(path); }};
   Front front{router};

@@ -21,9 +21,10 @@ struct ActionCall {
   Transaction& transaction;
   const Arguments& arguments;
   const std::optional<std::string>& passwordHash;  ///< of the parameter "password"
+  /// What is to happen when the transaction is over, and how many messages went out by it.
+  std::function<std::int64_t()>& then;
   std::optional<Member> member{};
   std::optional<Stream> stream{};
-  std::function<void()>& then;  ///< for what is to happen when the transaction is over
 };
 
 /// What an administrator, another device or a host's app would do.

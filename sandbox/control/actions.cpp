@@ -1,11 +1,13 @@
 #include "sandbox/control/actions.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "sandbox/control/action.hpp"
+#include "sandbox/control/channel_actions.hpp"
 #include "sandbox/gifts/wallet.hpp"
 #include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/passwords.hpp"
@@ -47,8 +49,8 @@ Changed unlock(const ActionCall& of) {
   return 1;
 }
 
-const std::vector<Action>& actions() {
-  static const std::vector<Action> all{
+std::vector<Action> administrativeActions() {
+  return {
       {"expire-tokens", {{"userName", false}}, expireTokens},
       {"ban", {{"userName"}}, setBanned<1>},
       {"unban", {{"userName"}}, setBanned<0>},
@@ -57,6 +59,14 @@ const std::vector<Action>& actions() {
       {"lock-stream", {{"slug"}, {"password"}}, lock},
       {"unlock-stream", {{"slug"}}, unlock},
   };
+}
+
+const std::vector<Action>& actions() {
+  static const std::vector<Action> all = [] {
+    auto first = administrativeActions();
+    std::ranges::move(channelActions(), std::back_inserter(first));
+    return first;
+  }();
   return all;
 }
 
@@ -70,8 +80,11 @@ std::string actionNames() {
 
 /// "action" belongs to all of them.
 std::vector<Parameter> actionParameters() {
-  return {required(text("action", 1, 50)), text("userName", 1, 64), slugParameter,
-          streamPasswordParameter, integer("gold", 1, mostGoldAtOnce)};
+  std::vector<Parameter> parameters{required(text("action", 1, 50)), text("userName", 1, 64),
+                                    slugParameter, streamPasswordParameter,
+                                    integer("gold", 1, mostGoldAtOnce)};
+  std::ranges::copy(channelActionParameters(), std::back_inserter(parameters));
+  return parameters;
 }
 
 std::vector<Problem> misplaced(const Action& action, const Arguments& arguments) {
@@ -114,16 +127,14 @@ Response runAction(ControlRoom& room, const Call& call) {
   if (const auto password = call.arguments.text("password")) {
     passwordHash = room.throttle.run([&] { return hashPassword(*password); });
   }
-  std::function<void()> then = [] {};
-  Response response = room.database.transact([&](Transaction& transaction) {
-    ActionCall of{room, transaction, call.arguments, passwordHash, {}, {}, then};
-    if (const auto problem = find(of)) return fail(*problem);
-    const auto changed = action->act(of);
-    if (!changed) return fail(changed.error());
-    return succeed(json::Value(json::Object{{"changed", *changed}}));
+  std::function<std::int64_t()> then = [] { return 0; };
+  const auto changed = room.database.transact([&](Transaction& transaction) -> Changed {
+    ActionCall of{room, transaction, call.arguments, passwordHash, then};
+    if (auto problem = find(of)) return Failure{*std::move(problem)};
+    return action->act(of);
   });
-  then();
-  return response;
+  if (!changed) return fail(changed.error());
+  return succeed(json::Value(json::Object{{"changed", *changed + then()}}));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ namespace zavelo::sandbox {
 /// What a wallet holds at most: JSON carries it everywhere (RFC 8259 section 6).
 inline constexpr std::int64_t walletLimit = 9'007'199'254'740'991;
 /// What comes into one at once, from outside.
-inline constexpr double mostGoldAtOnce = 1e12;
+inline constexpr double mostGoldAtOnce = 1e15;
 
 /// The problem: more than the wallet can hold. Then nothing changes.
 [[nodiscard]] std::optional<Problem> addGold(Transaction& transaction, const Member& member,

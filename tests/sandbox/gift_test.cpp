@@ -117,9 +117,9 @@ TEST_F(GiftTest, WalletsAddUpWhenManySendAtOnce) {
 
 TEST_F(GiftTest, WalletDoesNotOverflow) {
   const json::Object more{
-      {"action", "give-gold"}, {"userName", "viewer"}, {"gold", 1'000'000'000'000}};
+      {"action", "give-gold"}, {"userName", "viewer"}, {"gold", 1'000'000'000'000'000}};
   Answer last;
-  for (int i = 0; i < 9100 && last.code() != 0; ++i) last = act(more);
+  for (int i = 0; i < 20 && last.code() != 0; ++i) last = act(more);
   EXPECT_EQ(last.message(), "The member's wallet cannot hold so much gold");
   EXPECT_THAT(act({{"action", "ban"}, {"userName", "viewer"}, {"gold", 1}}), HasCode(750));
 }

@@ -30,7 +30,7 @@ using namespace std::chrono_literals;
 /// the other end of the lifeline (file 3) close, and ends the broker and its folder.
 constexpr const char* script = R"(
 (trap '' INT TERM HUP; read -r _ <&3; kill -KILL $$; rm -rf "$2") >/dev/null 2>&1 &
-exec "$1" -c "$2/broker.conf" 3<&-
+exec "$1" -c "$2/broker.conf" 3<&- >"$2/broker.log" 2>&1
 )";
 
 /// Debian keeps it where only an administrator's PATH leads.
@@ -115,6 +115,13 @@ void writeConfiguration(const std::filesystem::path& folder, std::uint16_t port,
   for (const auto& line : options.settings) file << line << '\n';
 }
 
+std::string lastLine(const std::filesystem::path& file) {
+  std::ifstream lines(file);
+  std::string last, line;
+  while (std::getline(lines, line)) last = line;
+  return last;
+}
+
 }  // namespace
 
 Result<std::unique_ptr<BrokerProcess>, std::string> BrokerProcess::start(
@@ -174,7 +181,7 @@ Status<std::string> BrokerProcess::spawn(const std::filesystem::path& program) {
 Status<std::string> BrokerProcess::waitUntilItListens() {
   const auto deadline = std::chrono::steady_clock::now() + 10s;
   while (std::chrono::steady_clock::now() < deadline) {
-    if (!runs()) return Failure{std::string("the broker did not start; it says why above")};
+    if (!runs()) return Failure{"the broker did not start: " + lastLine(folder_ / "broker.log")};
     if (Socket().reaches(port_)) return noFailure;
     std::this_thread::sleep_for(5ms);
   }

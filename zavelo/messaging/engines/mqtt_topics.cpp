@@ -107,15 +107,28 @@ std::string mqttInboxTopic(std::string_view appId, std::string_view userId,
   return inApp(appId, "/u/", userId) + "/i/" + mqttLevel(senderId);
 }
 
+std::string mqttInboxFilter(std::string_view appId, std::string_view userId) {
+  return inApp(appId, "/u/", userId) + "/i/+";
+}
+
 std::string mqttChannelTopic(std::string_view appId, std::string_view channelId,
                              std::string_view senderId) {
   return inApp(appId, "/c/", channelId) + "/m/" + mqttLevel(senderId);
+}
+
+std::string mqttChannelFilter(std::string_view appId, std::string_view channelId) {
+  return inApp(appId, "/c/", channelId) + "/m/+";
 }
 
 std::string mqttPresenceTopic(std::string_view appId, std::string_view channelId,
                               std::string_view userId, std::string_view session) {
   return inApp(appId, "/c/", channelId) + "/p/" + std::to_string(mqttShard(userId)) + "/" +
          mqttLevel(userId) + "/" + mqttLevel(session);
+}
+
+std::string mqttPresenceFilter(std::string_view appId, std::string_view channelId,
+                               std::optional<unsigned> shard) {
+  return inApp(appId, "/c/", channelId) + "/p/" + (shard ? std::to_string(*shard) : "+") + "/+/+";
 }
 
 std::optional<MqttTopic> parsedMqttTopic(std::string_view topic) {

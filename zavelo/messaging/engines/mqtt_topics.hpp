@@ -41,6 +41,16 @@ inline constexpr unsigned mqttShardCount = 64;
                                                           std::string_view userId,
                                                           std::string_view session);
 
+// Filters for subscriptions: of everybody's texts to a user or a channel, and of who is in a
+// channel, in one of its shards or in all.
+[[nodiscard]] ZAVELO_EXPORT std::string mqttInboxFilter(std::string_view appId,
+                                                        std::string_view userId);
+[[nodiscard]] ZAVELO_EXPORT std::string mqttChannelFilter(std::string_view appId,
+                                                          std::string_view channelId);
+[[nodiscard]] ZAVELO_EXPORT std::string mqttPresenceFilter(std::string_view appId,
+                                                           std::string_view channelId,
+                                                           std::optional<unsigned> shard);
+
 /// What a topic tells about the message in it.
 struct MqttTopic {
   enum class Kind { claim, inbox, channelText, presence };

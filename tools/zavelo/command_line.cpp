@@ -108,6 +108,13 @@ class Grammar {
     seed_ = addOption(*sandbox_, "--seed",
                       "Its words, configuration, tags and first members, as JSON", "FILE");
     ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
+    brokerPort_ = addOption(*sandbox_, "--broker-port",
+                            "Where its message broker listens; 0 for any free port; 1883 if left "
+                            "out, or any beside --port 0",
+                            "INTEGER");
+    noBroker_ = sandbox_->add_flag("--no-broker")
+                    ->description("Start no message broker")
+                    ->excludes(brokerPort_);
   }
 
   GlobalOptions globalOptions() const {
@@ -159,13 +166,19 @@ class Grammar {
     request.isEphemeral = ephemeral_->count() > 0;
     if (state_->count() > 0) request.state = textOf(state_);
     if (seed_->count() > 0) request.seed = textOf(seed_);
-    if (port_->count() > 0) {
-      const auto port = integerOf(textOf(port_));
-      if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
-        throw CLI::ValidationError("--port", "expected a port, 0 to 65535, got " + textOf(port_));
-      request.port = static_cast<std::uint16_t>(*port);
-    }
+    request.port = portIn(port_).value_or(request.port);
+    request.hasBroker = noBroker_->count() == 0;
+    request.brokerPort = portIn(brokerPort_);
     return request;
+  }
+
+  static std::optional<std::uint16_t> portIn(const CLI::Option* option) {
+    if (option->count() == 0) return {};
+    const auto port = integerOf(textOf(option));
+    if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
+      throw CLI::ValidationError(option->get_name(),
+                                 "expected a port, 0 to 65535, got " + textOf(option));
+    return static_cast<std::uint16_t>(*port);
   }
 
   // ---- errors ----
@@ -228,6 +241,8 @@ class Grammar {
   CLI::Option* state_ = nullptr;
   CLI::Option* seed_ = nullptr;
   CLI::Option* ephemeral_ = nullptr;
+  CLI::Option* brokerPort_ = nullptr;
+  CLI::Option* noBroker_ = nullptr;
   CLI::App* demo_ = nullptr;
   CLI::App* version_ = nullptr;
   std::vector<Leaf> leaves_;

@@ -69,6 +69,8 @@ struct SandboxRequest {
   std::optional<std::string> state;  ///< absent: a file beside the session's
   bool isEphemeral = false;
   std::optional<std::string> seed;  ///< absent: what is built in
+  bool hasBroker = true;
+  std::optional<std::uint16_t> brokerPort;  ///< absent: the usual one, or any beside any port
 };
 struct DemoRequest {};
 struct VersionRequest {};

@@ -3,6 +3,8 @@
 #include <memory>
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "bench/member_list.hpp"
 #include "zavelo/messaging/gift_message.hpp"
@@ -71,6 +73,26 @@ struct FieldsOf<ZVStatisticMessage>
                   &ZVStatisticMessage::promoCode, &ZVStatisticMessage::promoCodeDescription,
                   &ZVStatisticMessage::placingOrderCount, &ZVStatisticMessage::cartUrl,
                   &ZVStatisticMessage::bitRate, &ZVStatisticMessage::maxBitRate> {};
+
+/// Reads each element of a list as an event, with readAs(element, shared pointer); polls go behind
+/// the others.
+template <class List, class TypeOf, class ReadAs>
+RecordedEvents recordedEvents(const List& list, const TypeOf& typeOf, const ReadAs& readAs) {
+  RecordedEvents events;
+  RecordedEvents polls;
+  for (const auto& element : list) {
+    const std::int64_t type = typeOf(element);
+    if (type == rawValue(ZVMessageType::startPoll) || type == rawValue(ZVMessageType::stopPoll)) {
+      std::shared_ptr<ZVPollMessage> poll;
+      readAs(element, poll);
+      polls.push_back(std::move(poll));
+    } else {
+      readAs(element, events.emplace_back());
+    }
+  }
+  events.insert(events.end(), polls.begin(), polls.end());
+  return events;
+}
 
 /// Calls use(std::type_identity<T>()) with the class T of the events of a type.
 template <class Use>

@@ -33,8 +33,16 @@ std::string encode(const ZVStreamMessage& event) {
   return envelope.dump();
 }
 
+RecordedEvents decodeRecorded(const std::string& file) {
+  return recordedEvents(
+      json::parse(file),
+      [](const json& event) { return event.at("messageType").get<std::int64_t>(); },
+      [](const json& event, auto& pointer) { nlo::assign(event, pointer); });
+}
+
 }  // namespace
 
 const ChatContender nlohmannChat{"nlohmann", &decode, &encode};
+const RecordedContender nlohmannRecorded{"nlohmann", &decodeRecorded};
 
 }  // namespace zavelo::bench

@@ -42,8 +42,18 @@ std::string encode(const ZVStreamMessage& event) {
   return rapid::textOf(envelope);
 }
 
+RecordedEvents decodeRecorded(const std::string& file) {
+  rapidjson::Document document;
+  rapid::parse(document, file);
+  return recordedEvents(
+      document.GetArray(),
+      [](const rapid::Value& event) { return event["messageType"].GetInt64(); },
+      [](const rapid::Value& event, auto& pointer) { rapid::assign(event, pointer); });
+}
+
 }  // namespace
 
 const ChatContender rapidjsonChat{"RapidJSON", &decode, &encode};
+const RecordedContender rapidjsonRecorded{"RapidJSON DOM", &decodeRecorded};
 
 }  // namespace zavelo::bench

@@ -31,7 +31,7 @@ std::string GeneratedChat::someLine() {
                                       "song",  "buy",    "size",   "caf\u00e9", "love",
                                       "again", "stream", "\"ok\"", "\U0001F525"};
   std::string line;
-  for (auto left = 1 + below(1 + below(38)); left > 0; --left)
+  for (auto left = 1 + below(1 + below(48)); left > 0; --left)
     line.append(words[below(std::size(words))]).append(left > 1 ? " " : "");
   return line;
 }

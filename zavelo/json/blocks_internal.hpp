@@ -53,13 +53,12 @@ constexpr std::size_t runSlack = 16;
 /// A mask of 64 characters, the lowest bit for the first; marks() compares sixteen of them.
 template <class Marks>
 std::uint64_t maskOf(const char* in, const Marks& marks) noexcept {
-  std::uint64_t mask = 0;
-  for (std::size_t at = 0; at < chunkSize; at += sizeof(Chars)) {
+  const auto bits = [&](std::size_t at) {
     Chars chars;
     std::memcpy(&chars, in + at, sizeof chars);
-    mask |= highestBits(reinterpret_cast<Chars>(marks(chars))) << at;
-  }
-  return mask;
+    return highestBits(reinterpret_cast<Chars>(marks(chars))) << at;
+  };
+  return bits(0) | bits(16) | bits(32) | bits(48);
 }
 
 /// Copies a few characters in pieces of a fixed size, which cost less than finding out how many

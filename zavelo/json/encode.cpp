@@ -45,7 +45,7 @@ class Encoder {
     return false;
   }
   bool null() {
-    out_.raw("null");
+    out_.padded("null\0\0\0", 4);
     return true;
   }
   bool flag(bool value) {

@@ -57,21 +57,26 @@ std::uint64_t tailBlock(const char* in, std::size_t left, std::size_t textSize) 
 
 constexpr std::size_t longestEscape = 6;  // \u0000
 
-char* writeEscaped(char* out, char c) {
+char* writeRareEscape(char* out, char c) {
   static constexpr char digits[] = "0123456789abcdef";
+  const auto byte = static_cast<unsigned char>(c);
   *out++ = '\\';
-  if (c == '"' || c == '\\') {
-    *out++ = c;
-  } else if (const char escape = shortEscape(c)) {
+  if (const char escape = shortEscape(c)) {
     *out++ = escape;
-  } else {
-    const auto byte = static_cast<unsigned char>(c);
-    std::memcpy(out, "u00", 3);
-    out[3] = digits[byte >> 4];
-    out[4] = digits[byte & 15];
-    out += 5;
+    return out;
   }
-  return out;
+  std::memcpy(out, "u00", 3);
+  out[3] = digits[byte >> 4];
+  out[4] = digits[byte & 15];
+  return out + 5;
+}
+
+/// Inline for what nearly all escapes are.
+inline char* writeEscaped(char* out, char c) {
+  if (c != '"' && c != '\\') return writeRareEscape(out, c);
+  out[0] = '\\';
+  out[1] = c;
+  return out + 2;
 }
 
 /// Writes 64 characters, and adds to `seen` the bits that they have. In a text with many escapes,

@@ -114,12 +114,6 @@ void TextWriter::shrink() {
   end_ = limit_ = nullptr;
 }
 
-void TextWriter::raw(std::string_view text) {
-  reserve(text.size());
-  std::memcpy(end_, text.data(), text.size());
-  end_ += text.size();
-}
-
 void TextWriter::longNumber(std::int64_t value) {
   reserve(numberTextLimit);
   end_ = writeNumberText(end_, value);

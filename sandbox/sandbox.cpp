@@ -9,6 +9,9 @@
 #include "sandbox/api/throttle.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/control/faults.hpp"
+#include "sandbox/dashboard/call_recorder.hpp"
+#include "sandbox/dashboard/dashboard_endpoints.hpp"
+#include "sandbox/events/event_stream.hpp"
 #include "sandbox/http/connection.hpp"
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
@@ -47,6 +50,11 @@ struct Sandbox::Parts {
     router.add(productEndpoints(streamRoom));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
+    router.add(pageEndpoints());
+    router.add(callLogEndpoints(dashboardRoom));
+    router.add(peopleEndpoints(dashboardRoom));
+    router.add(broadcastEndpoints(dashboardRoom));
+    router.add({eventStreamEndpoint(feed)});
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);
     });
@@ -68,7 +76,19 @@ struct Sandbox::Parts {
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
   ControlRoom controlRoom{*database, sessions, throttle, faults,
                           [this](std::string_view path) { return router.serves(path); }};
-  Front front{router};
+  EventFeed feed;
+  CallLog log;
+  StateWatch watch{*database, feed, [this] { return sessions.now(); }};
+  DashboardRoom dashboardRoom{*database,
+                              feed,
+                              log,
+                              watch,
+                              [this] { return sessions.now(); },
+                              [this] { return router.paths(); }};
+  CallRecorder recorder{{router, log, feed, [this] { return sessions.now(); },
+                         [this](const Request& request) { return callerOf(*database, request); },
+                         [this] { watch.touch(); }}};
+  Front front{recorder};
   std::unique_ptr<Listener> listener;
 };
 
@@ -118,7 +138,9 @@ const std::string& Sandbox::url() const noexcept {
 
 void Sandbox::stop() {
   parts_->faults.stop();
+  parts_->feed.stop();
   parts_->listener->stop();
+  parts_->watch.stop();
 }
 
 }  // namespace zavelo::sandbox

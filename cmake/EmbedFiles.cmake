@@ -1,5 +1,7 @@
 # Writes the files of the dashboard's page into a source file:
 #   cmake -DFOLDER=… -DNAMES=a,b -DOUTPUT=… -P EmbedFiles.cmake
+cmake_minimum_required(VERSION 3.25)
+
 string(REPLACE "," ";" names "${NAMES}")
 set(arrays)
 set(rows)

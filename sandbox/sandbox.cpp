@@ -54,7 +54,7 @@ struct Sandbox::Parts {
     router.add(callLogEndpoints(dashboardRoom));
     router.add(peopleEndpoints(dashboardRoom));
     router.add(broadcastEndpoints(dashboardRoom));
-    router.add({eventStreamEndpoint(feed)});
+    router.add(eventStreamEndpoints(feed));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);
     });

@@ -10,17 +10,17 @@
 namespace zavelo::sandbox {
 namespace {
 
+constexpr std::string_view behind = "/sandbox/events/";
 /// How often to see whether the reader is still there.
 constexpr std::chrono::seconds lookPatience{1};
 /// After so many looks in silence comes a comment, lest something between drops the connection.
 constexpr int quietLooks = 10;
 
 std::string_view lastIdOf(const Request& request) {
-  constexpr std::string_view after = "after=";
   const auto header = request.header("Last-Event-ID");
   if (!header.empty()) return header;
-  const std::string_view query = request.query;
-  return query.starts_with(after) ? query.substr(after.size()) : std::string_view();
+  const std::string_view path = request.path;
+  return path.starts_with(behind) ? path.substr(behind.size()) : std::string_view();
 }
 
 void append(std::string& text, std::string_view id, std::string_view topic, std::string_view data) {
@@ -60,8 +60,9 @@ Response openStream(EventFeed& feed, const Call& call) {
 
 }  // namespace
 
-Endpoint eventStreamEndpoint(EventFeed& feed) {
-  return get("/sandbox/events", handlersIn(feed)(openStream));
+std::vector<Endpoint> eventStreamEndpoints(EventFeed& feed) {
+  const auto handler = handlersIn(feed)(openStream);
+  return {get("/sandbox/events", handler), get("/sandbox/events/*", handler)};
 }
 
 }  // namespace zavelo::sandbox

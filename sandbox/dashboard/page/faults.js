@@ -31,11 +31,14 @@ export class Faults {
     const chosen = byId('fault-endpoint').value;
     byId('fault-endpoint').replaceChildren(element('option', {value: '*'}, 'every endpoint'),
       ...paths.map((value) => element('option', {value}, value)));
-    byId('fault-endpoint').value = chosen;
+    byId('fault-endpoint').value = ['*', ...paths].includes(chosen) ? chosen : '*';
   }
 
   setEndpoint(path) {
-    byId('fault-endpoint').value = path;
+    const select = byId('fault-endpoint');
+    select.value = path;
+    // The paths may not have been read yet.
+    if (select.value !== path) select.append(element('option', {value: path, selected: true}, path));
   }
 
   async refresh() {

@@ -6,6 +6,7 @@ find_package(SQLite3 3.40 REQUIRED)
 find_package(simdjson 3.0 REQUIRED)
 find_package(JPEG REQUIRED)
 find_package(PkgConfig REQUIRED)
+pkg_check_modules(mosquitto REQUIRED IMPORTED_TARGET libmosquitto>=2.0.11)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 
 if(ZAVELO_TOOLS OR ZAVELO_TESTS)

@@ -2,7 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 
-install(TARGETS zavelo_core zavelo_testing EXPORT zaveloTargets
+install(TARGETS zavelo_core zavelo_mqtt zavelo_testing EXPORT zaveloTargets
         FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
         FILE_SET generated DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT zaveloTargets NAMESPACE zavelo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zavelo)
@@ -24,8 +24,9 @@ file(RELATIVE_PATH ZAVELO_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 # A static library leaves its own dependencies to whoever links it.
 if(NOT BUILD_SHARED_LIBS)
   set(ZAVELO_PC_REQUIRES "libcurl sqlite3 simdjson libjpeg libutf8proc")
+  set(ZAVELO_MQTT_PC_REQUIRES ", libmosquitto")
 endif()
-foreach(package zavelo zavelo-testing)
+foreach(package zavelo zavelo-mqtt zavelo-testing)
   configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -12,6 +12,7 @@ namespace zavelo::sandbox {
 
 /// What the envelope's `code` says, as far as the sandbox says it by itself; a fault can say any.
 enum class Code : std::int64_t {
+  error = 0,  ///< what has no code of its own; the message says it
   ok = 1,
   unauthorized = 401,  ///< with HTTP 401: no access token, or one that no longer holds
   banned = 603,

@@ -15,6 +15,20 @@ void require(bool done) {
   if (!done) throw std::runtime_error("cannot make a certificate");
 }
 
+class File {
+ public:
+  explicit File(const std::filesystem::path& name) : stream_(std::fopen(name.c_str(), "a")) {
+    require(stream_ != nullptr);
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File() { std::fclose(stream_); }
+  [[nodiscard]] std::FILE* get() const { return stream_; }
+
+ private:
+  std::FILE* const stream_;
+};
+
 }  // namespace
 
 ServerCertificate::ServerCertificate(const std::string& subject)
@@ -36,11 +50,14 @@ ServerCertificate::ServerCertificate(const std::string& subject)
 }
 
 void ServerCertificate::appendTo(const std::filesystem::path& file) const {
-  std::FILE* stream = std::fopen(file.c_str(), "a");
-  require(stream != nullptr);
-  const int written = PEM_write_X509(stream, certificate.get());
-  std::fclose(stream);
-  require(written == 1);
+  const File stream(file);
+  require(PEM_write_X509(stream.get(), certificate.get()) == 1);
+}
+
+void ServerCertificate::writeKeyTo(const std::filesystem::path& file) const {
+  const File stream(file);
+  require(PEM_write_PrivateKey(stream.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr) ==
+          1);
 }
 
 }  // namespace zavelo::test

@@ -16,6 +16,7 @@ struct ServerCertificate {
 
   /// Adds the certificate to a file of those that a client is to trust.
   void appendTo(const std::filesystem::path& file) const;
+  void writeKeyTo(const std::filesystem::path& file) const;
 
   std::shared_ptr<evp_pkey_st> key;
   std::shared_ptr<x509_st> certificate;

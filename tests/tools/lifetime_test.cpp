@@ -53,6 +53,24 @@ TEST(SandboxCommand, ServesItsPortAloneUntilItIsTerminated) {
   EXPECT_EQ(ended.error, "");
 }
 
+TEST(SandboxCommand, TakesItsBrokerAlongHoweverItEnds) {
+  for (const int way : {SIGTERM, SIGKILL}) {
+    const auto sandbox = startCommand({"sandbox", "--port", "0", "--ephemeral"});
+    const auto url = memberText(sandbox->firstLine(), "rtmUrl");
+    const auto port = url.substr(url.rfind(':') + 1);
+    const auto second =
+        runCommand({"sandbox", "--ephemeral", "--port", "0", "--broker-port", port});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_THAT(second.error,
+                HasSubstr("port " + port + " for the broker: Address already in use"));
+    sandbox->signal(way);
+    (void)sandbox->wait();
+    const auto ask = "mosquitto_pub -p " + port + " -t t -n 2>&1";
+    // The shell says when nobody answers any more; a broker that stays would time the test out.
+    EXPECT_EQ(startShell("while " + ask + "; do sleep 0.02; done >/dev/null")->wait().status, 0);
+  }
+}
+
 TEST(DemoCommand, LeavesNothingBehindWhenItIsInterrupted) {
   const TemporaryFolder folder;
   const auto demo = startShell("export TMPDIR=" + folder.path().string() + "; exec \"$0\" demo");

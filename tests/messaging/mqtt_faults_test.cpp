@@ -1,0 +1,329 @@
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <deque>
+#include <fstream>
+
+#include "tests/messaging/mqtt_world.hpp"
+#include "tests/support/certificates.hpp"
+#include "tests/support/child_process.hpp"
+#include "tests/support/temporary_folder.hpp"
+
+namespace zavelo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using Ids = std::vector<std::string>;
+using Heard = std::vector<std::string>;
+
+MqttEngineOptions options(const std::string& address) {
+  MqttEngineOptions result{.address = address};
+  result.keepAlive = 5s;
+  result.sendTimeout = 1s;
+  return result;
+}
+
+TEST(MqttLogin, OfManySessionsOfOneUserOneStaysAndTheOthersDoNotFight) {
+  const auto broker = startBroker();
+  std::deque<MqttUser> sessions;
+  for (int i = 0; i < 8; ++i) sessions.emplace_back(options(addressOf(*broker)), "ann");
+  // All at once: whatever the order in which they meet, they agree on the winner.
+  std::atomic<int> answered = 0;
+  for (auto& each : sessions) each.kit->login({}, "ann", [&](std::int64_t) { ++answered; });
+  ASSERT_TRUE(waitFor([&] { return answered == 8; }));
+  const auto ended = [&] {
+    return std::ranges::count_if(sessions,
+                                 [](const auto& each) { return each.ears->has("state 5/8"); });
+  };
+  ASSERT_TRUE(waitFor([&] { return ended() == 7; }));
+  MqttUser bob(options(addressOf(*broker)), "bob");
+  bob.login();
+  EXPECT_EQ(bob.tell("ann", "who is it"), 0);
+  const auto heard = [&] {
+    return std::ranges::count_if(
+        sessions, [](const auto& each) { return each.ears->has("peer bob: who is it"); });
+  };
+  EXPECT_TRUE(waitFor([&] { return heard() == 1; }));
+  EXPECT_EQ(ended(), 7);
+  for (const auto& each : sessions) EXPECT_EQ(each.ears->count("state 2/1"), 1);
+}
+
+TEST(MqttLogin, ALaterOneWinsOverOneThatIsCutOff) {
+  const auto broker = startBroker();
+  MqttUser first(options(addressOf(*broker)), "ann");
+  first.login();
+  test::ChildProcess later({ZAVELO_MQTT_CHILD, addressOf(*broker), "ann", "c"});
+  ASSERT_EQ(later.readLine(), "in");
+  EXPECT_TRUE(first.hears("state 5/8"));
+  EXPECT_EQ(first.tell("ann", "x"), rtmCode::notLoggedIn);
+}
+
+TEST(MqttBreak, ABrokerThatIsKilledAndComesBackFindsEverybodyAgain) {
+  auto broker = startBroker();
+  const auto port = broker->port();
+  MqttUser ann(options(addressOf(*broker)), "ann"), bob(options(addressOf(*broker)), "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  ASSERT_TRUE(ann.hears("c +bob"));
+  ann.ears->forget(), bob.ears->forget();
+
+  kill(broker->process(), SIGKILL);
+  ASSERT_TRUE(ann.hears("state 4/5") && bob.hears("state 4/5"));
+  ASSERT_TRUE(waitFor([&] { return ann.say("c", "lost") != 0; }));
+  EXPECT_NE(ann.tell("bob", "lost"), 0);
+  EXPECT_EQ(ann.members("c"), Ids{"none"});
+  EXPECT_EQ(ann.login(), rtmCode::loginAlreadyLoggedIn);
+
+  broker.reset();
+  broker = startBroker({.port = port});
+  ASSERT_TRUE(ann.hears("state 3/2") && bob.hears("state 3/2"));
+  ASSERT_TRUE(waitFor([&] { return ann.members("c") == Ids({"ann", "bob"}); }));
+  ASSERT_TRUE(waitFor([&] { return bob.members("c") == Ids({"ann", "bob"}); }));
+  EXPECT_EQ(ann.say("c", "again"), 0);
+  EXPECT_TRUE(bob.hears("c ann: again"));
+  EXPECT_EQ(bob.tell("ann", "me too"), 0);
+  // Nobody has left and come in between, for those who were away themselves.
+  EXPECT_EQ(bob.ears->heard(), (Heard{"state 4/5", "state 3/2", "c ann: again"}));
+}
+
+TEST(MqttBreak, WhoIsMissingAfterABreakHasLeft) {
+  auto broker = startBroker();
+  const auto port = broker->port();
+  auto soon = options(addressOf(*broker));
+  soon.leftGrace = 300ms;
+  MqttUser ann(soon, "ann");
+  ann.login(), ann.join("c");
+  {
+    test::ChildProcess bob({ZAVELO_MQTT_CHILD, addressOf(*broker), "bob", "c"});
+    ASSERT_TRUE(ann.hears("c +bob"));
+    kill(broker->process(), SIGKILL);
+    ASSERT_TRUE(ann.hears("state 4/5"));
+  }
+  EXPECT_FALSE(ann.ears->has("c -bob"));
+  broker.reset();
+  broker = startBroker({.port = port});
+  EXPECT_TRUE(ann.hears("c -bob"));
+  EXPECT_EQ(ann.members("c"), Ids{"ann"});
+}
+
+TEST(MqttBreak, AFrozenBrokerAcknowledgesNothing) {
+  const auto broker = startBroker();
+  MqttUser ann(options(addressOf(*broker)), "ann"), bob(options(addressOf(*broker)), "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  kill(broker->process(), SIGSTOP);
+  EXPECT_EQ(ann.say("c", "into the cold"), rtmCode::failure);
+  MqttUser eve(options(addressOf(*broker)), "eve");
+  EXPECT_EQ(eve.tell("ann", "x"), rtmCode::notLoggedIn);
+  EXPECT_TRUE(ann.hears("state 4/5"));  // it answers no ping
+  kill(broker->process(), SIGCONT);
+  ASSERT_TRUE(ann.hears("state 3/2"));
+  ASSERT_TRUE(waitFor([&] { return bob.members("c") == Ids({"ann", "bob"}); }));
+  ASSERT_TRUE(waitFor([&] { return ann.say("c", "warm") == 0; }));
+  EXPECT_TRUE(bob.hears("c ann: warm"));
+}
+
+TEST(MqttBreak, AKilledProcessLeavesNothingBehind) {
+  const auto broker = startBroker();
+  MqttUser ann(options(addressOf(*broker)), "ann");
+  ann.login(), ann.join("c");
+  {
+    test::ChildProcess bob({ZAVELO_MQTT_CHILD, addressOf(*broker), "bob", "c"});
+    ASSERT_TRUE(ann.hears("c +bob"));
+    EXPECT_EQ(ann.tell("bob", "there?"), 0);
+  }  // by SIGKILL
+  EXPECT_TRUE(ann.hears("c -bob"));
+  EXPECT_TRUE(waitFor([&] { return ann.tell("bob", "there?") == rtmCode::failure; }));
+  MqttUser late(options(addressOf(*broker)), "late");
+  late.login(), late.join("c");
+  EXPECT_EQ(late.members("c"), Ids({"ann", "late"}));
+}
+
+TEST(MqttChannel, OfALargeOneTheOwnShardIsToldAndAllAreListed) {
+  const auto broker = startBroker();
+  auto narrow = options(addressOf(*broker));
+  narrow.memberEventsCap = 10;
+  std::deque<MqttUser> users;
+  Ids ids;
+  for (int i = 10; i < 30; ++i) {
+    ids.push_back("user" + std::to_string(i));
+    users.emplace_back(narrow, ids.back());
+    ASSERT_EQ(users.back().login(), 0);
+    ASSERT_EQ(users.back().join("c"), 0);
+  }
+  for (auto& each : users) EXPECT_EQ(each.members("c"), ids) << each.id;
+  const auto told = [](const MqttUser& user) {
+    return std::ranges::count_if(user.ears->heard(),
+                                 [](const auto& what) { return what.starts_with("c +"); });
+  };
+  EXPECT_LT(told(users.back()), 2);
+  users.back().leave("c");
+  ids.pop_back();
+  EXPECT_TRUE(waitFor([&] { return users.front().members("c") == ids; }));
+}
+
+TEST(MqttChannel, ASlowReceiverHearsEverythingInOrder) {
+  const auto broker = startBroker();
+  auto patient = options(addressOf(*broker));
+  patient.sendTimeout = 60s;
+  MqttUser ann(patient, "ann"), bob(patient, "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  constexpr int count = 5000;
+  std::atomic<int> sent = 0;
+  const auto channel = ann.kit->channels()->at("c");
+  const auto slow = bob.kit->channels()->at("c");
+  slow->getMembers([](auto) { std::this_thread::sleep_for(2s); });
+  for (int i = 0; i < count; ++i)
+    channel->send(std::to_string(i), [&](std::int64_t code) { sent += code == 0; });
+  ASSERT_TRUE(waitFor([&] { return sent == count; }));
+  ASSERT_TRUE(bob.hears("c ann: " + std::to_string(count - 1)));
+  Heard expected;
+  for (int i = 0; i < count; ++i) expected.push_back("c ann: " + std::to_string(i));
+  auto heard = bob.ears->heard();
+  std::erase_if(heard, [](const auto& what) { return !what.starts_with("c ann: "); });
+  EXPECT_EQ(heard, expected);
+}
+
+/// Whoever connects is told this, and nothing more.
+class Nonsense {
+ public:
+  explicit Nonsense(std::string text) : text_(std::move(text)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* plain = reinterpret_cast<sockaddr*>(&address);
+    if (bind(socket_, plain, size) != 0 || listen(socket_, 8) != 0 ||
+        getsockname(socket_, plain, &size) != 0)
+      throw std::runtime_error("no port");
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] {
+      for (int client; (client = accept(socket_, nullptr, nullptr)) >= 0;
+           clients_.push_back(client))
+        send(client, text_.data(), text_.size(), MSG_NOSIGNAL);
+    });
+  }
+  ~Nonsense() {
+    shutdown(socket_, SHUT_RDWR);
+    thread_.join();
+    for (const int client : clients_) close(client);
+    close(socket_);
+  }
+  [[nodiscard]] std::string address() const { return "mqtt://127.0.0.1:" + std::to_string(port_); }
+
+ private:
+  const std::string text_;
+  const int socket_ = socket(AF_INET, SOCK_STREAM, 0);
+  int port_ = 0;
+  std::vector<int> clients_;
+  std::thread thread_;
+};
+
+TEST(MqttLogin, FailsAtWhatIsNoBroker) {
+  for (const auto& text : std::initializer_list<std::string>{
+           "HTTP/1.1 400 Bad Request\r\n\r\n" + std::string(100, ' '),
+           "\xff\xff\xff\xff\xff\xff\xff", "\x20\x03\x00\x87\x00"s}) {
+    const Nonsense server(text);
+    MqttUser ann(options(server.address()), "ann");
+    EXPECT_EQ(ann.login(), rtmCode::rejected);
+    EXPECT_EQ(ann.ears->heard(), (Heard{"state 2/1", "state 1/3"}));
+  }
+  const Nonsense silent("");
+  auto brief = options(silent.address());
+  brief.loginTimeout = 200ms;
+  MqttUser ann(brief, "ann");
+  EXPECT_EQ(ann.login(), rtmCode::failure);
+  EXPECT_EQ(ann.ears->heard(), (Heard{"state 2/1", "state 1/4"}));
+
+  for (const char* address : {"", "http://127.0.0.1", "mqtt://", "mqtt://a b", "mqtt://h:0",
+                              "mqtt://h:70000", "mqtt://[::1", "mqtt://u@h", "mqtt://h/path"})
+    EXPECT_FALSE(mqttEngine({.address = address})) << address;
+}
+
+TEST(MqttLogin, NeedsWhatTheBrokerAsksFor) {
+  const test::TemporaryFolder folder;
+  const auto passwords = folder / "passwords";
+  std::ofstream(passwords) << "ann:secret\n";
+  ASSERT_EQ(test::ChildProcess({"/usr/bin/mosquitto_passwd", "-U", passwords}).wait(), 0);
+  const auto broker = startBroker({.settings = {"password_file " + passwords.string()}});
+  auto brief = options(addressOf(*broker));
+  MqttUser ann(brief, "ann");
+  EXPECT_EQ(ann.login(), rtmCode::rejected);  // without a token
+  EXPECT_EQ(ann.login(), rtmCode::rejected);
+  EXPECT_EQ(ann.ears->heard(), (Heard{"state 2/1", "state 1/3", "state 2/1", "state 1/3"}));
+  brief.token = [](const std::string& userId) { return userId == "ann" ? "secret" : ""; };
+  MqttUser known(brief, "ann");
+  EXPECT_EQ(known.login(), 0);
+  EXPECT_EQ(known.join("c"), 0);
+}
+
+TEST(MqttLogin, EndsWhenAnAdministratorEndsIt) {
+  const test::TemporaryFolder folder;
+  const auto users = (folder / "users.json").string();
+  const auto administer = [](std::vector<std::string> words) {
+    words.insert(words.begin(), {"/usr/bin/mosquitto_ctrl"});
+    return test::ChildProcess(std::move(words)).wait();
+  };
+  ASSERT_EQ(administer({"dynsec", "init", users, "admin", "secret"}), 0);
+  const auto broker = startBroker(
+      {.settings = {"plugin /usr/lib/" ZAVELO_MULTIARCH "/mosquitto_dynamic_security.so",
+                    "plugin_opt_config_file " + users}});
+  const auto change = [&](std::vector<std::string> words) {
+    const std::vector<std::string> where{"-h",    "127.0.0.1", "-p", std::to_string(broker->port()),
+                                         "-u",    "admin",     "-P", "secret",
+                                         "dynsec"};
+    words.insert(words.begin(), where.begin(), where.end());
+    EXPECT_EQ(administer(words), 0);
+  };
+  change({"createClient", "ann", "-p", "pw"});
+  auto known = options(addressOf(*broker));
+  known.token = [](const std::string&) { return "pw"; };
+  MqttUser ann(known, "ann");
+  ASSERT_EQ(ann.login(), 0);
+  ASSERT_EQ(ann.join("c"), 0);
+  change({"disableClient", "ann"});
+  EXPECT_TRUE(ann.hears("state 5/7"));
+  EXPECT_EQ(ann.say("c", "x"), rtmCode::notLoggedIn);
+  EXPECT_EQ(ann.login(), rtmCode::rejected);
+}
+
+TEST(MqttTls, ATrustedBrokerIsTalkedToAndNoOther) {
+  const test::TemporaryFolder folder;
+  const test::ServerCertificate certificate("IP:127.0.0.1"), other("IP:127.0.0.1");
+  certificate.appendTo(folder / "broker.pem");
+  certificate.writeKeyTo(folder / "key.pem");
+  other.appendTo(folder / "other.pem");
+  const auto broker = startBroker({.settings = {"certfile " + (folder / "broker.pem").string(),
+                                                "keyfile " + (folder / "key.pem").string()}});
+  auto secure = options("mqtts://127.0.0.1:" + std::to_string(broker->port()));
+  MqttUser stranger(secure, "eve");
+  EXPECT_EQ(stranger.login(), rtmCode::rejected);
+  secure.caFile = folder / "other.pem";
+  MqttUser misled(secure, "eve");
+  EXPECT_EQ(misled.login(), rtmCode::rejected);
+  MqttUser plain(options(addressOf(*broker)), "eve");
+  EXPECT_EQ(plain.login(), rtmCode::rejected);
+
+  secure.caFile = folder / "broker.pem";
+  MqttUser ann(secure, "ann"), bob(secure, "bob");
+  for (auto* each : {&ann, &bob}) {
+    ASSERT_EQ(each->login(), 0);
+    ASSERT_EQ(each->join("c"), 0);
+  }
+  // Many small ones share a record, a large one takes several.
+  const auto channel = ann.kit->channels()->at("c");
+  for (int i = 0; i < 500; ++i) channel->send(std::to_string(i), {});
+  const std::string large(300'000, 'x');
+  EXPECT_EQ(ann.say("c", large), 0);
+  EXPECT_TRUE(bob.hears("c ann: " + large));
+  EXPECT_EQ(std::ranges::count_if(bob.ears->heard(),
+                                  [](const auto& what) { return what.starts_with("c ann: "); }),
+            501);
+}
+
+}  // namespace
+}  // namespace zavelo::testing

@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include "tests/messaging/mqtt_world.hpp"
+#include "tests/support/child_process.hpp"
+#include "zavelo/messaging/engines/mqtt_topics.hpp"
+#include "zavelo/messaging/message.hpp"
+#include "zavelo/messaging/stream_message.hpp"
+
+namespace zavelo::testing {
+namespace {
+
+using Ids = std::vector<std::string>;
+
+/// The broker's own tools, as a user of their own choice.
+class Tools {
+ public:
+  explicit Tools(const sandbox::BrokerProcess& broker) : port_(std::to_string(broker.port())) {}
+
+  [[nodiscard]] test::ChildProcess listen(const std::string& filter, int count) const {
+    return test::ChildProcess({"/usr/bin/mosquitto_sub", "-V", "5", "-h", "127.0.0.1", "-p", port_,
+                               "-u", "eve", "-t", filter, "-v", "-C", std::to_string(count), "-W",
+                               "60"});
+  }
+  void publish(const std::string& user, const std::string& topic, const std::string& text) const {
+    test::ChildProcess({"/usr/bin/mosquitto_pub", "-V", "5", "-h", "127.0.0.1", "-p", port_, "-u",
+                        user, "-t", topic, "-m", text, "-q", "1", "-r"})
+        .wait();
+  }
+
+ private:
+  const std::string port_;
+};
+
+TEST(MqttWire, CarriesTheTextAsItIsUnderItsSender) {
+  const auto broker = startBroker();
+  const Tools tools(*broker);
+  MqttUser ann({.address = addressOf(*broker)}, "a/n");
+  ann.login(), ann.join("room 1");
+  auto outside = tools.listen("rt1/app/c/#", 2);
+  const auto presence = outside.readLine();  // retained: it listens now
+  EXPECT_TRUE(
+      presence.starts_with("rt1/app/c/room%201/p/" + std::to_string(mqttShard("a/n")) + "/a%2Fn/"))
+      << presence;
+
+  ZVStreamMessage line;
+  line.message = "hi \"there\" 😀";
+  line.messageType = 1;
+  const auto text = ZVMessage(line).toJsonString().value();
+  ann.say("room 1", text);
+  EXPECT_EQ(outside.readLine(), "rt1/app/c/room%201/m/a%2Fn " + text);
+}
+
+TEST(MqttWire, NobodySpeaksForAnother) {
+  const auto broker = startBroker();
+  const Tools tools(*broker);
+  MqttUser ann({.address = addressOf(*broker)}, "ann"), bob({.address = addressOf(*broker)}, "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  ASSERT_TRUE(ann.hears("c +bob"));
+  ann.ears->forget();
+  tools.publish("eve", mqttChannelTopic("app", "c", "bob"), "forged");
+  tools.publish("eve", mqttInboxTopic("app", "ann", "bob"), "forged");
+  tools.publish("eve", mqttClaimTopic("app", "ann"), "99.eve");
+  tools.publish("eve", mqttPresenceTopic("app", "c", "ghost", "s"), "1");
+  tools.publish("eve", mqttChannelTopic("app", "c", "eve"), "as myself");
+  tools.publish("eve", mqttInboxTopic("app", "ann", "eve"), "as myself");
+  EXPECT_TRUE(ann.hears("peer eve: as myself"));
+  EXPECT_TRUE(ann.hears("c eve: as myself"));
+  EXPECT_EQ(ann.ears->heard().size(), 2U);
+  EXPECT_EQ(ann.members("c"), Ids({"ann", "bob"}));
+}
+
+TEST(MqttWire, WhatIsOutOfOrderIsPassedOver) {
+  const auto broker = startBroker();
+  const Tools tools(*broker);
+  // Left behind, or written by hand.
+  tools.publish("eve", "rt1/app/c/c/p/0/eve/s", "1");  // another one's shard, unless by chance
+  tools.publish("eve", "rt1/app/c/c/m/eve", "from before");
+  tools.publish("ann", mqttClaimTopic("app", "ann"), "no claim");
+  MqttUser ann({.address = addressOf(*broker)}, "ann");
+  ASSERT_NE(mqttShard("eve"), 0U);
+  ASSERT_EQ(ann.login(), 0);
+  ASSERT_EQ(ann.join("c"), 0);
+  EXPECT_EQ(ann.members("c"), Ids({"ann"}));
+  // Somebody sweeps away what stands under ann's own name: it is said again.
+  tools.publish("ann", mqttClaimTopic("app", "ann"), "");
+  tools.publish("ann", mqttClaimTopic("app", "ann"), "0.older");
+  EXPECT_EQ(ann.tell("ann", "still here"), 0);
+  EXPECT_TRUE(ann.hears("peer ann: still here"));
+  EXPECT_FALSE(ann.ears->has("state 5/8"));
+  tools.publish("ann", mqttClaimTopic("app", "ann"), "99.newer");
+  EXPECT_TRUE(ann.hears("state 5/8"));
+}
+
+TEST(MqttTopics, StandForOneIdEach) {
+  for (const std::string id : {"ann", "a/b", "+", "#", "%2F", "ü 😀", "$SYS"}) {
+    const auto topic = parsedMqttTopic(mqttPresenceTopic("", id, id, "s"));
+    ASSERT_TRUE(topic) << id;
+    EXPECT_EQ(topic->channelId, id);
+    EXPECT_EQ(topic->userId, id);
+  }
+  for (const char* topic : {"", "rt1", "rt1/app/u/ann/t", "rt1/app/u/%61nn/s", "rt1/app/u/%2f/s",
+                            "rt1/app/u/%/s", "rt1/app/u/%2/s", "rt1/app/u/%zz/s", "rt1/app/u//s",
+                            "rt2/app/u/ann/s", "rt1/app/c/c/m/ann/more", "rt1/app/c/c/p/64/ann/s"})
+    EXPECT_FALSE(parsedMqttTopic(topic)) << topic;
+}
+
+}  // namespace
+}  // namespace zavelo::testing

@@ -1,0 +1,187 @@
+#include "zavelo/messaging/engines/mqtt.hpp"
+
+#include <charconv>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "zavelo/messaging/engines/mqtt/session_internal.hpp"
+#include "zavelo/messaging/engines/mqtt_topics.hpp"
+
+namespace zavelo {
+namespace {
+
+using detail::MqttBroker;
+using detail::MqttLoop;
+using detail::MqttSession;
+using detail::MqttSurroundings;
+
+/// How long a kit that goes waits for its goodbyes to reach the broker.
+constexpr std::chrono::milliseconds farewellTime{1000};
+
+std::optional<MqttBroker> brokerAt(std::string_view address) {
+  MqttBroker broker{{}, 1883, false};
+  if (address.starts_with("mqtts://")) {
+    broker.tls = true;
+    broker.port = 8883;
+  } else if (!address.starts_with("mqtt://")) {
+    return std::nullopt;
+  }
+  address.remove_prefix(address.find("//") + 2);
+  if (address.ends_with('/')) address.remove_suffix(1);
+  // An IPv6 address stands in brackets (RFC 3986 section 3.2.2).
+  const auto hostEnd = address.starts_with('[') ? address.find(']') : 0;
+  if (hostEnd == std::string_view::npos) return std::nullopt;
+  const auto colon = address.find(':', hostEnd);
+  auto host = address.substr(0, colon);
+  if (host.starts_with('[')) host = host.substr(1, host.size() - 2);
+  if (host.empty() || host.find_first_of("/@?# []") != std::string_view::npos) return std::nullopt;
+  broker.host = host;
+  if (colon == std::string_view::npos) return broker;
+  const auto port = address.substr(colon + 1);
+  const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), broker.port);
+  if (error != std::errc() || end != port.data() + port.size() || broker.port == 0)
+    return std::nullopt;
+  return broker;
+}
+
+/// A kit's way to its session: carries operations to the loop.
+class MqttKit final : public AgoraRtmKit, public std::enable_shared_from_this<MqttKit> {
+ public:
+  MqttKit(std::shared_ptr<MqttSurroundings> around, std::weak_ptr<AgoraRtmDelegate> delegate)
+      : around_(std::move(around)),
+        session_(std::make_shared<MqttSession>(around_, std::move(delegate))) {}
+  ~MqttKit() override {
+    around_->isGone = true;
+    around_->loop->post([session = std::move(session_)] { session->close(); });
+    if (!around_->loop->isOwnThread()) around_->loop->waitForEnd(farewellTime);
+  }
+
+  template <class Work>
+  void ask(Work work) {
+    around_->loop->post([session = session_, work = std::move(work)] { work(*session); });
+  }
+
+  void login(const std::optional<std::string>& token, const std::string& userId,
+             AgoraRtmCompletion completion) override {
+    ask([token, userId, completion = std::move(completion)](MqttSession& session) {
+      session.login(token, userId, completion);
+    });
+  }
+  void logout(AgoraRtmCompletion completion) override {
+    ask([completion = std::move(completion)](MqttSession& session) { session.logout(completion); });
+  }
+  void send(const std::string& text, const std::string& peerId,
+            AgoraRtmCompletion completion) override {
+    ask([text, peerId, completion = std::move(completion)](MqttSession& session) {
+      session.send(text, peerId, completion);
+    });
+  }
+  std::shared_ptr<AgoraRtmChannel> createChannel(
+      const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) override;
+  bool destroyChannel(const std::string& channelId) override {
+    {
+      const std::lock_guard lock(mutex_);
+      if (channels_.erase(channelId) == 0) return false;
+    }
+    ask([channelId](MqttSession& session) { session.leave(channelId, {}); });
+    return true;
+  }
+  [[nodiscard]] std::optional<Channels> channels() const override {
+    const std::lock_guard lock(mutex_);
+    return channels_;
+  }
+
+ private:
+  const std::shared_ptr<MqttSurroundings> around_;
+  std::shared_ptr<MqttSession> session_;
+  mutable std::mutex mutex_;
+  Channels channels_;
+};
+
+class Channel final : public AgoraRtmChannel {
+ public:
+  Channel(std::weak_ptr<MqttKit> kit, std::string id,
+          std::weak_ptr<AgoraRtmChannelDelegate> delegate)
+      : kit_(std::move(kit)), id_(std::move(id)), delegate_(std::move(delegate)) {}
+
+  void join(AgoraRtmCompletion completion) override {
+    ask([id = id_, delegate = delegate_, completion = std::move(completion)](MqttSession& session) {
+      session.join(id, delegate, completion);
+    });
+  }
+  void leave(AgoraRtmCompletion completion) override {
+    ask([id = id_, completion = std::move(completion)](MqttSession& session) {
+      session.leave(id, completion);
+    });
+  }
+  void send(const std::string& text, AgoraRtmCompletion completion) override {
+    ask([id = id_, text, completion = std::move(completion)](MqttSession& session) {
+      session.sendToChannel(id, text, completion);
+    });
+  }
+  void getMembers(AgoraRtmMembersCompletion completion) override {
+    ask([id = id_, completion = std::move(completion)](MqttSession& session) {
+      session.getMembers(id, completion);
+    });
+  }
+
+ private:
+  template <class Work>
+  void ask(Work work) {
+    if (const auto kit = kit_.lock()) kit->ask(std::move(work));
+  }
+
+  const std::weak_ptr<MqttKit> kit_;
+  const std::string id_;
+  const std::weak_ptr<AgoraRtmChannelDelegate> delegate_;
+};
+
+std::shared_ptr<AgoraRtmChannel> MqttKit::createChannel(
+    const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) {
+  if (channelId.empty()) return nullptr;
+  const std::lock_guard lock(mutex_);
+  auto& channel = channels_[channelId];
+  if (!channel)
+    channel = std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
+  return channel;
+}
+
+}  // namespace
+
+namespace detail {
+
+MqttPlan MqttSurroundings::planFor(const std::string& userId,
+                                   const std::optional<std::string>& loginToken,
+                                   std::string willTopic) const {
+  return {broker.host,
+          broker.port,
+          broker.tls,
+          options.caFile,
+          options.userName ? options.userName(userId) : mqttLevel(userId),
+          options.token ? options.token(userId) : loginToken,
+          std::move(willTopic),
+          options.keepAlive,
+          options.sendTimeout};
+}
+
+}  // namespace detail
+
+Result<AgoraRtmKitFactory, std::string> mqttEngine(MqttEngineOptions options) {
+  const auto broker = brokerAt(options.address);
+  if (!broker)
+    return Failure{"\"" + options.address +
+                   "\" is no broker's address; one looks like mqtt://127.0.0.1:1883"};
+  return AgoraRtmKitFactory(
+      [options = std::move(options), broker = *broker](
+          const std::string& appId,
+          std::weak_ptr<AgoraRtmDelegate> delegate) -> std::shared_ptr<AgoraRtmKit> {
+        auto loop = MqttLoop::start();
+        if (!loop) return nullptr;
+        return std::make_shared<MqttKit>(
+            std::make_shared<MqttSurroundings>(options, broker, appId, std::move(loop)),
+            std::move(delegate));
+      });
+}
+
+}  // namespace zavelo

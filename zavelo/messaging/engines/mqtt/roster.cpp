@@ -1,0 +1,38 @@
+#include "zavelo/messaging/engines/mqtt/roster_internal.hpp"
+
+namespace zavelo::detail {
+
+bool MqttRoster::add(const std::string& userId, const std::string& session) {
+  const auto [member, isNew] = members_.try_emplace(userId);
+  member->second.insert(session);
+  return isNew;
+}
+
+bool MqttRoster::remove(const std::string& userId, const std::string& session) {
+  const auto member = members_.find(userId);
+  if (member == members_.end() || member->second.erase(session) == 0 || !member->second.empty())
+    return false;
+  members_.erase(member);
+  return true;
+}
+
+void MqttRoster::doubtAll() {
+  for (auto& [userId, sessions] : members_) sessions.clear();
+}
+
+std::vector<std::string> MqttRoster::removeDoubted() {
+  std::vector<std::string> removed;
+  for (const auto& [userId, sessions] : members_)
+    if (sessions.empty()) removed.push_back(userId);
+  for (const auto& userId : removed) members_.erase(userId);
+  return removed;
+}
+
+std::vector<std::string> MqttRoster::userIds() const {
+  std::vector<std::string> ids;
+  ids.reserve(members_.size());
+  for (const auto& [userId, sessions] : members_) ids.push_back(userId);
+  return ids;
+}
+
+}  // namespace zavelo::detail

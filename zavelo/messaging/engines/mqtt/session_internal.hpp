@@ -1,0 +1,55 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zavelo/messaging/agora_rtm_kit.hpp"
+#include "zavelo/messaging/engines/mqtt/channel_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/login_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/retry_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/surroundings_internal.hpp"
+
+namespace zavelo::detail {
+
+/// What a kit does, on its loop's thread: at most one login, and its channels.
+class MqttSession final : public std::enable_shared_from_this<MqttSession> {
+ public:
+  MqttSession(std::shared_ptr<MqttSurroundings> around, std::weak_ptr<AgoraRtmDelegate> delegate);
+
+  void login(std::optional<std::string> token, std::string userId, AgoraRtmCompletion completion);
+  void logout(AgoraRtmCompletion completion);
+  void send(const std::string& text, const std::string& peerId,
+            const AgoraRtmCompletion& completion);
+
+  void join(const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate,
+            const AgoraRtmCompletion& completion);
+  void leave(const std::string& channelId, const AgoraRtmCompletion& completion);
+  void sendToChannel(const std::string& channelId, const std::string& text,
+                     const AgoraRtmCompletion& completion);
+  void getMembers(const std::string& channelId, const AgoraRtmMembersCompletion& completion);
+
+  void close();
+
+ private:
+  [[nodiscard]] bool isLoggedIn() const { return login_ && login_->isComplete(); }
+  [[nodiscard]] std::shared_ptr<MqttChannel> joined(const std::string& channelId) const;
+  MqttLogin::Reports reports();
+  void heardState(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
+  void settleLogin(std::int64_t code);
+  void ended(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
+  void leaveChannels();
+  void tell(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason) const;
+
+  const std::shared_ptr<MqttSurroundings> around_;
+  const std::weak_ptr<AgoraRtmDelegate> delegate_;
+  std::shared_ptr<MqttLogin> login_;
+  std::vector<AgoraRtmCompletion> entering_;
+  std::map<std::string, std::shared_ptr<MqttChannel>> channels_;
+  MqttRetry pace_;
+  MqttLoop::Clock::time_point notBefore_{};
+};
+
+}  // namespace zavelo::detail

@@ -86,6 +86,9 @@ void poll(const ChatCast& cast, Apps& apps) {
   apps.host.awaitText("message", "2");
   cast.passerBy.succeed(send(cast, "message", {"--message", "Shawl"}));
   for (auto* app : {&apps.host, &apps.viewer}) app->awaitText("message", "Shawl");
+  // The count goes out in rounds.
+  while (integerAt(apps.viewer.await("startPoll"), "pollData.total") < 2) {
+  }
   cast.stage.act("stop-poll", {{"slug", cast.slug}});
   const auto result = apps.viewer.await("stopPoll");
   apps.host.await("stopPoll");
@@ -127,13 +130,17 @@ void decorate(const ChatCast& cast, Apps& apps) {
   apps.host.await("floatingText");
 }
 
-/// Kind and text of each event but the statistics, which come when they come.
+/// What goes out in rounds, and so comes when it comes.
+bool isOfARound(const json::Value& event) {
+  const auto& kind = textAt(event, "kind");
+  return kind == "statistic" || (kind == "startPoll" && integerAt(event, "pollData.total") > 0);
+}
+
+/// Kind and text of each event that somebody caused.
 json::Array told(const std::vector<json::Value>& events) {
   json::Array lines;
-  for (const auto& event : events) {
-    const auto& kind = textAt(event, "kind");
-    if (kind != "statistic") lines.push_back(json::Array{kind, at(event, "message")});
-  }
+  for (const auto& event : events)
+    if (!isOfARound(event)) lines.push_back(json::Array{at(event, "kind"), at(event, "message")});
   return lines;
 }
 

@@ -70,7 +70,7 @@ TEST_F(ChatCommandTest, EndsByAnInterruptionOrASignInElsewhere) {
   const auto bob = chat("bob");
   const auto ann = chat("ann");
   const auto members = runCommand(of("ann", {"chat", "members", "--channel", "c"}));
-  EXPECT_THAT(members.output, AllOf(HasSubstr("\"1\""), HasSubstr("\"2\"")));
+  EXPECT_THAT(members.output, AllOf(HasSubstr("1\""), HasSubstr("2\"")));
   const auto replaced = ann->wait();
   EXPECT_EQ(replaced.status, 1);
   EXPECT_EQ(replaced.error, "error: chat: signed in elsewhere\n");

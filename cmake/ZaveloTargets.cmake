@@ -22,13 +22,14 @@ function(zavelo_target_defaults target)
   endif()
 endfunction()
 
-# zavelo_add_test(NAME name SOURCES a.cpp b.cpp [LIBRARIES targets])
-# One GoogleTest program; each of its tests is a ctest of its own.
+# zavelo_add_test(NAME name SOURCES a.cpp b.cpp [LIBRARIES targets] [LABELS labels])
+# One GoogleTest program; each of its tests is a ctest of its own. Those that take long have the label
+# slow.
 function(zavelo_add_test)
-  cmake_parse_arguments(TEST "" "NAME" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(TEST "" "NAME" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${TEST_NAME} ${TEST_SOURCES})
   zavelo_target_defaults(${TEST_NAME})
   target_include_directories(${TEST_NAME} PRIVATE ${PROJECT_SOURCE_DIR})
   target_link_libraries(${TEST_NAME} PRIVATE ${TEST_LIBRARIES} GTest::gmock_main)
-  gtest_discover_tests(${TEST_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(${TEST_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120 LABELS "${TEST_LABELS}")
 endfunction()

@@ -10,6 +10,9 @@
 #include "sandbox/channels/channels.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/control/faults.hpp"
+#include "sandbox/dashboard/call_recorder.hpp"
+#include "sandbox/dashboard/dashboard_endpoints.hpp"
+#include "sandbox/events/event_stream.hpp"
 #include "sandbox/gifts/gift_endpoints.hpp"
 #include "sandbox/gifts/gift_pictures.hpp"
 #include "sandbox/http/connection.hpp"
@@ -52,6 +55,11 @@ struct Sandbox::Parts {
     router.add(giftPictureEndpoints(settings));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
+    router.add(pageEndpoints());
+    router.add(callLogEndpoints(dashboardRoom));
+    router.add(peopleEndpoints(dashboardRoom));
+    router.add(broadcastEndpoints(dashboardRoom));
+    router.add(eventStreamEndpoints(feed));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);
     });
@@ -71,13 +79,25 @@ struct Sandbox::Parts {
   Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
+  EventFeed feed;
+  CallLog log;
+  StateWatch watch{*database, feed, [this] { return sessions.now(); }};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
   ControlRoom controlRoom{
       *database, sessions, throttle, faults, giftRoom, channels, [this](std::string_view path) {
         return router.serves(path);
       }};
-  Front front{router};
+  DashboardRoom dashboardRoom{*database,
+                              feed,
+                              log,
+                              watch,
+                              [this] { return sessions.now(); },
+                              [this] { return router.paths(); }};
+  CallRecorder recorder{{router, log, feed, [this] { return sessions.now(); },
+                         [this](const Request& request) { return callerOf(*database, request); },
+                         [this] { watch.touch(); }}};
+  Front front{recorder};
   std::unique_ptr<Listener> listener;
 };
 
@@ -139,8 +159,10 @@ std::optional<std::string> Sandbox::rtmUrl() const {
 
 void Sandbox::stop() {
   parts_->faults.stop();
+  parts_->feed.stop();
   parts_->listener->stop();
   parts_->channels.close();
+  parts_->watch.stop();
 }
 
 }  // namespace zavelo::sandbox

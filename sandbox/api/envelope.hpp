@@ -45,13 +45,12 @@ template <class T>
 /// A response of that JSON text.
 [[nodiscard]] Response jsonResponse(std::string body, int status = 200);
 
-namespace detail {
+/// The envelope around JSON text; a failure to write it becomes HTTP 500.
 [[nodiscard]] Response succeedWith(const Result<std::string, json::Error>& data);
-}
 
 template <class T>
 Response succeed(const T& data) {
-  return detail::succeedWith(json::encode(data));
+  return succeedWith(json::encode(data));
 }
 
 }  // namespace zavelo::sandbox

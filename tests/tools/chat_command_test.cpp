@@ -40,7 +40,7 @@ class ChatCommandTest : public CommandTest {
                                                    std::vector<std::string> arguments = {}) const {
     arguments.insert(arguments.begin(), {"chat", "--channel", "c"});
     auto process = startCommand(of(name, std::move(arguments)));
-    EXPECT_EQ(process->firstLine(), R"({"channel":"c","kind":"joined"})");
+    EXPECT_EQ(process->nextLine(), R"({"channel":"c","kind":"joined"})");
     return process;
   }
 

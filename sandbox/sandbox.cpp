@@ -7,8 +7,14 @@
 
 #include "sandbox/api/router.hpp"
 #include "sandbox/api/throttle.hpp"
+#include "sandbox/channels/channels.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/control/faults.hpp"
+#include "sandbox/dashboard/call_recorder.hpp"
+#include "sandbox/dashboard/dashboard_endpoints.hpp"
+#include "sandbox/events/event_stream.hpp"
+#include "sandbox/gifts/gift_endpoints.hpp"
+#include "sandbox/gifts/gift_pictures.hpp"
 #include "sandbox/http/connection.hpp"
 #include "sandbox/http/front.hpp"
 #include "sandbox/http/listener.hpp"
@@ -45,8 +51,15 @@ struct Sandbox::Parts {
     router.add(audienceEndpoints(streamRoom));
     router.add(studioEndpoints(streamRoom));
     router.add(productEndpoints(streamRoom));
+    router.add(giftEndpoints(giftRoom));
+    router.add(giftPictureEndpoints(settings));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
+    router.add(pageEndpoints());
+    router.add(callLogEndpoints(dashboardRoom));
+    router.add(peopleEndpoints(dashboardRoom));
+    router.add(broadcastEndpoints(dashboardRoom));
+    router.add(eventStreamEndpoints(feed));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);
     });
@@ -66,9 +79,25 @@ struct Sandbox::Parts {
   Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
-  ControlRoom controlRoom{*database, sessions, throttle, faults,
-                          [this](std::string_view path) { return router.serves(path); }};
-  Front front{router};
+  EventFeed feed;
+  CallLog log;
+  StateWatch watch{*database, feed, [this] { return sessions.now(); }};
+  Channels channels{*database, sessions, url};
+  GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
+  ControlRoom controlRoom{
+      *database, sessions, throttle, faults, giftRoom, channels, [this](std::string_view path) {
+        return router.serves(path);
+      }};
+  DashboardRoom dashboardRoom{*database,
+                              feed,
+                              log,
+                              watch,
+                              [this] { return sessions.now(); },
+                              [this] { return router.paths(); }};
+  CallRecorder recorder{{router, log, feed, [this] { return sessions.now(); },
+                         [this](const Request& request) { return callerOf(*database, request); },
+                         [this] { watch.touch(); }}};
+  Front front{recorder};
   std::unique_ptr<Listener> listener;
 };
 
@@ -76,6 +105,10 @@ namespace {
 
 Failure<std::string> unusable(const std::filesystem::path& seed, const std::string& why) {
   return Failure{"cannot use \"" + seed.string() + "\" as the seed file: " + why};
+}
+
+Failure<std::string> brokerless(const std::string& why) {
+  return Failure{why + " (another port: --broker-port, no broker: --no-broker)"};
 }
 
 }  // namespace
@@ -100,6 +133,10 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
       return unusable(options.seed, planted.error());
     }
+    if (options.brokerPort) {
+      const auto opened = parts->channels.open(*options.brokerPort, options.statisticsPeriod);
+      if (!opened) return brokerless(opened.error());
+    }
     Front& front = parts->front;
     parts->listener->run([&front](Connection& connection) { front.serve(connection); });
     return std::unique_ptr<Sandbox>(new Sandbox(std::move(parts)));
@@ -116,9 +153,16 @@ const std::string& Sandbox::url() const noexcept {
   return parts_->url;
 }
 
+std::optional<std::string> Sandbox::rtmUrl() const {
+  return parts_->channels.url();
+}
+
 void Sandbox::stop() {
   parts_->faults.stop();
+  parts_->feed.stop();
   parts_->listener->stop();
+  parts_->channels.close();
+  parts_->watch.stop();
 }
 
 }  // namespace zavelo::sandbox

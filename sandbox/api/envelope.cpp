@@ -44,7 +44,7 @@ Response failWithStatus(int status, std::string_view message) {
   return responseOf(envelope(status, message, {}), status);
 }
 
-Response detail::succeedWith(const Result<std::string, json::Error>& data) {
+Response succeedWith(const Result<std::string, json::Error>& data) {
   if (!data) throw std::runtime_error("cannot write the response: " + data.error().text());
   return jsonResponse("{\"code\":1,\"data\":" + *data + ",\"message\":\"\",\"codeDetails\":[]}");
 }

@@ -12,6 +12,7 @@ namespace zavelo::sandbox {
 
 /// What the envelope's `code` says, as far as the sandbox says it by itself; a fault can say any.
 enum class Code : std::int64_t {
+  error = 0,  ///< what has no code of its own; the message says it
   ok = 1,
   unauthorized = 401,  ///< with HTTP 401: no access token, or one that no longer holds
   banned = 603,
@@ -44,13 +45,12 @@ template <class T>
 /// A response of that JSON text.
 [[nodiscard]] Response jsonResponse(std::string body, int status = 200);
 
-namespace detail {
+/// The envelope around JSON text; a failure to write it becomes HTTP 500.
 [[nodiscard]] Response succeedWith(const Result<std::string, json::Error>& data);
-}
 
 template <class T>
 Response succeed(const T& data) {
-  return detail::succeedWith(json::encode(data));
+  return succeedWith(json::encode(data));
 }
 
 }  // namespace zavelo::sandbox

@@ -145,6 +145,10 @@ std::optional<bool> Arguments::flag(std::string_view name) const {
   return *found->second.as<bool>();
 }
 
+bool Arguments::has(std::string_view name) const {
+  return values_.contains(name) || files_.contains(name);
+}
+
 const FormPart* Arguments::file(std::string_view name) const {
   const auto found = files_.find(name);
   return found == files_.end() ? nullptr : &found->second;

@@ -80,6 +80,7 @@ class Arguments {
   [[nodiscard]] std::optional<double> number(std::string_view name) const;
   [[nodiscard]] std::optional<bool> flag(std::string_view name) const;
   [[nodiscard]] const FormPart* file(std::string_view name) const;
+  [[nodiscard]] bool has(std::string_view name) const;
   [[nodiscard]] bool empty() const { return values_.empty() && files_.empty(); }
 
  private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -18,14 +19,6 @@ bool matches(const Endpoint& endpoint, std::string_view path) {
   return path.starts_with(endpoint.path.substr(0, endpoint.path.size() - 1));
 }
 
-/// RFC 6750 section 2.1; the scheme's case does not matter (RFC 9110 section 11.1).
-std::string_view bearerToken(const Request& request) {
-  constexpr std::string_view scheme = "bearer ";
-  const auto header = request.header("Authorization");
-  if (!equalIgnoringCase(header.substr(0, scheme.size()), scheme)) return {};
-  return header.substr(scheme.size());
-}
-
 }  // namespace
 
 void Router::add(std::vector<Endpoint> endpoints) {
@@ -34,6 +27,12 @@ void Router::add(std::vector<Endpoint> endpoints) {
 
 bool Router::serves(std::string_view path) const {
   return std::ranges::any_of(endpoints_, [&](const Endpoint& e) { return matches(e, path); });
+}
+
+std::vector<std::string> Router::paths() const {
+  std::set<std::string> paths;
+  for (const auto& endpoint : endpoints_) paths.emplace(endpoint.path);
+  return {paths.begin(), paths.end()};
 }
 
 Response Router::answer(const Request& request) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,6 +27,9 @@ class Router final : public Service {
 
   /// Whether any method is served there.
   [[nodiscard]] bool serves(std::string_view path) const;
+
+  /// Of every endpoint, sorted.
+  [[nodiscard]] std::vector<std::string> paths() const;
 
   [[nodiscard]] Response answer(const Request& request) override;
   [[nodiscard]] Response reject(int status, std::string_view reason) override;

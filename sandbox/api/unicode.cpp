@@ -20,6 +20,20 @@ constexpr bool startsCharacter(char byte) noexcept {
 
 }  // namespace
 
+std::string repaired(std::string_view text) {
+  std::string whole;
+  whole.reserve(text.size());
+  while (!text.empty()) {
+    utf8proc_int32_t character = 0;
+    const auto length =
+        utf8proc_iterate(bytesOf(text), static_cast<utf8proc_ssize_t>(text.size()), &character);
+    const auto taken = length > 0 ? static_cast<std::size_t>(length) : 1;
+    whole.append(length > 0 ? text.substr(0, taken) : std::string_view("\uFFFD"));
+    text.remove_prefix(taken);
+  }
+  return whole;
+}
+
 bool isUtf8(std::string_view text) noexcept {
   while (!text.empty()) {
     utf8proc_int32_t character = 0;

@@ -8,6 +8,9 @@ namespace zavelo::sandbox {
 
 [[nodiscard]] bool isUtf8(std::string_view text) noexcept;
 
+/// The text with U+FFFD for every byte that is not UTF-8.
+[[nodiscard]] std::string repaired(std::string_view text);
+
 /// Code points in sound UTF-8.
 [[nodiscard]] std::size_t characterCount(std::string_view text) noexcept;
 

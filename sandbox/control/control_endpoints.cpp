@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "sandbox/channels/channels.hpp"
 #include "sandbox/control/actions.hpp"
 
 namespace zavelo::sandbox {
@@ -13,8 +14,10 @@ namespace {
 constexpr double mostCalls = 1'000'000;
 constexpr double longestDelayMilliseconds = 600'000;
 
-Response health(ControlRoom&, const Call&) {
-  return jsonResponse(R"({"status":"ok","version":")" ZAVELO_VERSION R"("})");
+Response health(ControlRoom& room, const Call&) {
+  const auto url = room.channels.url();
+  return jsonResponse(R"({"status":"ok","version":")" ZAVELO_VERSION R"(","rtmUrl":)" +
+                      (url ? '"' + *url + '"' : "null") + "}");
 }
 
 Response listFaults(ControlRoom& room, const Call&) {

@@ -12,12 +12,17 @@
 
 namespace zavelo::sandbox {
 
+class Channels;
+struct GiftRoom;
+
 /// What the endpoints that steer the sandbox itself work with. Outlives them.
 struct ControlRoom {
   Database& database;
   const Sessions& sessions;
   Throttle& throttle;  ///< for hashing
   FaultDesk& faults;
+  GiftRoom& gifts;
+  Channels& channels;
   std::function<bool(std::string_view path)> serves;  ///< whether there is such an endpoint
 };
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sandbox/api/envelope.hpp"
+#include "sandbox/control/fault_header.hpp"
 #include "zavelo/json/json.hpp"
 
 namespace zavelo::sandbox {
@@ -107,9 +108,15 @@ std::optional<FaultRule> FaultDesk::take(std::string_view path) {
 Response FaultDesk::around(const Request& request, const std::function<Response()>& proceed) {
   const auto rule = take(request.path);
   if (!rule) return proceed();
-  switch (rule->kind) {
+  Response response = spoilt(*rule, proceed);
+  response.headers.emplace_back(faultHeader, nameOf(rule->kind));
+  return response;
+}
+
+Response FaultDesk::spoilt(const FaultRule& rule, const std::function<Response()>& proceed) {
+  switch (rule.kind) {
     case FaultKind::delay:
-      wait(rule->delay);
+      wait(rule.delay);
       return proceed();
     case FaultKind::cut:
       return deliveredAs(proceed(), Delivery::cutMidBody);
@@ -118,7 +125,7 @@ Response FaultDesk::around(const Request& request, const std::function<Response(
     case FaultKind::unauthorized:
       return fail({Code::unauthorized, "Unauthorized!"});
     case FaultKind::code:
-      return fail({static_cast<Code>(rule->code), rule->message});
+      return fail({static_cast<Code>(rule.code), rule.message});
     case FaultKind::wrongType:
       return withWrongTypes(proceed());
     case FaultKind::invalidJson:

@@ -52,6 +52,7 @@ class FaultDesk {
 
  private:
   [[nodiscard]] std::optional<FaultRule> take(std::string_view path);
+  [[nodiscard]] Response spoilt(const FaultRule& rule, const std::function<Response()>& proceed);
   void wait(std::chrono::milliseconds time);
 
   mutable std::mutex mutex_;

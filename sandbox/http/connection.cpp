@@ -99,6 +99,12 @@ void Connection::refuse() noexcept {
   shutdown();
 }
 
+bool Connection::hasClient() const noexcept {
+  char byte = 0;
+  const ssize_t got = ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  return got > 0 || (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK));
+}
+
 void Connection::drain() {
   constexpr std::chrono::milliseconds patience{1000};
   constexpr std::size_t most = 64 * 1024 * 1024;

@@ -34,6 +34,8 @@ class Connection {
   void cutBodyAfter(std::size_t bytes) noexcept { bodyLeft_ = bytes; }
   /// Ends the connection now, without a response.
   void refuse() noexcept;
+  /// Whether the client still holds its end open.
+  [[nodiscard]] bool hasClient() const noexcept;
   /// The request was not read to its end: there is no next one on this connection.
   void closeAfterResponse() noexcept { lastRequest_ = true; }
   [[nodiscard]] bool hasNext() const noexcept { return !lastRequest_; }

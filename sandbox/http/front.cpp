@@ -54,13 +54,22 @@ bool announcesBody(const httplib::Request& received) {
           received.get_header_value("Content-Length") != "0");
 }
 
+/// httplib adds the addresses of both sides to what was received.
+bool isFromHttplib(std::string_view name) {
+  constexpr std::array<std::string_view, 4> added{"LOCAL_ADDR", "LOCAL_PORT", "REMOTE_ADDR",
+                                                  "REMOTE_PORT"};
+  return std::ranges::find(added, name) != added.end();
+}
+
 Request requestFrom(const httplib::Request& received) {
   Request request{.method = received.method, .path = received.path};
   if (const auto mark = received.target.find('?'); mark != std::string::npos) {
     request.query = received.target.substr(mark + 1);
   }
   request.isForm = received.is_multipart_form_data();
-  request.headers.assign(received.headers.begin(), received.headers.end());
+  for (const auto& [name, value] : received.headers) {
+    if (!isFromHttplib(name)) request.headers.emplace_back(name, value);
+  }
   return request;
 }
 
@@ -171,7 +180,28 @@ class Front::Server final : public httplib::Server {
     send(service_.reject(status, reason), sent);
   }
 
+  /// httplib sends bodies of unknown length only from sockets of its own. So this writes the head
+  /// too, and what httplib makes of the empty response comes to a closed connection.
+  static void stream(const Response& response) {
+    std::string head =
+        "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Type: " + response.contentType;
+    for (const auto& [name, value] : response.headers) {
+      head.append("\r\n").append(name).append(": ").append(value);
+    }
+    try {
+      const SendPiece write = [](std::string_view piece) {
+        return current->hasClient() &&
+               (piece.empty() || current->write(piece.data(), piece.size()) > 0);
+      };
+      if (write(head.append("\r\n\r\n"))) response.stream(write);
+    } catch (const std::exception&) {
+      // The head is out: the client learns by the end of the connection.
+    }
+    current->refuse();
+  }
+
   static void send(const Response& response, httplib::Response& sent) {
+    if (response.stream) return stream(response);
     sent.status = response.status;
     sent.set_content(response.body, response.contentType);
     for (const auto& [name, value] : response.headers) sent.set_header(name, value);

@@ -22,4 +22,12 @@ std::string_view Request::header(std::string_view name) const noexcept {
   return {};
 }
 
+std::string_view bearerToken(const Request& request) noexcept {
+  // The scheme's case does not matter (RFC 9110 section 11.1).
+  constexpr std::string_view scheme = "bearer ";
+  const auto header = request.header("Authorization");
+  if (!equalIgnoringCase(header.substr(0, scheme.size()), scheme)) return {};
+  return header.substr(scheme.size());
+}
+
 }  // namespace zavelo::sandbox

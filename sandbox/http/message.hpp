@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,9 @@ struct Request {
   [[nodiscard]] std::string_view header(std::string_view name) const noexcept;
 };
 
+/// The access token that came with it (RFC 6750 section 2.1); empty when there is none.
+[[nodiscard]] std::string_view bearerToken(const Request& request) noexcept;
+
 /// How much of a response reaches the client.
 enum class Delivery {
   whole,
@@ -38,12 +42,18 @@ enum class Delivery {
   none,        ///< the connection closes without a byte
 };
 
+/// Sends one more piece of a body. False when the client is gone; an empty piece only asks that.
+using SendPiece = std::function<bool(std::string_view piece)>;
+
 struct Response {
   int status = 200;
   std::string contentType{};
   std::string body{};
   Headers headers{};
   Delivery delivery = Delivery::whole;
+  /// Writes the body piece by piece, in place of `body`, for as long as it likes. The status
+  /// is 200, and the connection ends with it.
+  std::function<void(const SendPiece&)> stream{};
 };
 
 /// What stands behind the HTTP front. Called on many threads at once.

@@ -33,6 +33,7 @@ void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
   member.userName = freeUserName(transaction, userName.value_or(member.zaveloId));
   member.displayName = entry.text("displayName").value_or(member.zaveloId);
   member.passwordHash = hashOf(entry.text("password"));
+  member.gold = entry.integer("gold").value_or(startingGold);
   member.created = now;
   setPromoCode(transaction, addMember(transaction, member), entry.text("promoCode").value_or(""),
                entry.text("promoCodeDescription").value_or(""));

@@ -1,5 +1,6 @@
 #include "sandbox/seed/seed.hpp"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "sandbox/gifts/wallet.hpp"
 #include "sandbox/products/product.hpp"
 #include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/member_parameters.hpp"
@@ -66,6 +68,51 @@ Complaint readTags(const json::Value& value, std::vector<Tag>& tags) {
   return {};
 }
 
+Gift giftFrom(const Arguments& entry) {
+  return {.id = *entry.integer("giftId"),
+          .name = *entry.text("giftName"),
+          .symbol = entry.text("symbol").value_or("🎁"),
+          .gold = *entry.integer("costGold"),
+          .color = entry.integer("giftColor").value_or(0x607D8B),
+          .animation = *fromRawValue<ZVGiftAnimationType>(
+              entry.integer("giftAnimationType").value_or(rawValue(ZVGiftAnimationType::combo))),
+          .category = {entry.integer("giftCategory").value_or(0),
+                       entry.text("giftCategoryName").value_or(""),
+                       entry.integer("giftCategoryOrderIndex").value_or(0)},
+          .image = entry.text("giftImage").value_or(""),
+          .file = entry.text("giftFile").value_or("")};
+}
+
+Complaint readGifts(const json::Value& value, std::vector<Gift>& gifts) {
+  const Parameter parameters[] = {required(integer("giftId", 1, 1e15)),
+                                  required(text("giftName", 1, 100)),
+                                  required(integer("costGold", 0, dearestGift)),
+                                  text("symbol", 1, 8),
+                                  integer("giftColor", 0, 0xFFFFFF),
+                                  integer("giftAnimationType", 0, 2),
+                                  integer("giftCategory", 0, 1e15),
+                                  text("giftCategoryName", 0, 100),
+                                  integer("giftCategoryOrderIndex", 0, 1'000'000),
+                                  address("giftImage"),
+                                  address("giftFile")};
+  std::vector<Arguments> entries;
+  if (auto complaint = readEntries(value, "gifts", parameters, entries)) return complaint;
+  gifts.clear();
+  for (const auto& entry : entries) {
+    const std::string where = "gifts[" + std::to_string(gifts.size()) + "]: ";
+    Gift gift = giftFrom(entry);
+    if (std::ranges::find(gifts, gift.id, &Gift::id) != gifts.end()) {
+      return where + parameterProblem("giftId", "is another gift's too").message;
+    }
+    // Pictures and Lottie files can be drawn here, SVGA cannot.
+    if (gift.animation == ZVGiftAnimationType::svga && gift.file.empty()) {
+      return where + parameterProblem("giftFile", "missing").message;
+    }
+    gifts.push_back(std::move(gift));
+  }
+  return {};
+}
+
 Complaint readConfig(const json::Value& value, json::Object& config) {
   const auto* object = value.as<json::Object>();
   if (object == nullptr) return "config: expected an object";
@@ -105,10 +152,15 @@ Complaint readMember(const std::string& name, const json::Value& value, Seed& se
   if (name == "naughtyWords") return readWords(value, seed.settings.naughtyWords);
   if (name == "config") return readConfig(value, seed.settings.config);
   if (name == "tags") return readTags(value, seed.settings.tags);
+  if (name == "gifts") return readGifts(value, seed.settings.gifts);
   if (name == "members") {
-    const Parameter parameters[] = {required(zaveloIdParameter), userNameParameter,
-                                    displayNameParameter,        passwordParameter,
-                                    promoCodeParameter,          promoDescriptionParameter};
+    const Parameter parameters[] = {required(zaveloIdParameter),
+                                    userNameParameter,
+                                    displayNameParameter,
+                                    passwordParameter,
+                                    promoCodeParameter,
+                                    promoDescriptionParameter,
+                                    integer("gold", 0, mostGoldAtOnce)};
     return readEntries(value, name, parameters, seed.members);
   }
   if (name == "streams") {
@@ -121,7 +173,8 @@ Complaint readMember(const std::string& name, const json::Value& value, Seed& se
     const auto parameters = with({required(text("seller", 1, 100))}, productParameters());
     return readEntries(value, name, parameters, seed.products);
   }
-  return name + ": unknown; expected naughtyWords, config, tags, members, streams or products";
+  return name +
+         ": unknown; expected naughtyWords, config, tags, gifts, members, streams or products";
 }
 
 }  // namespace

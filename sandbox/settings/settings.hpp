@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sandbox/api/endpoint.hpp"
+#include "sandbox/settings/gift.hpp"
 #include "zavelo/json/json.hpp"
 
 namespace zavelo::sandbox {
@@ -30,6 +31,7 @@ struct Settings {
                       {"disablePurchaseMedals", false},
                       {"allowRecordChat", true}};  ///< of `ZVConfig`
   std::vector<Tag> tags{{1, "Talk", ""}, {2, "Music", ""}, {3, "Games", ""}, {4, "Shopping", ""}};
+  std::vector<Gift> gifts = builtInGifts();
 };
 
 /// The word list and the configuration. The settings outlive them.

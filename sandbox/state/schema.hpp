@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "sandbox/state/channel_tables.hpp"
+#include "sandbox/state/gift_tables.hpp"
 #include "sandbox/state/stream_tables.hpp"
 #include "sandbox/state/user_tables.hpp"
 
@@ -12,7 +14,7 @@ inline constexpr int applicationId = 0x5A765362;
 
 /// Builds the tables. Each step takes a file of one version to the next; a published step never
 /// changes, because files were made with it.
-inline constexpr std::array schemaSteps{userTables, streamTables};
+inline constexpr std::array schemaSteps{userTables, streamTables, giftTables, channelTables};
 inline constexpr int schemaVersion = schemaSteps.size();
 
 }  // namespace zavelo::sandbox

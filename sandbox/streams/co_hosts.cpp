@@ -26,6 +26,13 @@ std::optional<CoHost> firstCoHost(Transaction& transaction, std::int64_t stream)
       "SELECT member, position FROM co_hosts WHERE stream = ? ORDER BY position LIMIT 1", stream));
 }
 
+std::int64_t goldReceivedIn(Transaction& transaction, std::int64_t stream, std::int64_t member) {
+  return transaction
+      .first("SELECT coalesce(sum(gold), 0) FROM gifts WHERE stream = ? AND receiver = ?", stream,
+             member)
+      ->integer(0);
+}
+
 void addCoHost(Transaction& transaction, std::int64_t stream, const CoHost& coHost) {
   transaction.run("INSERT INTO co_hosts (stream, position, member) VALUES (?, ?, ?)", stream,
                   coHost.position, coHost.member);

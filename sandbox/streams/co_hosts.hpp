@@ -20,6 +20,10 @@ struct CoHost {
 /// The one with the lowest position.
 [[nodiscard]] std::optional<CoHost> firstCoHost(Transaction& transaction, std::int64_t stream);
 
+/// What the gifts that the member received in the stream cost.
+[[nodiscard]] std::int64_t goldReceivedIn(Transaction& transaction, std::int64_t stream,
+                                          std::int64_t member);
+
 /// The position is free, and the member is no co-host of the stream yet.
 void addCoHost(Transaction& transaction, std::int64_t stream, const CoHost& coHost);
 /// False when that member is not there.

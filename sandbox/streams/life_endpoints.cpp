@@ -57,7 +57,8 @@ Response finish(const StreamCall& of) {
   ZVEndStream totals;
   totals.viewCount = of.stream.viewCount;
   totals.likeCount = of.stream.likeCount;
-  totals.giftCount = totals.totalGold = 0;
+  totals.giftCount = of.stream.giftCount;
+  totals.totalGold = of.stream.totalGold;
   totals.duration = secondsLive(of.stream, of.now);
   return succeed(totals);
 }
@@ -68,7 +69,9 @@ Response statistic(const StreamCall& of) {
   ZVStreamStatistic totals;
   totals.viewCount = stream.viewCount;
   totals.likeCount = stream.likeCount;
-  totals.giftCount = totals.followerCount = totals.totalGold = 0;
+  totals.giftCount = stream.giftCount;
+  totals.totalGold = stream.totalGold;
+  totals.followerCount = 0;
   totals.status = static_cast<std::int64_t>(stream.status);
   totals.statusMessage = nameOf(stream.status);
   totals.duration = secondsLive(stream, of.now);

@@ -18,7 +18,9 @@ std::string streamsWhere(std::string_view condition) {
              "(SELECT count(*) FROM view_sessions WHERE stream = s.id), "
              "(SELECT coalesce(sum(likes), 0) FROM reactions WHERE stream = s.id), "
              "(SELECT name FROM media WHERE shelf = 'covers' AND owner = s.id), "
-             "(SELECT name FROM media WHERE shelf = 'chats' AND owner = s.id) "
+             "(SELECT name FROM media WHERE shelf = 'chats' AND owner = s.id), "
+             "(SELECT coalesce(sum(amount), 0) FROM gifts WHERE stream = s.id), "
+             "(SELECT coalesce(sum(gold), 0) FROM gifts WHERE stream = s.id) "
              "FROM streams s WHERE ")
       .append(condition);
 }
@@ -57,6 +59,8 @@ Stream streamIn(const Row& row) {
           .position = row.text(22),
           .viewCount = row.integer(23),
           .likeCount = row.integer(24),
+          .giftCount = row.integer(27),
+          .totalGold = row.integer(28),
           .coverName = row.textOrNone(25),
           .chatName = row.textOrNone(26)};
 }

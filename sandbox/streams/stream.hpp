@@ -54,6 +54,8 @@ struct Stream {
   std::string position;
   std::int64_t viewCount = 0;
   std::int64_t likeCount = 0;
+  std::int64_t giftCount = 0;
+  std::int64_t totalGold = 0;            ///< what its gifts cost
   std::optional<std::string> coverName;  ///< of the file on its shelf
   std::optional<std::string> chatName;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,7 +58,7 @@ struct StreamOperation {
   std::string_view path;
   Who who;
   When when;
-  Response (*run)(const StreamCall&);
+  std::function<Response(const StreamCall&)> run;
   std::vector<Parameter> parameters{};  ///< beside the slug
 };
 

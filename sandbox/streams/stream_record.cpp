@@ -19,8 +19,8 @@ std::optional<std::string> textOf(const std::optional<Time>& time) {
 std::shared_ptr<ZVPublisher> publisherOf(Transaction& transaction, const Stream& stream,
                                          const Member& owner, const std::string& site) {
   auto publisher = std::make_shared<ZVPublisher>();
-  publisher->isFollow = publisher->totalGold = publisher->totalGoldFans = 0;
-  publisher->followerCount = 0;
+  publisher->isFollow = publisher->followerCount = 0;
+  publisher->totalGold = publisher->totalGoldFans = owner.goldFromFans;
   publisher->isSeller = owner.isSeller;
   publisher->isHideHeartStream = publisher->isHideTextJoinStream = false;
   publisher->isHideViewerListStream = publisher->isCheckTimeSendMessage = false;

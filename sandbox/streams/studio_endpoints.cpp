@@ -53,7 +53,7 @@ std::optional<Problem> wrongHost(const StreamCall& of) {
   return parameterProblem("userId", "is not the stream's owner");
 }
 
-Response addCoHost(const StreamCall& of) {
+Response inviteCoHost(const StreamCall& of) {
   const CoHost coHost = coHostIn(of);
   if (const auto problem = wrongHost(of)) return fail(*problem);
   if (coHost.member == of.stream.owner) {
@@ -73,7 +73,7 @@ Response addCoHost(const StreamCall& of) {
   return succeed(true);
 }
 
-Response removeCoHost(const StreamCall& of) {
+Response dismissCoHost(const StreamCall& of) {
   if (const auto problem = wrongHost(of)) return fail(*problem);
   if (!removeCoHost(of.transaction, of.stream.id, coHostIn(of))) {
     return fail(parameterProblem("guestId", "is no co-host at that position"));
@@ -88,13 +88,14 @@ Response coHostCredits(const StreamCall& of) {
   if (!coHost) coHost = firstCoHost(of.transaction, of.stream.id);
   if (!coHost) return fail(parameterProblem("slug", "this stream has no co-host"));
   const Member guest = *memberById(of.transaction, coHost->member);
-  return succeed(ZVStreamCoHostCredits{.userId = of.stream.owner,
-                                       .guestId = guest.id,
-                                       .userName = guest.userName,
-                                       .displayName = guest.displayName,
-                                       .totalGold = 0,
-                                       .totalGoldFans = 0,
-                                       .position = coHost->position});
+  return succeed(
+      ZVStreamCoHostCredits{.userId = of.stream.owner,
+                            .guestId = guest.id,
+                            .userName = guest.userName,
+                            .displayName = guest.displayName,
+                            .totalGold = goldReceivedIn(of.transaction, of.stream.id, guest.id),
+                            .totalGoldFans = guest.goldFromFans,
+                            .position = coHost->position});
 }
 
 }  // namespace
@@ -128,8 +129,8 @@ std::vector<Endpoint> studioEndpoints(StreamRoom& room) {
                  When::unended,
                  movePosition,
                  {required(text("data", 0, 2000))}},
-                {"/api/streams/add-co-host", Who::owner, When::unended, addCoHost, coHost},
-                {"/api/streams/remove-co-host", Who::owner, When::unended, removeCoHost, coHost},
+                {"/api/streams/add-co-host", Who::owner, When::unended, inviteCoHost, coHost},
+                {"/api/streams/remove-co-host", Who::owner, When::unended, dismissCoHost, coHost},
                 {"/api/streams/co-hosts-credits", Who::viewer, When::ever, coHostCredits},
             });
 }

@@ -16,7 +16,8 @@ std::string membersWhere(std::string_view condition) {
              "SELECT m.id, m.zavelo_id, m.user_name, m.display_name, m.password, m.gender, m.dob, "
              "m.about, m.image, m.latitude, m.longitude, m.banned, m.created, p.name, "
              "m.promo_code, m.promo_description, "
-             "EXISTS (SELECT 1 FROM products WHERE seller = m.id) "
+             "EXISTS (SELECT 1 FROM products WHERE seller = m.id), "
+             "m.gold, m.beans, m.gold_from_fans, m.gifts_received, m.gifts_sent "
              "FROM members m LEFT JOIN media p ON p.shelf = 'profiles' AND p.owner = m.id WHERE ")
       .append(condition);
 }
@@ -38,7 +39,12 @@ Member memberIn(const Row& row) {
           .pictureName = row.textOrNone(13),
           .promoCode = row.text(14),
           .promoDescription = row.text(15),
-          .isSeller = row.integer(16) != 0};
+          .isSeller = row.integer(16) != 0,
+          .gold = row.integer(17),
+          .beans = row.integer(18),
+          .goldFromFans = row.integer(19),
+          .giftsReceived = row.integer(20),
+          .giftsSent = row.integer(21)};
 }
 
 std::optional<Member> memberIn(const std::optional<Row>& row) {
@@ -77,10 +83,10 @@ std::vector<Member> searchMembers(Transaction& transaction, std::string_view dis
 std::int64_t addMember(Transaction& transaction, const Member& member) {
   transaction.run(
       "INSERT INTO members (zavelo_id, user_name, display_name, folded_name, password, gender, "
-      "image, latitude, longitude, created) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+      "image, latitude, longitude, gold, created) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
       member.zaveloId, member.userName, member.displayName, caseFolded(member.displayName),
       member.passwordHash, member.gender, member.image, member.latitude, member.longitude,
-      stored(member.created));
+      member.gold, stored(member.created));
   return transaction.lastId();
 }
 
@@ -134,13 +140,16 @@ ZVUserInfo profileOf(const Member& member, const std::string& site) {
     *on = 1;
   }
   for (auto* none :
-       {&profile.distance, &profile.language, &profile.giftReceivedCount, &profile.giftSentCount,
-        &profile.totalBean, &profile.totalGold, &profile.totalGoldFans, &profile.followerCount,
-        &profile.followingCount, &profile.isFollow, &profile.unreadNotificationCount,
-        &profile.businessType, &profile.hideMessageDetails, &profile.unreadMessageCount,
-        &profile.nearbyFeature}) {
+       {&profile.distance, &profile.language, &profile.followerCount, &profile.followingCount,
+        &profile.isFollow, &profile.unreadNotificationCount, &profile.businessType,
+        &profile.hideMessageDetails, &profile.unreadMessageCount, &profile.nearbyFeature}) {
     *none = 0;
   }
+  profile.giftReceivedCount = member.giftsReceived;
+  profile.giftSentCount = member.giftsSent;
+  profile.totalBean = member.beans;
+  profile.totalGold = member.gold;
+  profile.totalGoldFans = member.goldFromFans;
   profile.skipHostTutorial = profile.skipViewerTutorial = profile.skipHomeTutorial = false;
   profile.isSeller = member.isSeller ? 1 : 0;
   profile.giftReceivable = true;

@@ -12,6 +12,9 @@
 
 namespace zavelo::sandbox {
 
+/// What a new member finds in the wallet.
+inline constexpr std::int64_t startingGold = 1000;
+
 /// A member as the database has it.
 struct Member {
   std::int64_t id = 0;
@@ -31,6 +34,11 @@ struct Member {
   std::string promoCode;
   std::string promoDescription;
   bool isSeller = false;  ///< has products
+  std::int64_t gold = startingGold;
+  std::int64_t beans = 0;
+  std::int64_t goldFromFans = 0;  ///< what all gifts to the member cost
+  std::int64_t giftsReceived = 0;
+  std::int64_t giftsSent = 0;
 };
 
 [[nodiscard]] std::optional<Member> memberById(Transaction& transaction, std::int64_t id);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <map>
 #include <set>
 
 #include "tests/support/loopback_server.hpp"
@@ -81,6 +82,29 @@ TEST_F(ChatDownload, FetchesAnHttpAddress) {
   EXPECT_EQ(downloaded("http://127.0.0.1/chat.json"), 0u);
   session_->lose();
   EXPECT_EQ(downloaded("http://127.0.0.1/chat.json"), 0u);
+}
+
+TEST_F(ChatDownload, SaysWhyThereIsNothingToWhoeverAsks) {
+  const auto log = testing::RecordedLog::install();
+  const test::TemporaryFolder folder;
+  const auto path = (folder / "chat.json").string();
+  std::ofstream(path) << R"([{},{"message":1}])";
+  session_->reply(404, "[{}]");
+  for (const auto& [address, reason] : std::map<std::string, std::string>{
+           {"ftp://127.0.0.1/chat.json", "not a path, file URL, http or https URL"},
+           {path + "x", "No such file or directory"},
+           {folder.path().string(), "not a regular file"},
+           {path, "[1].message: expected text"},
+           {"http://127.0.0.1/chat.json", "HTTP status 404"}}) {
+    std::string told;
+    ZaveloRecordedMessageDownloader(address, {session_, main_, background_}).load([&](auto loaded) {
+      told = loaded ? "loaded" : loaded.error();
+    });
+    background_->runDue();
+    main_->runDue();
+    EXPECT_EQ(told, reason) << address;
+  }
+  EXPECT_TRUE(log->entries().empty());
 }
 
 TEST_F(ChatDownload, IsAnsweredThoughTheQueueIsClosedBefore) {

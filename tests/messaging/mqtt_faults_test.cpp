@@ -261,6 +261,36 @@ TEST(MqttLogin, NeedsWhatTheBrokerAsksFor) {
   EXPECT_EQ(known.join("c"), 0);
 }
 
+TEST(MqttLogin, EndsWhenAnAdministratorEndsIt) {
+  const test::TemporaryFolder folder;
+  const auto users = (folder / "users.json").string();
+  const auto administer = [](std::vector<std::string> words) {
+    words.insert(words.begin(), {"/usr/bin/mosquitto_ctrl"});
+    return test::ChildProcess(std::move(words)).wait();
+  };
+  ASSERT_EQ(administer({"dynsec", "init", users, "admin", "secret"}), 0);
+  const auto broker = startBroker(
+      {.settings = {"plugin /usr/lib/" ZAVELO_MULTIARCH "/mosquitto_dynamic_security.so",
+                    "plugin_opt_config_file " + users}});
+  const auto change = [&](std::vector<std::string> words) {
+    const std::vector<std::string> where{"-h",    "127.0.0.1", "-p", std::to_string(broker->port()),
+                                         "-u",    "admin",     "-P", "secret",
+                                         "dynsec"};
+    words.insert(words.begin(), where.begin(), where.end());
+    EXPECT_EQ(administer(words), 0);
+  };
+  change({"createClient", "ann", "-p", "pw"});
+  auto known = options(addressOf(*broker));
+  known.token = [](const std::string&) { return "pw"; };
+  MqttUser ann(known, "ann");
+  ASSERT_EQ(ann.login(), 0);
+  ASSERT_EQ(ann.join("c"), 0);
+  change({"disableClient", "ann"});
+  EXPECT_TRUE(ann.hears("state 5/7"));
+  EXPECT_EQ(ann.say("c", "x"), rtmCode::notLoggedIn);
+  EXPECT_EQ(ann.login(), rtmCode::rejected);
+}
+
 TEST(MqttTls, ATrustedBrokerIsTalkedToAndNoOther) {
   const test::TemporaryFolder folder;
   const test::ServerCertificate certificate("IP:127.0.0.1"), other("IP:127.0.0.1");

@@ -34,7 +34,7 @@ TEST_F(LiveBroadcast, ViewerListHasMembersAndGuestsWithoutTheirTokens) {
   };
   EXPECT_THAT(page(0).body, HasSubstr("\"userName\":\"viewer\""));
   EXPECT_THAT(page(0).body, Not(HasSubstr("oken\":")));
-  EXPECT_THAT(page(1).body, HasSubstr("\"data\":[{\"guestId\":1}]"));
+  EXPECT_THAT(page(1).body, HasSubstr("\"data\":[{\"guestId\":1000000001}]"));
   EXPECT_EQ(page(2).data(), json::Value(json::Array{}));
   (void)call("end", host);
   EXPECT_EQ(page(0).data(), json::Value(json::Array{}));

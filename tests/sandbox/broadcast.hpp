@@ -12,6 +12,8 @@ namespace zavelo::sandbox {
 /// A member with a stream, another one who watches, and a guest.
 class Broadcast : public ::testing::Test {
  protected:
+  explicit Broadcast(const SandboxOptions& options = {}) : backend(options) {}
+
   /// `call("like", viewer, {{"count", 3}, …})` about the stream of the slug.
   [[nodiscard]] Answer call(const std::string& operation, const std::string& token,
                             json::Object more = {}) const {
@@ -47,6 +49,7 @@ class Broadcast : public ::testing::Test {
 /// One that is live.
 class LiveBroadcast : public Broadcast {
  protected:
+  using Broadcast::Broadcast;
   void SetUp() override { ASSERT_THAT(call("begin", host), HasCode(1)); }
 };
 

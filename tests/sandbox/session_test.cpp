@@ -88,9 +88,9 @@ TEST_F(SessionTest, GuestHasNoProfileAndIsKnownByItsDevice) {
   const auto guest = backend.post("/api/users/guest-login", body);
   ASSERT_THAT(guest, HasCode(1));
   EXPECT_TRUE(guest.data("userInfo").isNull());
-  EXPECT_EQ(guest.data("guestId"), json::Value(1));
+  EXPECT_GT(guest.integer("guestId"), 1'000'000'000) << "or it might be a member's id too";
   EXPECT_THAT(callWith(guest.text("accessToken")), HasCode(1));
-  EXPECT_EQ(backend.post("/api/users/guest-login", body).data("guestId"), json::Value(1));
+  EXPECT_EQ(backend.post("/api/users/guest-login", body).data("guestId"), guest.data("guestId"));
 }
 
 TEST_F(SessionTest, PromoCodeIsTakenFromMembersOnly) {

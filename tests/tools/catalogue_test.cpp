@@ -94,6 +94,17 @@ TEST(OptionName, SeparatesWordsAndKeepsAbbreviationsTogether) {
   EXPECT_EQ(kebabCase("getSettingsConfigV1"), "get-settings-config-v1");
 }
 
+TEST(GiftGroup, ShowsAPersonTheStoreByCategory) {
+  const auto store = giftGroup().operations.front();
+  EXPECT_EQ(store.readable(R"({"totalGold":7,"gifts":[
+                {"giftId":1,"giftName":"Rose","costGold":5,"giftCategoryName":"Hot",
+                 "giftCategoryOrderIndex":2},
+                {"giftName":"Car\u001b","costBean":3}]})"),
+            "you have 7 gold, 0 bean\nwithout a category\n  ?  Car\\x1b  3 bean\n"
+            "Hot\n  1  Rose  5 gold\n");
+  EXPECT_EQ(store.readable("{}"), "you have 0 gold, 0 bean\n");
+}
+
 // Whoever drives the catalogue with JSON gets the same care as a person at a terminal.
 
 std::string faultOf(std::string_view name, const json::Object& arguments) {

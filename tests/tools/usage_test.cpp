@@ -48,6 +48,16 @@ TEST(Usage, NamesWhatIsWrongAndWhereHelpIs) {
       {"--api 127.0.0.1:80 user is-login", "--api: expected a URL"},
       {"--log loud version", "--log"},
       {"sandbox --port 65536", "--port"},
+      {"chat", "--channel is required"},
+      {"chat --channel c", "--rtm: missing"},
+      {"chat --channel c --exit-after 0", "--exit-after: expected seconds like 10s or a number"},
+      {"chat --channel c --rtm http://127.0.0.1", "--rtm: "},
+      {"chat --channel \xff --rtm mqtt://127.0.0.1:1883", "--channel: expected a name in UTF-8"},
+      {"chat --channel c --send-file " + (folder / "none").string(), "--send-file: cannot open"},
+      {"chat send --channel c --type lik", "--type: expected a kind of event"},
+      {"chat send --channel c --type gift --gift-id x", "--gift-id: expected an integer"},
+      {"replay --speed -1 chat.json", "--speed: expected a number from 0 on, or max"},
+      {"replay --from 1:x chat.json", "--from: expected seconds or a time like 1:30"},
   };
   for (const auto& [line, named] : lines) {
     const auto outcome = runCommand(words(line));

@@ -78,10 +78,10 @@ Reading typedValue(const Argument& argument, const std::vector<std::string>& tex
 
 }  // namespace
 
-Result<json::Object, ArgumentError> jsonArguments(const Operation& operation,
+Result<json::Object, ArgumentError> jsonArguments(const std::vector<Argument>& arguments,
                                                   const std::vector<TypedArgument>& typed) {
   json::Object object;
-  for (const auto& argument : operation.arguments) {
+  for (const auto& argument : arguments) {
     const auto given = std::ranges::find(typed, &argument, &TypedArgument::argument);
     if (given != typed.end()) {
       auto value = typedValue(argument, given->texts);

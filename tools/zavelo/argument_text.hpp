@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "tools/zavelo/argument.hpp"
-#include "tools/zavelo/operation.hpp"
 #include "zavelo/base/result.hpp"
+#include "zavelo/json/value.hpp"
 
 namespace zavelo::command {
 
@@ -18,10 +18,10 @@ struct TypedArgument {
   std::vector<std::string> texts;
 };
 
-/// The JSON that an operation wants of what was typed for it, defaults filled in. "-" in place of a
-/// secret reads a line, in place of JSON all of the standard input.
+/// The JSON that is wanted of what was typed for the arguments, defaults filled in. "-" in place of
+/// a secret reads a line, in place of JSON all of the standard input.
 [[nodiscard]] Result<json::Object, ArgumentError> jsonArguments(
-    const Operation& operation, const std::vector<TypedArgument>& typed);
+    const std::vector<Argument>& arguments, const std::vector<TypedArgument>& typed);
 
 /// Numbers as text, whatever the locale. No value for anything else around or beside them, or
 /// outside the range.

@@ -3,8 +3,8 @@
 namespace zavelo::command {
 
 const std::vector<Group>& catalogue() {
-  static const std::vector<Group> groups{userGroup(), settingGroup(), streamGroup(), productGroup(),
-                                         callGroup()};
+  static const std::vector<Group> groups{userGroup(),    settingGroup(), streamGroup(),
+                                         productGroup(), giftGroup(),    callGroup()};
   return groups;
 }
 

@@ -21,6 +21,7 @@ struct Group {
 [[nodiscard]] Group settingGroup();
 [[nodiscard]] Group streamGroup();
 [[nodiscard]] Group productGroup();
+[[nodiscard]] Group giftGroup();
 [[nodiscard]] Group callGroup();
 
 }  // namespace zavelo::command

@@ -1,8 +1,8 @@
-#include <CLI/CLI.hpp>
 #include <limits>
 
-#include "tools/zavelo/argument_note.hpp"
 #include "tools/zavelo/catalogue.hpp"
+#include "tools/zavelo/chat_grammar.hpp"
+#include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
 
@@ -15,22 +15,21 @@ const char* const description =
     "terminal.\n"
     "Exit status: 0 success, 1 the operation failed, 2 wrong usage.";
 
-std::string optionOf(std::string_view argument) {
-  return "--" + kebabCase(argument);
-}
-
 /// The command line as a grammar: the catalogue's groups and operations, and the commands beside
-/// them. Texts stay texts; what they must be, their readers say.
+/// them.
 class Grammar {
  public:
   Grammar() : root_(description, "zavelo") {
     root_.require_subcommand(1);
     addGlobalOptions();
     for (const auto& group : catalogue()) addGroup(group);
+    chat_.emplace(root_);
+    replay_.emplace(root_);
+    inspect_.emplace(root_);
     addCensor();
     addSandbox();
-    demo_ = command(root_, "demo", "Play a member's story against a sandbox of its own");
-    version_ = command(root_, "version", "Show the version");
+    demo_ = addCommand(root_, "demo", "Play a member's story against a sandbox of its own");
+    version_ = addCommand(root_, "version", "Show the version");
   }
 
   Result<CommandLine, UsageError> parse(int count, const char* const* texts) {
@@ -56,18 +55,6 @@ class Grammar {
     CLI::Option* all = nullptr;         // of an operation that answers with pages
   };
 
-  // An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
-  static CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
-                                std::string_view placeholder) {
-    auto* option = app.add_option(
-        name, [](const CLI::results_t&) { return true; }, std::string(help));
-    return option->type_name(std::string(placeholder))->allow_extra_args(false);
-  }
-
-  static CLI::App* command(CLI::App& parent, const std::string& name, std::string_view help) {
-    return parent.add_subcommand(name, std::string(help))->fallthrough();
-  }
-
   void addGlobalOptions() {
     api_ = addOption(root_, "--api", "The backend's origin; the development backend if left out",
                      "URL")
@@ -76,17 +63,20 @@ class Grammar {
                  ->envname("ZAVELO_STORE");
     appId_ =
         addOption(root_, "--app-id", "The application identifier of the messaging library", "TEXT");
+    rtm_ = addOption(root_, "--rtm", "Where chat travels: mqtt://HOST:PORT or mqtts://HOST:PORT",
+                     "URL")
+               ->envname("ZAVELO_RTM");
     log_ = addOption(root_, "--log", "How much of each exchange goes to standard error", "LEVEL")
                ->check(CLI::IsMember({"none", "simple", "full"}));
     json_ = root_.add_flag("--json")->description("Write JSON, errors too");
   }
 
   void addGroup(const Group& group) {
-    auto* app = command(root_, std::string(group.name), group.help);
+    auto* app = addCommand(root_, std::string(group.name), group.help);
     app->require_subcommand(1);
     for (const auto& operation : group.operations) {
-      auto* leaf = command(*app, kebabCase(operation.name), operation.help);
-      leaf->footer("The options of \"zavelo --help\" may stand here, too.");
+      auto* leaf = addCommand(*app, kebabCase(operation.name), operation.help);
+      leaf->footer(std::string(globalOptionsNote));
       leaves_.push_back({leaf, &operation, {}});
       if (operation.isPaged)
         leaves_.back().all =
@@ -96,16 +86,8 @@ class Grammar {
     }
   }
 
-  static CLI::Option* addArgument(CLI::App& app, const Argument& argument) {
-    const auto& note = noteOf(argument.name);
-    auto* option = addOption(app, optionOf(argument.name), note.help, placeholderOf(argument.type));
-    const bool isList = argument.type.kind == ArgumentKind::texts;
-    if (isList) option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    return option->required(!isList && !argument.type.isOptional && note.byDefault == nullptr);
-  }
-
   void addCensor() {
-    censor_ = command(root_, "censor", "Mask the banned words of the store in a text");
+    censor_ = addCommand(root_, "censor", "Mask the banned words of the store in a text");
     text_ =
         addOption(*censor_, "TEXT", "The text; - reads it from the standard input", "")->required();
     attributed_ = censor_->add_flag("--attributed")
@@ -114,26 +96,29 @@ class Grammar {
                           "space, wherever they stand then, by a mask of their length");
     censor_->footer(
         "Without --attributed: tokens between single blanks, by \"***\".\n"
-        "The words are those of \"zavelo user naughty-words\".\n"
-        "The options of \"zavelo --help\" may stand here, too.");
+        "The words are those of \"zavelo user naughty-words\".\n" +
+        std::string(globalOptionsNote));
   }
 
   void addSandbox() {
-    sandbox_ = command(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
+    sandbox_ = addCommand(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
     port_ = addOption(*sandbox_, "--port",
                       "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
     state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
     seed_ = addOption(*sandbox_, "--seed",
                       "Its words, configuration, tags and first members, as JSON", "FILE");
     ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
-  }
-
-  static std::string textOf(const CLI::Option* option) {
-    return option->count() == 0 ? std::string() : option->results().front();
+    brokerPort_ = addOption(*sandbox_, "--broker-port",
+                            "Where its message broker listens; 0 for any free port; 1883 if left "
+                            "out, or any beside --port 0",
+                            "INTEGER");
+    noBroker_ = sandbox_->add_flag("--no-broker")
+                    ->description("Start no message broker")
+                    ->excludes(brokerPort_);
   }
 
   GlobalOptions globalOptions() const {
-    GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_)};
+    GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_), textOf(rtm_)};
     if (textOf(log_) == "simple") options.log = ZVAPIService::APILogLevel::simple;
     if (textOf(log_) == "full") options.log = ZVAPIService::APILogLevel::full;
     return options;
@@ -157,6 +142,9 @@ class Grammar {
     if (censor_->parsed())
       return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
     if (sandbox_->parsed()) return ask(sandboxRequest());
+    if (auto asked = chat_->request(helpCommand())) return ask(*std::move(asked));
+    if (auto asked = replay_->request()) return ask(*std::move(asked));
+    if (auto asked = inspect_->request(helpCommand())) return ask(*std::move(asked));
     for (const auto& leaf : leaves_)
       if (leaf.app->parsed()) return ask(operationRequest(leaf));
     return ask(HelpRequest{root_.help()});
@@ -178,13 +166,19 @@ class Grammar {
     request.isEphemeral = ephemeral_->count() > 0;
     if (state_->count() > 0) request.state = textOf(state_);
     if (seed_->count() > 0) request.seed = textOf(seed_);
-    if (port_->count() > 0) {
-      const auto port = integerOf(textOf(port_));
-      if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
-        throw CLI::ValidationError("--port", "expected a port, 0 to 65535, got " + textOf(port_));
-      request.port = static_cast<std::uint16_t>(*port);
-    }
+    request.port = portIn(port_).value_or(request.port);
+    request.hasBroker = noBroker_->count() == 0;
+    request.brokerPort = portIn(brokerPort_);
     return request;
+  }
+
+  static std::optional<std::uint16_t> portIn(const CLI::Option* option) {
+    if (option->count() == 0) return {};
+    const auto port = integerOf(textOf(option));
+    if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
+      throw CLI::ValidationError(option->get_name(),
+                                 "expected a port, 0 to 65535, got " + textOf(option));
+    return static_cast<std::uint16_t>(*port);
   }
 
   // ---- errors ----
@@ -233,8 +227,12 @@ class Grammar {
   CLI::Option* api_ = nullptr;
   CLI::Option* store_ = nullptr;
   CLI::Option* appId_ = nullptr;
+  CLI::Option* rtm_ = nullptr;
   CLI::Option* log_ = nullptr;
   CLI::Option* json_ = nullptr;
+  std::optional<ChatGrammar> chat_;
+  std::optional<ReplayGrammar> replay_;
+  std::optional<InspectGrammar> inspect_;
   CLI::App* censor_ = nullptr;
   CLI::Option* text_ = nullptr;
   CLI::Option* attributed_ = nullptr;
@@ -243,6 +241,8 @@ class Grammar {
   CLI::Option* state_ = nullptr;
   CLI::Option* seed_ = nullptr;
   CLI::Option* ephemeral_ = nullptr;
+  CLI::Option* brokerPort_ = nullptr;
+  CLI::Option* noBroker_ = nullptr;
   CLI::App* demo_ = nullptr;
   CLI::App* version_ = nullptr;
   std::vector<Leaf> leaves_;

@@ -9,6 +9,14 @@ namespace zavelo::command {
 
 [[nodiscard]] int runOperation(const OperationRequest& request, const GlobalOptions& options,
                                const Output& output);
+[[nodiscard]] int runChat(const ChatRequest& request, const GlobalOptions& options,
+                          const Output& output);
+[[nodiscard]] int runChatMembers(const ChatMembersRequest& request, const GlobalOptions& options,
+                                 const Output& output);
+[[nodiscard]] int runChatSend(const ChatSendRequest& request, const GlobalOptions& options,
+                              const Output& output);
+[[nodiscard]] int runReplay(const ReplayRequest& request, const Output& output);
+[[nodiscard]] int runInspect(const InspectRequest& request, const Output& output);
 [[nodiscard]] int runCensor(const CensorRequest& request, const GlobalOptions& options,
                             const Output& output);
 [[nodiscard]] int runSandbox(const SandboxRequest& request, const Output& output);

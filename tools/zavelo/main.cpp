@@ -34,6 +34,15 @@ struct Runner {
   int operator()(const OperationRequest& request) const {
     return runOperation(request, options, output);
   }
+  int operator()(const ChatRequest& request) const { return runChat(request, options, output); }
+  int operator()(const ChatMembersRequest& request) const {
+    return runChatMembers(request, options, output);
+  }
+  int operator()(const ChatSendRequest& request) const {
+    return runChatSend(request, options, output);
+  }
+  int operator()(const ReplayRequest& request) const { return runReplay(request, output); }
+  int operator()(const InspectRequest& request) const { return runInspect(request, output); }
   int operator()(const CensorRequest& request) const { return runCensor(request, options, output); }
   int operator()(const SandboxRequest& request) const { return runSandbox(request, output); }
   int operator()(const DemoRequest&) const { return runDemo(output); }

@@ -35,6 +35,8 @@ struct Operation {
   std::function<Result<ZVCall, ArgumentError>(const std::vector<Argument>& arguments,
                                               const json::Object& given, JsonCompletion done)>
       invoke;
+  /// The value for a person; null: as any value is shown.
+  std::string (*readable)(const std::string& json) = nullptr;
 };
 
 namespace detail {

@@ -18,6 +18,9 @@ class Output {
  public:
   explicit Output(bool json);
 
+  /// Whether results are for a person at a terminal.
+  [[nodiscard]] bool isForPerson() const { return !jsonResults_; }
+
   /// `json` is the result as one line.
   [[nodiscard]] ExitStatus result(const std::string& json) const;
   /// For a person the text in place of the JSON.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "tools/zavelo/operation.hpp"
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/base/result.hpp"
+#include "zavelo/messaging/message_type.hpp"
 
 namespace zavelo::command {
 
@@ -20,6 +22,7 @@ struct GlobalOptions {
   std::string api;    ///< the backend's origin; empty: the development backend
   std::string store;  ///< the session's file; empty: the library's own place
   std::string appId;
+  std::string rtm;  ///< where messages travel; empty: nowhere
   ZVAPIService::APILogLevel log = ZVAPIService::APILogLevel::none;
 };
 
@@ -34,11 +37,40 @@ struct CensorRequest {
   bool isAttributed = false;
   std::string help;
 };
+struct ChatRequest {
+  std::string channel;
+  std::optional<std::string> sendFile;
+  std::optional<std::string> save;
+  /// How long it lasts, or how many events; absent: until it is interrupted.
+  std::variant<std::monostate, std::chrono::milliseconds, std::int64_t> exitAfter;
+  std::string help;
+};
+struct ChatMembersRequest {
+  std::string channel;
+  std::string help;
+};
+struct ChatSendRequest {
+  std::string channel;
+  ZVMessageType type = ZVMessageType::message;
+  std::vector<TypedArgument> fields;  ///< of `messageArguments()`
+  std::string help;
+};
+struct ReplayRequest {
+  std::string address;
+  double speed = 1;                  ///< infinite: at once
+  std::optional<std::int64_t> from;  ///< milliseconds
+};
+struct InspectRequest {
+  std::string text;  ///< "-": what the standard input holds
+  std::string help;
+};
 struct SandboxRequest {
   std::uint16_t port = 8080;
   std::optional<std::string> state;  ///< absent: a file beside the session's
   bool isEphemeral = false;
   std::optional<std::string> seed;  ///< absent: what is built in
+  bool hasBroker = true;
+  std::optional<std::uint16_t> brokerPort;  ///< absent: the usual one, or any beside any port
 };
 struct DemoRequest {};
 struct VersionRequest {};
@@ -46,8 +78,9 @@ struct HelpRequest {
   std::string text;
 };
 
-using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, CensorRequest,
-                             SandboxRequest, DemoRequest>;
+using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, ChatRequest,
+                             ChatMembersRequest, ChatSendRequest, ReplayRequest, InspectRequest,
+                             CensorRequest, SandboxRequest, DemoRequest>;
 
 struct CommandLine {
   GlobalOptions options;

@@ -59,6 +59,12 @@ Result<JsonResult, ArgumentError> allPagesOf(const Operation& operation, json::O
   }
 }
 
+ExitStatus shown(const Operation& operation, const std::string& result, const Output& output) {
+  if (!operation.hasResult) return output.result(result, "done\n");
+  if (operation.readable == nullptr || !output.isForPerson()) return output.result(result);
+  return output.result(result, operation.readable(result));
+}
+
 UsageError usageOf(const ArgumentError& error, const OperationRequest& request) {
   return {"--" + kebabCase(error.argument) + ": " + error.reason, request.help};
 }
@@ -68,7 +74,7 @@ UsageError usageOf(const ArgumentError& error, const OperationRequest& request) 
 int runOperation(const OperationRequest& request, const GlobalOptions& options,
                  const Output& output) {
   const Operation& operation = *request.operation;
-  const auto given = jsonArguments(operation, request.arguments);
+  const auto given = jsonArguments(operation.arguments, request.arguments);
   if (!given) return output.usageError(usageOf(given.error(), request));
   const Library library = Library::start(options, output);
   if (const auto failure = library.store->failure()) return output.error("store", *failure);
@@ -80,8 +86,7 @@ int runOperation(const OperationRequest& request, const GlobalOptions& options,
   const JsonResult& result = answer.value();
   int status = succeeded;
   if (result) {
-    status = operation.hasResult ? output.result(result.value())
-                                 : output.result(result.value(), "done\n");
+    status = shown(operation, result.value(), output);
   } else {
     status = output.error(result.error(), notifications.posted);
     status = Interruption::shared().status().value_or(status);

@@ -16,17 +16,28 @@ std::filesystem::path stateOf(const SandboxRequest& request) {
   return SqliteKeyValueStore::defaultFile().replace_filename("sandbox.sqlite");
 }
 
+constexpr std::uint16_t usualBrokerPort = 1883;
+
+std::optional<std::uint16_t> brokerPortOf(const SandboxRequest& request) {
+  if (!request.hasBroker) return {};
+  if (request.brokerPort) return request.brokerPort;
+  return request.port == 0 ? std::uint16_t{0} : usualBrokerPort;
+}
+
 ExitStatus announce(const sandbox::Sandbox& sandbox, const std::filesystem::path& state,
                     const Output& output) {
   const std::string where = state.empty() ? "in memory only" : state.string();
+  const auto rtmUrl = sandbox.rtmUrl();
   const auto line = json::encode(
       json::Value(json::Object{{"url", sandbox.url()},
                                {"port", sandbox.port()},
+                               {"rtmUrl", rtmUrl ? json::Value(*rtmUrl) : json::Value()},
                                {"state", state.empty() ? json::Value() : json::Value(where)}}));
-  return output.result(line ? line.value() : "{}", "The sandbox listens on " + sandbox.url() +
-                                                       "\nIts state is " + where +
-                                                       "\nTry: zavelo --api " + sandbox.url() +
-                                                       " user login-guest\nCtrl-C ends it\n");
+  return output.result(line ? line.value() : "{}",
+                       "The sandbox listens on " + sandbox.url() + "\nMessages go through " +
+                           rtmUrl.value_or("no broker") + "\nIts state is " + where +
+                           "\nTry: zavelo --api " + sandbox.url() +
+                           " user login-guest\nCtrl-C ends it\n");
 }
 
 }  // namespace
@@ -42,8 +53,10 @@ int runSandbox(const SandboxRequest& request, const Output& output) {
       return output.error("sandbox",
                           "cannot make " + state.parent_path().string() + ": " + error.message());
   }
-  const auto sandbox = sandbox::Sandbox::start(
-      {.port = request.port, .state = state, .seed = request.seed.value_or("")});
+  const auto sandbox = sandbox::Sandbox::start({.port = request.port,
+                                                .state = state,
+                                                .seed = request.seed.value_or(""),
+                                                .brokerPort = brokerPortOf(request)});
   if (!sandbox) return output.error("sandbox", sandbox.error());
   const auto status = announce(**sandbox, state, output);
   if (status == succeeded) stopped->run();

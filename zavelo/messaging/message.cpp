@@ -8,10 +8,13 @@
 namespace zavelo {
 namespace {
 
+using Decoded = Result<std::shared_ptr<ZVStreamMessage>, json::Error>;
+
 template <class T>
-std::shared_ptr<ZVStreamMessage> decodeAs(const std::string& text) {
+Decoded decodeAs(const std::string& text) {
   auto record = json::decode<std::shared_ptr<T>>(text);
-  return record ? std::move(record).value() : nullptr;
+  if (!record) return Failure{std::move(record).error()};
+  return Decoded(std::move(record).value());
 }
 
 }  // namespace
@@ -37,6 +40,11 @@ json::RecordView ZVMessage::asRecord() const {
 }
 
 std::shared_ptr<ZVStreamMessage> ZVMessageDecoder::decode() const {
+  auto decoded = decodeOrFault();
+  return decoded ? std::move(decoded).value() : nullptr;
+}
+
+Decoded ZVMessageDecoder::decodeOrFault() const {
   switch (message->type) {
     case rawValue(ZVMessageType::statistic):
       return decodeAs<ZVStatisticMessage>(message->message);

@@ -6,7 +6,9 @@
 #include <utility>
 
 #include "zavelo/base/export.hpp"
+#include "zavelo/base/result.hpp"
 #include "zavelo/json/codec.hpp"
+#include "zavelo/json/error.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 #include "zavelo/messaging/string_message.hpp"
 
@@ -48,6 +50,8 @@ class ZAVELO_EXPORT ZVMessageDecoder {
 
   /// Null when the text is no record of that class.
   [[nodiscard]] std::shared_ptr<ZVStreamMessage> decode() const;
+  /// The same, with the reason in place of null.
+  [[nodiscard]] Result<std::shared_ptr<ZVStreamMessage>, json::Error> decodeOrFault() const;
 
   std::shared_ptr<const ZVMessage> message;
 };

@@ -1,6 +1,8 @@
 #include "zavelo/messaging/recorded_chat.hpp"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 
@@ -24,24 +26,32 @@ class FileText final : public json::TextSource {
   explicit FileText(const std::string& path) {
     std::error_code ignored;
     // Opening a pipe would wait for its other end.
+    errno = 0;
     if (std::filesystem::is_regular_file(path, ignored))
       file_.reset(std::fopen(path.c_str(), "rb"));
-    failed_ = file_ == nullptr;
+    else if (std::filesystem::exists(path, ignored))
+      fault_ = "not a regular file";
+    if (file_ == nullptr) fail();
   }
 
   [[nodiscard]] std::optional<std::size_t> read(char* room, std::size_t size) override {
-    const std::size_t count = failed_ ? 0 : std::fread(room, 1, size, file_.get());
-    failed_ = failed_ || (count == 0 && std::ferror(file_.get()) != 0);
-    return failed_ ? std::nullopt : std::optional(count);
+    if (fault_) return std::nullopt;
+    const std::size_t count = std::fread(room, 1, size, file_.get());
+    if (count == 0 && std::ferror(file_.get()) != 0) fail();
+    return fault_ ? std::nullopt : std::optional(count);
   }
-  [[nodiscard]] bool failed() const noexcept { return failed_; }
+  [[nodiscard]] const std::optional<std::string>& fault() const noexcept { return fault_; }
 
  private:
+  void fail() {
+    if (!fault_) fault_ = std::strerror(errno != 0 ? errno : ENOENT);
+  }
+
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
   std::unique_ptr<std::FILE, Close> file_;
-  bool failed_ = false;
+  std::optional<std::string> fault_;
 };
 
 /// Every event is read as a poll, so that a fault in `pollData` is one wherever it stands.
@@ -64,68 +74,101 @@ Result<ZVRecordedMessages, json::Error> decodeChat(json::TextSource& source) {
   return messages;
 }
 
-ZVRecordedMessages orReport(Result<ZVRecordedMessages, json::Error> decoded) {
+using Loaded = ZaveloRecordedMessageDownloader::Loaded;
+
+/// Who learns why a text is no chat: the log too, or the caller alone.
+enum class Telling { log, callerAlone };
+
+Loaded told(Result<ZVRecordedMessages, json::Error> decoded, Telling telling) {
   if (decoded) return std::move(decoded).value();
-  const std::string text = decoded.error().text();
-  platform::logSink()->write("Error: " + text);
-  ZVLog::e(text, {"decode()"});
-  return {};
+  std::string text = decoded.error().text();
+  if (telling == Telling::log) {
+    platform::logSink()->write("Error: " + text);
+    ZVLog::e(text, {"decode()"});
+  }
+  return Failure{std::move(text)};
 }
 
-ZVRecordedMessages readFile(const std::string& path) {
+Loaded readFile(const std::string& path, Telling telling) {
   FileText file(path);
   auto decoded = decodeChat(file);
-  return file.failed() ? ZVRecordedMessages() : orReport(std::move(decoded));
+  if (file.fault()) return Failure{*file.fault()};
+  return told(std::move(decoded), telling);
 }
 
-/// Answers on the main queue; with nothing when it is destroyed before, as by a session that loses
-/// its request or a queue that is closed.
+/// Answers on the main queue, also when it is destroyed before, as by a session that loses its
+/// request or a queue that is closed.
 class Answer {
  public:
-  Answer(std::shared_ptr<Queue> mainQueue, UniqueFunction<void(ZVRecordedMessages)> completion)
+  Answer(std::shared_ptr<Queue> mainQueue, UniqueFunction<void(Loaded)> completion)
       : mainQueue_(std::move(mainQueue)), completion_(std::move(completion)) {}
   Answer(Answer&&) = default;
   Answer& operator=(Answer&&) = delete;
   ~Answer() {
-    if (mainQueue_) std::move (*this)({});
+    if (mainQueue_) std::move (*this)(Failure{std::string("reading it was given up")});
   }
 
-  void operator()(ZVRecordedMessages messages) && {
+  void operator()(Loaded loaded) && {
     std::exchange(mainQueue_, nullptr)
-        ->post([completion = std::move(completion_), messages = std::move(messages)]() mutable {
-          completion(std::move(messages));
+        ->post([completion = std::move(completion_), loaded = std::move(loaded)]() mutable {
+          completion(std::move(loaded));
         });
   }
 
  private:
   std::shared_ptr<Queue> mainQueue_;
-  UniqueFunction<void(ZVRecordedMessages)> completion_;
+  UniqueFunction<void(Loaded)> completion_;
 };
 
-bool isWhole(const HttpReply& reply) {
-  return !reply.failure && reply.status && *reply.status >= 200 && *reply.status <= 299;
+/// Why the reply is not the whole of what was asked for.
+std::optional<std::string> faultOf(const HttpReply& reply) {
+  if (reply.failure) return reply.failure->description;
+  if (!reply.status) return "no HTTP response";
+  if (*reply.status >= 200 && *reply.status <= 299) return std::nullopt;
+  return "HTTP status " + std::to_string(*reply.status);
 }
 
 void fetch(HttpSession& session, std::string url, std::weak_ptr<Queue> backgroundQueue,
-           Answer answer) {
+           Telling telling, Answer answer) {
   HttpRequest request;
   request.url = std::move(url);
   request.replyLimit = longestChat;
-  session.send(std::move(request), [backgroundQueue = std::move(backgroundQueue),
+  session.send(std::move(request), [backgroundQueue = std::move(backgroundQueue), telling,
                                     answer = std::move(answer)](HttpReply reply) mutable {
+    if (auto fault = faultOf(reply)) return std::move(answer)(Failure{std::move(*fault)});
     const auto queue = backgroundQueue.lock();
-    if (!queue || !isWhole(reply)) return;
-    queue->post([body = std::move(reply.body), answer = std::move(answer)]() mutable {
-      std::move(answer)(ZVRecordedMessageDecoder(std::move(body)).decode());
+    if (!queue) return;
+    queue->post([body = std::move(reply.body), telling, answer = std::move(answer)]() mutable {
+      json::TextInMemory text(body);
+      std::move(answer)(told(decodeChat(text), telling));
     });
   });
+}
+
+void start(const std::string& address, const ZaveloRecordedMessageDownloader::Collaborators& with,
+           Telling telling, UniqueFunction<void(Loaded)> completion) {
+  // What waits in a queue must not own it.
+  with.backgroundQueue->post(
+      [session = with.session, queue = std::weak_ptr<Queue>(with.backgroundQueue), text = address,
+       telling, answer = Answer(with.mainQueue, std::move(completion))]() mutable {
+        const auto found = detail::chatAddress(text);
+        if (!found)
+          return std::move(answer)(Failure{std::string("not a path, file URL, http or https URL")});
+        if (found->kind == detail::ChatAddress::Kind::file)
+          return std::move(answer)(readFile(found->place, telling));
+        fetch(*session, found->place, std::move(queue), telling, std::move(answer));
+      });
+}
+
+ZVRecordedMessages orNone(Loaded loaded) {
+  return loaded ? std::move(loaded).value() : ZVRecordedMessages();
 }
 
 }  // namespace
 
 ZVRecordedMessages ZVRecordedMessageDecoder::decode() const {
   json::TextInMemory text(data);
-  return orReport(decodeChat(text));
+  return orNone(told(decodeChat(text), Telling::log));
 }
 
 ZaveloRecordedMessageDownloader::Collaborators
@@ -135,17 +178,14 @@ ZaveloRecordedMessageDownloader::Collaborators::ofPlatform() {
 
 void ZaveloRecordedMessageDownloader::download(
     UniqueFunction<void(ZVRecordedMessages)> completion) const {
-  // What waits in a queue must not own it.
-  with_.backgroundQueue->post([session = with_.session,
-                               queue = std::weak_ptr<Queue>(with_.backgroundQueue),
-                               text = historyChatFileUrl,
-                               answer = Answer(with_.mainQueue, std::move(completion))]() mutable {
-    const auto address = detail::chatAddress(text);
-    if (!address) return;
-    if (address->kind == detail::ChatAddress::Kind::file)
-      return std::move(answer)(readFile(address->place));
-    fetch(*session, address->place, std::move(queue), std::move(answer));
-  });
+  start(historyChatFileUrl, with_, Telling::log,
+        [completion = std::move(completion)](Loaded loaded) mutable {
+          completion(orNone(std::move(loaded)));
+        });
+}
+
+void ZaveloRecordedMessageDownloader::load(UniqueFunction<void(Loaded)> completion) const {
+  start(historyChatFileUrl, with_, Telling::callerAlone, std::move(completion));
 }
 
 }  // namespace zavelo

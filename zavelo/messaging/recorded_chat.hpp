@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "zavelo/base/export.hpp"
+#include "zavelo/base/result.hpp"
 #include "zavelo/base/unique_function.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 #include "zavelo/platform/http_session.hpp"
@@ -54,6 +55,11 @@ class ZAVELO_EXPORT ZaveloRecordedMessageDownloader {
   /// address is none, its content cannot be read whole (an HTTP status of failure included), or is
   /// no chat.
   void download(UniqueFunction<void(ZVRecordedMessages)> completion) const;
+
+  /// The events, or one sentence that says why there are none: "[3].message: expected text".
+  using Loaded = Result<ZVRecordedMessages, std::string>;
+  /// The same for an app that wants to tell its user; nothing goes to the log.
+  void load(UniqueFunction<void(Loaded)> completion) const;
 
   std::string historyChatFileUrl;
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sandbox/api/endpoint.hpp"
+#include "sandbox/control/control_endpoints.hpp"
+#include "sandbox/streams/stream.hpp"
+#include "sandbox/users/members.hpp"
+#include "zavelo/base/result.hpp"
+
+namespace zavelo::sandbox {
+
+/// What somebody asked for, and of whom, as far as the action takes it.
+struct ActionCall {
+  ControlRoom& room;
+  Transaction& transaction;
+  const Arguments& arguments;
+  const std::optional<std::string>& passwordHash;  ///< of the parameter "password"
+  /// What is to happen when the transaction is over, and how many messages went out by it.
+  std::function<std::int64_t()>& then;
+  std::optional<Member> member{};
+  std::optional<Stream> stream{};
+};
+
+/// What an administrator, another device or a host's app would do.
+struct Action {
+  struct Takes {
+    std::string_view parameter;
+    bool isRequired = true;
+  };
+  std::string_view name;
+  std::vector<Takes> parameters;
+  /// How many tokens, members, sessions, streams or messages it concerned.
+  std::function<Result<std::int64_t, Problem>(const ActionCall&)> act;
+};
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "sandbox/dashboard/call_log.hpp"
+#include "sandbox/events/event_feed.hpp"
+#include "sandbox/http/message.hpp"
+#include "sandbox/state/time.hpp"
+
+namespace zavelo::sandbox {
+
+/// Passes every call on to another service, writes down how it went and tells the feed: `call` with
+/// the summary. The dashboard's own requests are no calls.
+class CallRecorder final : public Service {
+ public:
+  struct Room {
+    Service& inner;
+    CallLog& log;
+    EventFeed& feed;
+    std::function<Time()> now;
+    std::function<std::string(const Request&)> callerOf;
+    std::function<void()> changed;  ///< called when a call may have changed the state
+  };
+
+  explicit CallRecorder(Room room) : room_(std::move(room)) {}
+
+  [[nodiscard]] Response answer(const Request& request) override;
+  [[nodiscard]] Response reject(int status, std::string_view reason) override;
+
+ private:
+  [[nodiscard]] Response answerOrReject(const Request& request);
+  void record(const struct Exchange& exchange);
+
+  Room room_;
+};
+
+}  // namespace zavelo::sandbox

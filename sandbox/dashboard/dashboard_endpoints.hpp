@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "sandbox/api/endpoint.hpp"
+#include "sandbox/dashboard/call_log.hpp"
+#include "sandbox/dashboard/state_watch.hpp"
+#include "sandbox/events/event_feed.hpp"
+#include "sandbox/state/database.hpp"
+
+namespace zavelo::sandbox {
+
+/// What the dashboard looks at. Outlives its endpoints.
+struct DashboardRoom {
+  Database& database;
+  EventFeed& feed;
+  CallLog& log;
+  const StateWatch& watch;
+  std::function<Time()> now;
+  std::function<std::vector<std::string>()> paths;  ///< of all endpoints
+};
+
+/// The page itself, at "/" and "/dashboard/*".
+[[nodiscard]] std::vector<Endpoint> pageEndpoints();
+/// What the page shows: reads under "/sandbox/" beside the event stream. Each tells the position in
+/// the feed from which on the events continue it.
+[[nodiscard]] std::vector<Endpoint> callLogEndpoints(DashboardRoom& room);
+[[nodiscard]] std::vector<Endpoint> peopleEndpoints(DashboardRoom& room);
+[[nodiscard]] std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room);
+
+/// Whose access token that is, whether it still holds or not: a userName, or "guest 3". Empty when
+/// it is nobody's.
+[[nodiscard]] std::string callerOf(Database& database, const Request& request);
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,83 @@
+// The fault desk.
+
+import {drop, post, read} from './api.js';
+import {byId, chip, element, emptyState, notice, refill} from './dom.js';
+
+const kinds = {
+  delay: ['delay', 'The call is done, and the answer comes late.'],
+  cut: ['cut mid-body', 'The call is done, and the connection ends in the middle of the answer.'],
+  refuse: ['refuse', 'The call is not done, and the connection ends without a byte.'],
+  unauthorized: ['401', 'The call is not done; the answer is HTTP 401, and the app should renew its tokens.'],
+  code: ['code', 'The call is not done; the envelope carries the code and the message.'],
+  wrongType: ['wrong JSON types', 'The call is done; numbers come as texts and texts as numbers.'],
+  invalidJson: ['invalid JSON', 'The call is done, and its JSON ends half-way.'],
+};
+
+export class Faults {
+  constructor() {
+    byId('fault-kind').append(...Object.entries(kinds).map(([value, [name]]) => element('option', {value}, name)));
+    byId('fault-kind').addEventListener('input', () => this.#follow());
+    byId('fault-form').addEventListener('submit', (event) => {
+      event.preventDefault();
+      this.#add();
+    });
+    byId('faults-clear').addEventListener('click', () =>
+      drop('/sandbox/faults').then(({pending}) => this.#draw(pending)).catch((error) => notice(error.message, true)));
+    this.#follow();
+  }
+
+  setPaths(paths) {
+    byId('endpoints').replaceChildren(...paths.map((value) => element('option', {value})));
+    const chosen = byId('fault-endpoint').value;
+    byId('fault-endpoint').replaceChildren(element('option', {value: '*'}, 'every endpoint'),
+      ...paths.map((value) => element('option', {value}, value)));
+    byId('fault-endpoint').value = ['*', ...paths].includes(chosen) ? chosen : '*';
+  }
+
+  setEndpoint(path) {
+    const select = byId('fault-endpoint');
+    select.value = path;
+    // The paths may not have been read yet.
+    if (select.value !== path) select.append(element('option', {value: path, selected: true}, path));
+  }
+
+  async refresh() {
+    this.#draw((await read('/sandbox/faults')).pending);
+  }
+
+  #follow() {
+    const kind = byId('fault-kind').value;
+    for (const label of byId('fault-form').querySelectorAll('[data-for]')) label.hidden = label.dataset.for !== kind;
+    byId('fault-hint').textContent = kinds[kind][1];
+  }
+
+  async #add() {
+    const fault = byId('fault-kind').value;
+    const body = {endpoint: byId('fault-endpoint').value, fault, count: byId('fault-count').valueAsNumber};
+    if (fault === 'delay') body.milliseconds = byId('fault-milliseconds').valueAsNumber;
+    if (fault === 'code') {
+      body.code = byId('fault-code').valueAsNumber;
+      body.message = byId('fault-message').value;
+    }
+    try {
+      this.#draw((await post('/sandbox/faults', body)).pending);
+      notice('It waits for its calls');
+    } catch (error) {
+      notice(error.message, true);
+    }
+  }
+
+  #draw(pending) {
+    byId('faults-count').textContent = pending.length || '';
+    byId('faults-clear').hidden = pending.length === 0;
+    refill(byId('faults-rows'), ...(pending.length ? pending.map(rowOf) : [element('li', {},
+      emptyState('Nothing is broken.', element('p', {}, 'Choose an endpoint and a fault above; the next call meets it.')))]));
+  }
+}
+
+function rowOf(rule) {
+  const more = {delay: ` by ${rule.milliseconds} ms`, code: ` ${rule.code} ${rule.message ?? ''}`}[rule.fault] ?? '';
+  return element('li', {}, element('p', {class: 'name'}, element('b', {}, rule.endpoint === '*' ? 'every endpoint' : rule.endpoint)),
+    element('p', {class: 'states'}, chip('odd', `⚡ ${kinds[rule.fault][0]}${more}`)),
+    element('p', {class: 'actions'}, rule.count === 1 ? 'the next call' : `the next ${rule.count} calls`));
+}

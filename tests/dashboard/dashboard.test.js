@@ -1,0 +1,136 @@
+import assert from 'node:assert/strict';
+import {after, test} from 'node:test';
+
+import {closeBrowser, obstacles, picture, Stage} from './stage.js';
+
+after(closeBrowser);
+
+const row = (page, text) => page.locator('#calls-rows tr', {hasText: text});
+
+test('calls arrive while one watches, are filtered, and shown in full', async (t) => {
+  const stage = await Stage.open(t);
+  const page = await stage.look('', {permissions: ['clipboard-read', 'clipboard-write']});
+  await page.getByText('No app has called yet.').waitFor();
+  await stage.join('ann');
+  await stage.app('eve', 'user', 'login', '--zavelo-id', 'ann', '--password', 'sesame');
+  await row(page, 'zavelo-login').waitFor();
+  await row(page, '652').waitFor();
+
+  await page.getByLabel('Outcome').selectOption('refused');
+  assert.equal(await page.locator('#calls-rows tr').count(), 1);
+  await page.getByLabel('Endpoint or caller').fill('nothing');
+  await page.getByText('No call fits the filter.').waitFor();
+  await page.getByLabel('Endpoint or caller').fill('LOGIN');
+
+  await row(page, '652').getByRole('button').press('Enter');
+  const pane = page.getByRole('complementary', {name: 'The chosen call'});
+  await pane.getByText('"password": "•••"').waitFor();
+  await pane.getByRole('button', {name: 'Copy as curl'}).click();
+  await page.getByText('Copied.').waitFor();
+  const command = await page.evaluate(() => navigator.clipboard.readText());
+  assert.match(command, /^curl -X POST 'http:.*\/api\/users\/login'/);
+  assert.doesNotMatch(await page.content() + command, /sesame/);
+});
+
+test('an expired token is renewed before one’s eyes', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann');
+  const page = await stage.look('#users');
+  await page.getByRole('button', {name: 'Expire tokens: ann'}).click();
+  await page.locator('[data-user=ann]').getByText('token expired').waitFor();
+  assert.ok((await stage.app('ann', 'user', 'search-for-user', '--display-name', 'a')).ok);
+  await page.locator('[data-user=ann]').getByText('token until').waitFor();
+  await page.getByRole('link', {name: 'Calls'}).click();
+  await row(page, '/refresh').waitFor();
+  const outcomes = await page.locator('#calls-rows tr td:nth-child(4)').allInnerTexts();
+  assert.deepEqual(outcomes.slice(0, 3).reverse(), ['401', 'ok', 'ok']);
+});
+
+test('a banned user’s app is signed out', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann');
+  const page = await stage.look('#users');
+  await page.getByRole('button', {name: 'Ban: ann'}).press('Enter');
+  await page.getByText('ann is banned').waitFor();
+  const {complaint} = await stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
+  assert.match(complaint, /603/);
+  assert.equal((await stage.app('ann', 'user', 'is-login')).output, 'false');
+  await page.getByRole('link', {name: 'Calls'}).click();
+  await row(page, '603 banned').waitFor();
+});
+
+test('the next call of an endpoint is broken as told, and no other', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann');
+  const page = await stage.look('#faults/api/users/search');
+  await page.getByRole('combobox', {name: 'Fault', exact: true}).selectOption('code');
+  await page.getByLabel('Message').fill('Elsewhere');
+  await page.getByRole('button', {name: 'Break it'}).click();
+  await page.getByText('⚡ code 1341 Elsewhere').waitFor();
+  const {complaint} = await stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
+  assert.match(complaint, /1341.*Elsewhere/);
+  await page.getByText('Nothing is broken.').waitFor();
+});
+
+test('a lost connection is told, and what comes after it is shown', async (t) => {
+  const stage = await Stage.open(t);
+  stage.tolerated = /Failed to load resource|ERR_/;
+  await stage.join('ann');
+  const page = await stage.look();
+  await row(page, 'zavelo-login').waitFor();
+  await stage.stopSandbox();
+  await page.getByText('Lost, trying again…').waitFor();
+  await stage.startSandbox();
+  await stage.join('ann');
+  await page.getByText('Live', {exact: true}).waitFor();
+  await row(page, 'zavelo-login').waitFor();
+  await stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
+  await row(page, '/search').waitFor();
+  assert.equal(await page.locator('#calls-rows tr').count(), 2);
+});
+
+const hostile = '<img src=x onerror=alert(1)><b>Bob</b>';
+
+test('names and titles stay text', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('bob', hostile);
+  const slug = await stage.broadcast('bob', hostile);
+  await stage.app('bob', 'stream', 'update-stream-pinned', '--slug', slug, '--data', hostile);
+  const page = await stage.look('#users');
+  await page.locator('#members').getByText(hostile).waitFor();
+  await page.getByRole('link', {name: 'Streams'}).click();
+  await page.getByRole('heading', {name: hostile}).waitFor();
+  await page.getByRole('link', {name: 'Calls'}).click();
+  await row(page, '/create').getByRole('button').click();
+  await page.locator('#call pre').first().getByText('onerror').waitFor();
+  assert.equal(await page.locator('main img, main b b').count(), 0);
+});
+
+const forms = {
+  light: {colorScheme: 'light'},
+  dark: {colorScheme: 'dark'},
+  phone: {colorScheme: 'light', viewport: {width: 390, height: 844}},
+};
+
+test('every view is accessible and fits, in light, dark and on a phone', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann', 'Ann Nguyễn');
+  await stage.join('bob', 'Bob');
+  const slug = await stage.broadcast('ann', 'Morning soup');
+  for (const count of [2, 3]) await stage.app('bob', 'stream', 'like-stream', '--slug', slug, '--count', String(count));
+  await stage.app('bob', 'stream', 'update-stream-view-count', '--slug', slug);
+  await stage.app('bob', 'stream', 'end-stream', '--slug', slug);
+  for (const [form, options] of Object.entries(forms)) {
+    const page = await stage.look('', options);
+    for (const view of ['calls', 'users', 'streams', 'faults']) {
+      await page.goto(`${stage.url}/#${view}`);
+      if (view === 'calls') await row(page, '1098').getByRole('button').click();
+      if (view === 'streams') await page.getByRole('button', {name: 'Morning soup'}).click();
+      await page.locator(`#${view} :is(.chip, .empty):visible`).first().waitFor();
+      await picture(page, `${view}-${form}`);
+      assert.deepEqual(await obstacles(page), [], `${view} in ${form}`);
+      const [inner, outer] = await page.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
+      assert.ok(inner <= outer, `${view} in ${form} is ${inner} wide`);
+    }
+  }
+});

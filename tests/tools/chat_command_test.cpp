@@ -1,0 +1,84 @@
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+
+#include "sandbox/broker/broker_process.hpp"
+#include "tests/tools/command_fixture.hpp"
+
+// Chat between processes, over a real broker.
+
+namespace zavelo::command {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+class ChatCommandTest : public CommandTest {
+ protected:
+  void SetUp() override {
+    CommandTest::SetUp();
+    auto broker = sandbox::BrokerProcess::start({});
+    ASSERT_TRUE(broker) << broker.error();
+    broker_ = std::move(*broker);
+    for (const char* name : {"ann", "bob"})
+      ASSERT_EQ(runCommand(of(name, {"user", "login-guest", "--device-udid", name})).status, 0);
+  }
+
+  /// The command line of somebody with a session of their own.
+  [[nodiscard]] std::vector<std::string> of(const std::string& name,
+                                            std::vector<std::string> arguments) const {
+    const std::vector<std::string> options{
+        "--api",   sandbox_->url(),
+        "--store", (folder_ / name).string(),
+        "--rtm",   "mqtt://127.0.0.1:" + std::to_string(broker_->port())};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return arguments;
+  }
+  /// A chat that has been joined.
+  [[nodiscard]] std::unique_ptr<ChildProcess> chat(const std::string& name,
+                                                   std::vector<std::string> arguments = {}) const {
+    arguments.insert(arguments.begin(), {"chat", "--channel", "c"});
+    auto process = startCommand(of(name, std::move(arguments)));
+    EXPECT_EQ(process->nextLine(), R"({"channel":"c","kind":"joined"})");
+    return process;
+  }
+
+  std::unique_ptr<sandbox::BrokerProcess> broker_;
+};
+
+TEST_F(ChatCommandTest, CarriesWhatIsSaidToOthersWhoSaveIt) {
+  const auto saved = (folder_ / "chat.json").string();
+  const auto lines = (folder_ / "lines").string();
+  std::ofstream(lines) << "one\n\ntwo";
+  const auto bob = chat("bob", {"--exit-after", "3", "--save", saved});
+  const auto said = chat("ann", {"--send-file", lines, "--exit-after", "0s"})->wait();
+  EXPECT_EQ(said.status, 0) << said.error;
+  EXPECT_THAT(said.output, HasSubstr("\"two\""));
+  const auto sent = runCommand(of("ann", {"chat", "send", "--channel", "c", "--type", "gift",
+                                          "--gift-name", "Rose", "--gift-count", "3"}));
+  EXPECT_EQ(sent.status, 0) << sent.error;
+  const auto heard = bob->wait();
+  EXPECT_EQ(heard.status, 0) << heard.error;
+  const auto isAll =
+      AllOf(HasSubstr("\"one\""), HasSubstr("\"two\""), HasSubstr("\"kind\":\"gift\""));
+  EXPECT_THAT(heard.output, AllOf(isAll, HasSubstr("\"giftName\":\"Rose\"")));
+  EXPECT_THAT(runCommand({"replay", saved, "--speed", "max"}).output, isAll);
+}
+
+TEST_F(ChatCommandTest, EndsByAnInterruptionOrASignInElsewhere) {
+  const auto bob = chat("bob");
+  const auto ann = chat("ann");
+  const auto members = runCommand(of("ann", {"chat", "members", "--channel", "c"}));
+  EXPECT_THAT(members.output, AllOf(HasSubstr("\"1\""), HasSubstr("\"2\"")));
+  const auto replaced = ann->wait();
+  EXPECT_EQ(replaced.status, 1);
+  EXPECT_EQ(replaced.error, "error: chat: signed in elsewhere\n");
+  bob->signal(SIGINT);
+  const auto ended = bob->wait();
+  EXPECT_EQ(ended.status, 0);
+  EXPECT_EQ(ended.error, "");
+}
+
+}  // namespace
+}  // namespace zavelo::command

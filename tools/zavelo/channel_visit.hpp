@@ -1,0 +1,63 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zavelo/messaging/rtm_service.hpp"
+#include "zavelo/platform/notification_centre.hpp"
+#include "zavelo/platform/queue.hpp"
+
+namespace zavelo::command {
+
+/// One stay of the current user in a channel: log in, join, talk, leave, log out. Lives on its
+/// queue, where everything is called back.
+class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
+ public:
+  struct Collaborators {
+    std::shared_ptr<ZVRTMService> service;
+    std::shared_ptr<NotificationCentre> notifications;
+    std::shared_ptr<Queue> queue;
+  };
+  /// What comes in once the channel is joined; may be empty.
+  struct Heard {
+    std::function<void(const std::string& text)> message;
+    std::function<void()> membersChanged;  ///< somebody came or went
+    std::function<void()> remoteLogin;     ///< the visit is over: the user logged in elsewhere
+  };
+  /// Absent: it worked. Else one sentence.
+  using Outcome = std::function<void(std::optional<std::string> failure)>;
+
+  [[nodiscard]] static std::shared_ptr<ChannelVisit> create(Collaborators with,
+                                                            std::string channel);
+
+  /// Nobody who does not answer within 15 seconds is waited for.
+  void enter(Heard heard, Outcome entered);
+  void send(const std::string& text, Outcome sent);
+  /// Not called when the engine cannot tell.
+  void members(std::function<void(std::vector<std::string>)> told);
+  /// Leaves the channel and logs out; nothing is heard from now on.
+  void leave(std::function<void()> left);
+
+  [[nodiscard]] const std::string& channel() const { return channel_; }
+  [[nodiscard]] bool isConnected() const { return with_.service->isConnected(); }
+
+ private:
+  ChannelVisit(Collaborators with, std::string channel);
+
+  void hear(Heard heard);
+  void join();
+  void answer(std::optional<std::string> failure);
+  void post(std::function<void(ChannelVisit&)> step);
+  void waitForLogout(int looks, std::function<void()> left);
+
+  const Collaborators with_;
+  const std::string channel_;
+  Heard heard_;
+  Outcome entered_;
+  std::vector<ObserverToken> observers_;
+};
+
+}  // namespace zavelo::command

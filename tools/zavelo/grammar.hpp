@@ -1,0 +1,27 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <string_view>
+
+#include "tools/zavelo/argument.hpp"
+
+namespace zavelo::command {
+
+// What the command line is made of. Texts stay texts; what they must be, their readers say.
+
+/// An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
+CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
+                       std::string_view placeholder);
+/// The option of an argument, with what its note says.
+CLI::Option* addArgument(CLI::App& app, const Argument& argument);
+/// A subcommand, behind which the options of its parents may stand, too.
+CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view help);
+
+/// The text that was given; empty when none was.
+[[nodiscard]] std::string textOf(const CLI::Option* option);
+
+inline constexpr std::string_view globalOptionsNote =
+    "The options of \"zavelo --help\" may stand here, too.";
+
+}  // namespace zavelo::command

@@ -72,9 +72,10 @@ void chat(benchmark::State& state, const MakeRoom& makeRoom, std::size_t receive
 }
 
 const bool registered = [] {
-  const std::pair<const char*, MakeRoom> ways[] = {{" in process/ZaveloCore", &inProcessRoom},
-                                                   {" over a broker/ZaveloCore", &mqttRoom},
-                                                   {" over a broker/bare libmosquitto", &bareRoom}};
+  const std::pair<const char*, MakeRoom> ways[] = {
+      {" listeners, in process/ZaveloCore", &inProcessRoom},
+      {" listeners, over a broker/ZaveloCore", &mqttRoom},
+      {" listeners, over a broker/bare libmosquitto", &bareRoom}};
   for (const std::size_t receivers : {1u, 10u, 100u})
     for (const auto& [way, makeRoom] : ways)
       benchmark::RegisterBenchmark(("a message to " + std::to_string(receivers) + way).c_str(),

@@ -104,7 +104,7 @@ test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
   await page.getByLabel('First option').fill('Leek');
   await page.getByLabel('Second option').fill('Kale');
   await page.getByRole('button', {name: 'Start a poll'}).click();
-  await page.getByRole('button', {name: 'One more vote: Leek'}).click();
+  await page.getByRole('button', {name: '+1 for Leek'}).click();
   await page.locator('#poll li', {hasText: 'Leek'}).getByText('1', {exact: true}).waitFor();
   await stage.say('bob', slug, 'kale');
   await page.locator('#poll li', {hasText: 'Kale'}).getByText('1', {exact: true}).waitFor();

@@ -31,7 +31,7 @@ export class PollDesk {
         const bar = element('span', {class: 'bar-fill', 'aria-hidden': 'true'});
         bar.style.width = `${all ? (votes / all) * 100 : 0}%`;
         return element('li', {}, bar, element('span', {class: 'name'}, text), element('b', {class: 'votes'}, votes),
-          isRunning && element('button', {type: 'button', 'data-key': `vote ${i}`, 'aria-label': `One more vote: ${text}`,
+          isRunning && element('button', {type: 'button', 'data-key': `vote ${i}`, 'aria-label': `+1 for ${text}`,
             onclick: () => perform('add-votes', {slug, choice: i + 1}, () => `One more vote for “${text}”`)}, '+1'));
       })),
       isRunning && element('button', {type: 'button', 'data-key': 'stop',

@@ -43,6 +43,7 @@ struct Sandbox::Parts {
     if (settings.config.find("profileImageUrl") == nullptr) {
       settings.config.set("profileImageUrl", url + "/media/profiles/");
     }
+    channels.add(chat);
     router.add(signInEndpoints(userRoom));
     router.add(profileEndpoints(userRoom));
     router.add(settingsEndpoints(settings));
@@ -82,6 +83,7 @@ struct Sandbox::Parts {
   EventFeed feed;
   CallLog log;
   StateWatch watch{*database, feed, [this] { return sessions.now(); }};
+  ChatLog chat{feed, [this] { return sessions.now(); }, [this] { watch.touch(); }};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
   ControlRoom controlRoom{
@@ -91,6 +93,7 @@ struct Sandbox::Parts {
   DashboardRoom dashboardRoom{*database,
                               feed,
                               log,
+                              chat,
                               watch,
                               [this] { return sessions.now(); },
                               [this] { return router.paths(); }};

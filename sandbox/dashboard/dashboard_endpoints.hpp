@@ -5,6 +5,7 @@
 
 #include "sandbox/api/endpoint.hpp"
 #include "sandbox/dashboard/call_log.hpp"
+#include "sandbox/dashboard/chat_log.hpp"
 #include "sandbox/dashboard/state_watch.hpp"
 #include "sandbox/events/event_feed.hpp"
 #include "sandbox/state/database.hpp"
@@ -16,6 +17,7 @@ struct DashboardRoom {
   Database& database;
   EventFeed& feed;
   CallLog& log;
+  const ChatLog& chat;
   const StateWatch& watch;
   std::function<Time()> now;
   std::function<std::vector<std::string>()> paths;  ///< of all endpoints

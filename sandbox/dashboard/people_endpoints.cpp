@@ -26,7 +26,8 @@ json::Value integerOrNull(const Row& row, std::size_t column) {
 json::Array membersWith(Transaction& transaction, const std::string& text) {
   json::Array members;
   for (const auto& row : transaction.all(
-           "SELECT m.user_name, m.zavelo_id, m.display_name, m.banned, m.created, s.device, "
+           "SELECT m.user_name, m.zavelo_id, m.display_name, m.banned, m.created, m.gold, "
+           "s.device, "
            "(SELECT max(expires) FROM access_tokens WHERE session = s.id), "
            "(SELECT count(*) FROM sessions WHERE member = m.id AND taken_over = 1) "
            "FROM members m LEFT JOIN sessions s ON s.member = m.id AND s.taken_over = 0 "
@@ -38,9 +39,10 @@ json::Array membersWith(Transaction& transaction, const std::string& text) {
                                       {"displayName", row.text(2)},
                                       {"isBanned", row.integer(3) != 0},
                                       {"created", row.integer(4)},
-                                      {"device", textOrNull(row, 5)},
-                                      {"expires", integerOrNull(row, 6)},
-                                      {"devicesTakenOver", row.integer(7)}});
+                                      {"gold", row.integer(5)},
+                                      {"device", textOrNull(row, 6)},
+                                      {"expires", integerOrNull(row, 7)},
+                                      {"devicesTakenOver", row.integer(8)}});
   }
   return members;
 }

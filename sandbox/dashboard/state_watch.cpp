@@ -17,7 +17,8 @@ std::vector<Row> streamsNow(Transaction& transaction, Time since) {
   return transaction.all(
       "SELECT s.id, "
       "(SELECT count(*) FROM view_sessions WHERE stream = s.id AND ended IS NULL), "
-      "(SELECT coalesce(sum(likes), 0) FROM reactions WHERE stream = s.id) "
+      "(SELECT coalesce(sum(likes), 0) FROM reactions WHERE stream = s.id), "
+      "(SELECT coalesce(sum(gold), 0) FROM gifts WHERE stream = s.id) "
       "FROM streams s WHERE s.status IN (?, ?) OR s.ended >= ? ORDER BY s.id DESC LIMIT ?",
       static_cast<int>(StreamStatus::live), static_cast<int>(StreamStatus::paused), stored(since),
       Curves::mostStreams);
@@ -72,7 +73,7 @@ void StateWatch::look() {
         [&](Transaction& transaction) { return streamsNow(transaction, lastLook_); });
     const std::scoped_lock lock(mutex_);
     for (const auto& row : rows) {
-      curves_.note(row.integer(0), {now, row.integer(1), row.integer(2), 0});
+      curves_.note(row.integer(0), {now, row.integer(1), row.integer(2), row.integer(3)});
     }
   } catch (const std::exception&) {
     // The database fails those who call, too; they are told.

@@ -89,17 +89,49 @@ test('a lost connection is told, and what comes after it is shown', async (t) =>
   assert.equal(await page.locator('#calls-rows tr').count(), 2);
 });
 
+test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann', 'Ann');
+  await stage.join('bob', 'Bob');
+  const slug = await stage.broadcast('ann', 'Soup');
+  const page = await stage.look('#streams');
+  await stage.say('bob', slug, 'Hello');
+  const line = page.locator('#chat li', {hasText: 'Bob Hello'});
+  await line.getByText('JSON').click();
+  await line.getByText('"senderUserName": "bob"').waitFor();
+
+  await page.getByLabel('Question').fill('Which?');
+  await page.getByLabel('First option').fill('Leek');
+  await page.getByLabel('Second option').fill('Kale');
+  await page.getByRole('button', {name: 'Start a poll'}).click();
+  await page.getByRole('button', {name: '+1 for Leek'}).click();
+  await page.locator('#poll li', {hasText: 'Leek'}).getByText('1', {exact: true}).waitFor();
+  await stage.say('bob', slug, 'kale');
+  await page.locator('#poll li', {hasText: 'Kale'}).getByText('1', {exact: true}).waitFor();
+  assert.equal(await page.locator('#poll .bar-fill').first().evaluate((bar) => bar.style.width), '50%');
+  await page.getByRole('button', {name: 'Stop the poll'}).press('Space');
+  await page.getByLabel('Question').waitFor();
+
+  await stage.act('gift', {slug, userName: 'bob', giftId: 1, amount: 3});
+  await page.locator('#givers li', {hasText: 'Bob 3 given'}).waitFor();
+  await page.getByRole('link', {name: 'Users'}).click();
+  await page.getByLabel('Gold to give').fill('5000');
+  await page.getByRole('button', {name: 'Give gold: ann'}).click();
+  await page.getByText('6000 gold').waitFor();
+});
+
 const hostile = '<img src=x onerror=alert(1)><b>Bob</b>';
 
 test('names and titles stay text', async (t) => {
   const stage = await Stage.open(t);
   await stage.join('bob', hostile);
   const slug = await stage.broadcast('bob', hostile);
-  await stage.app('bob', 'stream', 'update-stream-pinned', '--slug', slug, '--data', hostile);
+  await stage.say('bob', slug, hostile);
   const page = await stage.look('#users');
   await page.locator('#members').getByText(hostile).waitFor();
   await page.getByRole('link', {name: 'Streams'}).click();
   await page.getByRole('heading', {name: hostile}).waitFor();
+  await page.locator('#chat p', {hasText: `${hostile} ${hostile}`}).waitFor();
   await page.getByRole('link', {name: 'Calls'}).click();
   await row(page, '/create').getByRole('button').click();
   await page.locator('#call pre').first().getByText('onerror').waitFor();
@@ -120,6 +152,10 @@ test('every view is accessible and fits, in light, dark and on a phone', async (
   for (const count of [2, 3]) await stage.app('bob', 'stream', 'like-stream', '--slug', slug, '--count', String(count));
   await stage.app('bob', 'stream', 'update-stream-view-count', '--slug', slug);
   await stage.app('bob', 'stream', 'end-stream', '--slug', slug);
+  await stage.say('bob', slug, 'How much is the scarf?');
+  await stage.act('start-poll', {slug, question: 'Which soup next?', option1: 'Pumpkin', option2: 'Leek'});
+  await stage.act('add-votes', {slug, choice: 1, amount: 7});
+  await stage.act('gift', {slug, userName: 'bob', giftId: 1, amount: 3});
   for (const [form, options] of Object.entries(forms)) {
     const page = await stage.look('', options);
     for (const view of ['calls', 'users', 'streams', 'faults']) {

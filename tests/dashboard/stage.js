@@ -33,10 +33,10 @@ export class Stage {
   }
 
   async startSandbox() {
-    this.#process = spawn(DASHBOARD_COMMAND, ['sandbox', '--ephemeral', '--port', String(this.port ?? 0)],
+    this.#process = spawn(DASHBOARD_COMMAND, ['sandbox', '--ephemeral', '--port', String(this.port ?? 0), '--broker-port', '0'],
       {stdio: ['ignore', 'pipe', 'inherit']});
     for await (const line of createInterface({input: this.#process.stdout})) {
-      ({url: this.url, port: this.port} = JSON.parse(line));
+      ({url: this.url, port: this.port, rtmUrl: this.rtmUrl} = JSON.parse(line));
       return;
     }
     throw new Error('the sandbox does not start');
@@ -51,7 +51,7 @@ export class Stage {
   /** An app: `await stage.app('ann', 'user', 'login-zavelo', …)`, with a session of its own. */
   app(name, ...words) {
     return new Promise((resolve) => {
-      execFile(DASHBOARD_COMMAND, ['--api', this.url, '--store', join(this.#folder, name), '--json', ...words],
+      execFile(DASHBOARD_COMMAND, ['--api', this.url, '--rtm', this.rtmUrl, '--store', join(this.#folder, name), '--json', ...words],
         (error, output, complaint) => resolve({ok: !error, output: output.trim(), complaint}));
     });
   }
@@ -68,6 +68,19 @@ export class Stage {
     const {slug} = JSON.parse(output);
     assert.ok((await this.app(name, 'stream', 'begin-stream', '--slug', slug)).ok);
     return slug;
+  }
+
+  /** Says the line in the channel. */
+  async say(name, channel, message) {
+    const {ok, complaint} = await this.app(name, 'chat', 'send', '--channel', channel, '--message', message);
+    assert.ok(ok, complaint);
+  }
+
+  /** What an administrator or a host's app does. */
+  async act(action, target) {
+    const answer = await fetch(`${this.url}/sandbox/actions`, {method: 'POST', body: JSON.stringify({action, ...target}),
+      headers: {'Content-Type': 'application/json'}});
+    assert.equal((await answer.json()).code, 1);
   }
 
   /** The page as a person sees it. */

@@ -18,7 +18,7 @@ using ::testing::StartsWith;
 TEST(HttpTest, UnknownAddressesAndMethodsAreToldInTheEnvelope) {
   const Backend backend;
   EXPECT_THAT(backend.post("/api/users/none"), HasCode(404));
-  EXPECT_THAT(backend.send("GET", "/nothing"), HasCode(404));
+  EXPECT_THAT(backend.send("GET", "/none"), HasCode(404));
   EXPECT_THAT(backend.send("GET", "/api/users/login"), HasCode(405));
   EXPECT_THAT(backend.send("PUT", "/api/users/login", {{"Content-Length", "0"}}), HasCode(405));
   EXPECT_THAT(backend.send("GET", "/" + std::string(5000, 'a')), HasCode(414));

@@ -10,7 +10,8 @@ import {Users} from './users.js';
 
 const calls = new Calls();
 const faults = new Faults();
-const views = {calls: null, users: new Users(), streams: new Streams(), faults};
+const streams = new Streams();
+const views = {calls: null, users: new Users(), streams, faults};
 let shown = 'calls';
 
 /** Reads a view's state again; while one read is under way, once more behind it. */
@@ -65,6 +66,7 @@ async function begin() {
     feed.startBehind(log.position);
     refresh('faults');
     refresh(shown);
+    streams.chat.reread();
   } catch {
     connection.dataset.state = 'lost';
     connection.textContent = states.lost;
@@ -73,6 +75,7 @@ async function begin() {
 }
 
 feed.on('call', (call) => calls.add(call));
+feed.on('chat', (entry) => streams.chat.add(entry));
 feed.on('cleared', () => calls.reset([]));
 feed.on('state', () => {
   refresh(shown);

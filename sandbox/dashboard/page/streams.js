@@ -2,6 +2,8 @@
 
 import {read} from './api.js';
 import {byId, chip, clockTime, code, element, emptyState, refill} from './dom.js';
+import {Chat} from './chat.js';
+import {PollDesk} from './poll.js';
 import {curveFigure} from './curve.js';
 
 const kinds = {live: 'good', paused: 'odd'};
@@ -9,6 +11,8 @@ const statusChip = ({status}) => chip(kinds[status] ?? 'quiet', status);
 
 export class Streams {
   #chosen = '';
+  #poll = new PollDesk();
+  chat = new Chat();
 
   async refresh() {
     const {streams} = await read('/sandbox/streams');
@@ -24,18 +28,24 @@ export class Streams {
   async #refreshChosen() {
     const slug = this.#chosen;
     byId('streams').classList.toggle('has-choice', slug !== '');
-    if (!slug) return byId('stream').replaceChildren();
+    this.chat.show(slug);
+    if (!slug) return;
     const detail = await read(`/sandbox/streams/${encodeURIComponent(slug)}`);
-    if (slug === this.#chosen) refill(byId('stream'), ...this.#pane(detail));
+    if (slug !== this.#chosen) return;
+    refill(byId('stream-facts'), ...this.#facts(detail));
+    this.#poll.show(detail.stream, detail.poll);
+    refill(byId('givers'), ...giverRows(detail.givers));
+    byId('watchers-title').textContent = `Watching now (${detail.viewers.length})`;
+    refill(byId('watchers'), ...watcherRows(detail.viewers));
   }
 
   #row(stream) {
-    const {slug, title, owner, viewers, likes} = stream;
+    const {slug, title, owner, viewers, likes, gold} = stream;
     return element('li', {},
       element('button', {type: 'button', class: 'plain', 'data-key': slug,
         'aria-current': slug === this.#chosen && 'true', onclick: () => this.#choose(slug)},
       element('b', {}, title), ' ', statusChip(stream),
-      element('small', {}, `${owner} · ${viewers} watching · ${likes} likes`)));
+      element('small', {}, `${owner} · ${viewers} watching · ${likes} likes · ${gold} gold`)));
   }
 
   #choose(slug) {
@@ -44,7 +54,7 @@ export class Streams {
     byId('stream').focus();
   }
 
-  #pane({stream, viewers, curve, now}) {
+  #facts({stream, curve, now}) {
     const end = stream.ended ?? now;
     return [
       element('header', {class: 'bar'}, element('h2', {}, stream.title), statusChip(stream),
@@ -57,12 +67,23 @@ export class Streams {
         ? [['Viewers', 'viewers'], ['Likes', 'likes'], ['Gold', 'gold']].map(([title, key]) => curveFigure(title, key, curve, end))
         : [element('p', {class: 'hint'}, stream.begun ? 'It ran before this sandbox was started: there are no curves.'
           : 'Curves begin when its owner begins the stream.')])),
-      element('h3', {}, `Watching now (${viewers.length})`),
-      viewers.length ? element('ul', {class: 'watchers'}, ...viewers.map((viewer) =>
-        element('li', {}, viewer.displayName || viewer.name, element('small', {}, ` since ${clockTime(viewer.since)}`))))
-        : element('p', {class: 'hint'}, 'Nobody. Apps say that they watch by update-viewcount.'),
     ].filter(Boolean);
   }
+}
+
+function giverRows(givers) {
+  if (givers.length === 0) return [element('li', {class: 'hint'}, 'Nobody gave anything yet.')];
+  return givers.map(({name, displayName, gold, gifts}) => {
+    const bar = element('span', {class: 'bar-fill gold', 'aria-hidden': 'true'});
+    bar.style.width = `${givers[0].gold ? (gold / givers[0].gold) * 100 : 0}%`;
+    return element('li', {}, bar, element('span', {class: 'name'}, displayName || name, element('small', {}, ` ${gifts} given`)),
+      element('b', {class: 'votes'}, `${gold} gold`));
+  });
+}
+
+function watcherRows(viewers) {
+  if (viewers.length === 0) return [element('li', {class: 'hint'}, 'Nobody. Apps say that they watch by update-viewcount.')];
+  return viewers.map((viewer) => element('li', {}, viewer.displayName || viewer.name, element('small', {}, ` since ${clockTime(viewer.since)}`)));
 }
 
 const nothing = () => element('li', {}, emptyState('There is no stream yet.',

@@ -1,17 +1,8 @@
 // Members, guests and their sessions, and what befalls them.
 
-import {act, read} from './api.js';
-import {byId, chip, clockTime, code, element, emptyState, notice, refill} from './dom.js';
-
-/** Carries out an action and says what came of it. */
-export async function perform(action, target, done) {
-  try {
-    const {changed} = await act(action, target);
-    notice(done(changed));
-  } catch (error) {
-    notice(error.message, true);
-  }
-}
+import {read} from './api.js';
+import {byId, chip, clockTime, code, element, emptyState, refill} from './dom.js';
+import {perform} from './perform.js';
 
 const count = (number, what) => `${number} ${what}${number === 1 ? '' : 's'}`;
 
@@ -54,15 +45,22 @@ function memberRow(member, now) {
   const isOut = member.device === null;
   return element('li', {'data-user': userName},
     element('p', {class: 'name'}, element('b', {}, displayName || userName),
-      element('small', {}, `@${userName}${member.device ? ` on ${member.device}` : ''}`)),
+      element('small', {}, `@${userName}${member.device ? ` on ${member.device}` : ''} · ${member.gold} gold`)),
     element('p', {class: 'states'}, isBanned ? chip('bad', 'banned') : sessionChip(member, now),
       member.devicesTakenOver > 0 && chip('quiet', `${count(member.devicesTakenOver, 'device')} lost the session`)),
     element('p', {class: 'actions'},
       button('Expire tokens', 'expire-tokens', (n) => `${count(n, 'access token')} of ${userName} expired`, isOut),
       button('Sign in elsewhere', 'sign-in-elsewhere', (n) =>
         n ? `${userName} signed in elsewhere; the app learns it at its next call` : `${userName} is signed in nowhere`, isOut),
+      element('button', {type: 'button', 'data-key': `gold ${userName}`, 'aria-label': `Give gold: ${userName}`,
+        onclick: () => giveGold(userName)}, 'Give gold'),
       isBanned ? button('Unban', 'unban', () => `${userName} is welcome again`)
         : button('Ban', 'ban', () => `${userName} is banned; the app learns it at its next call`)));
+}
+
+function giveGold(userName) {
+  const gold = byId('users-gold').valueAsNumber;
+  perform('give-gold', {userName, gold}, () => `${userName} has ${gold} gold more`);
 }
 
 const guestRow = (guest, now) => element('li', {},

@@ -1,0 +1,70 @@
+#include "sandbox/dashboard/chat_log.hpp"
+
+#include <utility>
+
+#include "sandbox/api/unicode.hpp"
+#include "zavelo/json/json.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+constexpr std::size_t mostEntries = 4000;
+constexpr std::size_t mostBytes = 8 * 1024 * 1024;
+constexpr std::size_t textKept = 16 * 1024;
+constexpr std::size_t idKept = 256;
+
+}  // namespace
+
+ChatLog::ChatLog(EventFeed& feed, std::function<Time()> now, std::function<void()> changed)
+    : feed_(feed), now_(std::move(now)), changed_(std::move(changed)) {}
+
+void ChatLog::heard(const ChannelMember& sender, const std::string& text) {
+  add(sender, "text", text);
+}
+
+void ChatLog::came(const ChannelMember& member) {
+  add(member, "came", {});
+}
+
+void ChatLog::went(const ChannelMember& member) {
+  add(member, "went", {});
+}
+
+void ChatLog::given(const GivenGift& /*gift*/) {
+  changed_();
+}
+
+std::string ChatLog::entries(std::string_view channelId) const {
+  const std::scoped_lock lock(mutex_);
+  std::string list = "[";
+  for (const auto& entry : entries_) {
+    if (entry.channelId == channelId) list.append(list.size() == 1 ? "" : ",").append(entry.json);
+  }
+  return list.append("]");
+}
+
+void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text) {
+  json::Object object{{"at", stored(now_())},
+                      {"channel", repaired(member.channelId.substr(0, idKept))},
+                      {"user", repaired(member.userId.substr(0, idKept))},
+                      {"kind", kind},
+                      {"text", repaired(text.substr(0, textKept))},
+                      {"isCut", text.size() > textKept}};
+  {
+    // Told in the order of the numbers: who reads the log knows by them what it told already.
+    const std::scoped_lock lock(mutex_);
+    object.set("number", ++lastNumber_);
+    auto json = json::encode(json::Value(std::move(object)));
+    if (!json) return;
+    bytes_ += json->size();
+    entries_.push_back({member.channelId, *json});
+    while (entries_.size() > mostEntries || bytes_ > mostBytes) {
+      bytes_ -= entries_.front().json.size();
+      entries_.pop_front();
+    }
+    feed_.publish("chat", *std::move(json));
+  }
+  changed_();
+}
+
+}  // namespace zavelo::sandbox

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "sandbox/channels/channel_listener.hpp"
+#include "sandbox/events/event_feed.hpp"
+#include "sandbox/state/time.hpp"
+
+namespace zavelo::sandbox {
+
+/// The latest that was said in the channels, and who came and went. Tells the feed: `chat`.
+class ChatLog final : public ChannelListener {
+ public:
+  /// `changed` is called when what was said or given may have changed the state.
+  ChatLog(EventFeed& feed, std::function<Time()> now, std::function<void()> changed);
+
+  void heard(const ChannelMember& sender, const std::string& text) override;
+  void came(const ChannelMember& member) override;
+  void went(const ChannelMember& member) override;
+  void given(const GivenGift& gift) override;
+
+  /// Of one channel, the oldest first, as a JSON array.
+  [[nodiscard]] std::string entries(std::string_view channelId) const;
+
+ private:
+  struct Entry {
+    std::string channelId;
+    std::string json;
+  };
+  void add(const ChannelMember& member, std::string_view kind, std::string_view text);
+
+  EventFeed& feed_;
+  const std::function<Time()> now_;
+  const std::function<void()> changed_;
+  mutable std::mutex mutex_;
+  std::int64_t lastNumber_ = 0;
+  std::size_t bytes_ = 0;
+  std::deque<Entry> entries_;
+};
+
+}  // namespace zavelo::sandbox

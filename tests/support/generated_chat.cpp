@@ -128,7 +128,7 @@ std::shared_ptr<ZVStreamMessage> GeneratedChat::next(ZVMessageType type) {
   event->senderUserId = static_cast<std::int64_t>(100'000 + below(50'000'000));
   event->senderUserName = "viewer_" + std::to_string(*event->senderUserId);
   event->senderDisplayName = "Viewer " + std::to_string(below(10'000));
-  if (below(4) != 0) event->senderAvatar = someUrl("avatars", "/200x200.jpg");
+  event->senderAvatar = someUrl("avatars", "/200x200.jpg");
   event->messageType = rawValue(type);
   event->message = someLine();
   if (type == ZVMessageType::like) event->shouldShowLikeMessage = below(2) == 0;

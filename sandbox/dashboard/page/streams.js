@@ -61,7 +61,7 @@ export class Streams {
         stream.isLocked && chip('quiet', 'locked'),
         element('button', {type: 'button', class: 'close', 'aria-label': 'Close the stream', 'data-key': 'close',
           onclick: () => this.#choose('')}, '×')),
-      element('p', {class: 'facts'}, code(stream.slug), ` by ${stream.owner} · ${stream.tag} · ${stream.views} views`,
+      element('p', {class: 'facts'}, code(stream.slug), ` by ${stream.owner} · ${stream.tag} · ${stream.views} view${stream.views === 1 ? '' : 's'}`,
         stream.begun ? ` · began ${clockTime(stream.begun)}` : '', stream.ended ? ` · ended ${clockTime(stream.ended)}` : ''),
       element('div', {class: 'curves'}, ...(curve.length
         ? [['Viewers', 'viewers'], ['Likes', 'likes'], ['Gold', 'gold']].map(([title, key]) => curveFigure(title, key, curve, end))

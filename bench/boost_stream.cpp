@@ -31,8 +31,8 @@ void read(const json::object& object, std::string_view name, Field& field) {
 
 void assign(const json::value& value, std::shared_ptr<ZVPublisher>& field) {
   field = std::make_shared<ZVPublisher>();
-  PublisherFields::forEach(*field,
-                           [&](auto name, auto& inner) { read(value.get_object(), name, inner); });
+  FieldsOf<ZVPublisher>::forEach(
+      *field, [&](auto name, auto& inner) { read(value.get_object(), name, inner); });
 }
 
 ZVUserStream decode(const std::string& text) {
@@ -42,8 +42,8 @@ ZVUserStream decode(const std::string& text) {
   page.result.emplace();
   for (const json::value& element : document.at("result").as_array()) {
     auto stream = std::make_shared<ZVStream>();
-    StreamFields::forEach(*stream,
-                          [&](auto name, auto& field) { read(element.get_object(), name, field); });
+    FieldsOf<ZVStream>::forEach(
+        *stream, [&](auto name, auto& field) { read(element.get_object(), name, field); });
     page.result->push_back(std::move(stream));
   }
   read(document.get_object(), "nextId", page.nextId);
@@ -63,7 +63,7 @@ void write(json::object& object, std::string_view name, const ZVPublisher& publi
       object.emplace(json::string_view(name.data(), name.size()), json::object(object.storage()))
           .first->value()
           .get_object();
-  PublisherFields::forEach(publisher, [&](auto inner, const auto& field) {
+  FieldsOf<ZVPublisher>::forEach(publisher, [&](auto inner, const auto& field) {
     if (field) write(element, inner, *field);
   });
 }
@@ -74,7 +74,7 @@ std::string encode(const ZVUserStream& page) {
   json::array& list = document.emplace("result", json::array(&memory)).first->value().as_array();
   for (const auto& stream : *page.result) {
     json::object& element = list.emplace_back(json::object(&memory)).get_object();
-    StreamFields::forEach(*stream, [&](auto name, const auto& field) {
+    FieldsOf<ZVStream>::forEach(*stream, [&](auto name, const auto& field) {
       if (field) write(element, name, *field);
     });
   }

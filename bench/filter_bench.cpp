@@ -57,8 +57,8 @@ void check(const Chat& chat) {
 }
 
 template <class Lines, class Censor>
-void measure(const std::string& name, const Lines& lines, Censor censor) {
-  benchmark::RegisterBenchmark(name.c_str(), [&lines, censor](benchmark::State& state) {
+auto measure(const std::string& name, const Lines& lines, Censor censor) {
+  return benchmark::RegisterBenchmark(name.c_str(), [&lines, censor](benchmark::State& state) {
     for (auto _ : state)
       for (const auto& line : lines) benchmark::DoNotOptimize(censor(line));
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(lines.size()));
@@ -71,8 +71,9 @@ void compare(const std::string& what, const Lines& lines, const Chat& chat) {
       "censor 20 lines" + what + ", " + std::to_string(chat.words.size()) + " words/";
   measure(group + "ZaveloCore", lines,
           [&chat](const auto& line) { return ZVProfanityFilter::censored(line, *chat.banned); });
-  measure(group + "step by step", lines,
-          [&chat](const auto& line) { return test::naivelyCensored(line, chat.words); });
+  measure(group + "step by step", lines, [&chat](const auto& line) {
+    return test::naivelyCensored(line, chat.words);
+  })->Repetitions(3);  // it takes its time
 }
 
 void prepare(benchmark::State& state, const Chat& chat) {
@@ -93,9 +94,8 @@ void compareWith(const Chat& chat) {
 
 const bool registered = [] {
   static const Chat few(100);
-  static const Chat some(1'000);
   static const Chat many(10'000);
-  for (const Chat* chat : {&few, &some, &many}) compareWith(*chat);
+  for (const Chat* chat : {&few, &many}) compareWith(*chat);
   return true;
 }();
 

@@ -32,7 +32,8 @@ void read(ondemand::object& object, std::string_view name, Field& field) {
 void assign(ondemand::value value, std::shared_ptr<ZVPublisher>& field) {
   field = std::make_shared<ZVPublisher>();
   ondemand::object object = value.get_object();
-  PublisherFields::forEach(*field, [&](auto name, auto& inner) { read(object, name, inner); });
+  FieldsOf<ZVPublisher>::forEach(*field,
+                                 [&](auto name, auto& inner) { read(object, name, inner); });
 }
 
 // The fastest that one can write by hand: fields are asked for in the order in which they stand.
@@ -45,7 +46,8 @@ ZVUserStream decode(const std::string& text) {
   ondemand::object root = document.get_object();
   for (ondemand::object element : root.find_field("result").get_array()) {
     auto stream = std::make_shared<ZVStream>();
-    StreamFields::forEach(*stream, [&](auto name, auto& field) { read(element, name, field); });
+    FieldsOf<ZVStream>::forEach(*stream,
+                                [&](auto name, auto& field) { read(element, name, field); });
     page.result->push_back(std::move(stream));
   }
   read(root, "nextId", page.nextId);

@@ -26,7 +26,8 @@ class Filler {
   }
   void operator()(std::string_view, std::shared_ptr<ZVPublisher>& field) {
     field = std::make_shared<ZVPublisher>();
-    PublisherFields::forEach(*field, [this](auto name, auto& inner) { (*this)(name, inner); });
+    FieldsOf<ZVPublisher>::forEach(*field,
+                                   [this](auto name, auto& inner) { (*this)(name, inner); });
   }
 
  private:
@@ -49,7 +50,7 @@ ZVUserStream streamPage(std::size_t streams) {
   Filler fill;
   for (std::size_t i = 0; i < streams; ++i) {
     auto stream = std::make_shared<ZVStream>();
-    StreamFields::forEach(*stream, [&](auto name, auto& field) { fill(name, field); });
+    FieldsOf<ZVStream>::forEach(*stream, [&](auto name, auto& field) { fill(name, field); });
     page.result->push_back(std::move(stream));
   }
   return page;

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <string>
-#include <tuple>
-#include <utility>
 
-#include "zavelo/base/entity_name.hpp"
+#include "bench/member_list.hpp"
 #include "zavelo/models/stream.hpp"
 
 namespace zavelo::bench {
@@ -27,36 +25,33 @@ extern const Contender simdjsonContender;  // reads only
 /// Parsing alone, nothing read out of it.
 [[nodiscard]] std::size_t simdjsonDomParse(const std::string& text);
 
-template <auto... Members>
-struct MemberList {
-  /// Calls each(name, member) for every field: what a person would write out seventy times.
-  template <class Record, class Each>
-  static void forEach(Record& record, const Each& each) {
-    (each(zavelo::detail::entityName<Members>(), record.*Members), ...);
-  }
-};
-using PublisherFields =
-    MemberList<&ZVPublisher::isFollow, &ZVPublisher::totalGold, &ZVPublisher::totalGoldFans,
-               &ZVPublisher::isSeller, &ZVPublisher::isHideHeartStream,
-               &ZVPublisher::isHideTextJoinStream, &ZVPublisher::isHideViewerListStream,
-               &ZVPublisher::isCheckTimeSendMessage, &ZVPublisher::userId, &ZVPublisher::userName,
-               &ZVPublisher::displayName, &ZVPublisher::userImage, &ZVPublisher::gender,
-               &ZVPublisher::handle, &ZVPublisher::deviceType, &ZVPublisher::followerCount,
-               &ZVPublisher::userThumbnailImage, &ZVPublisher::isFirstLive,
-               &ZVPublisher::giftReceivable>;
-using StreamFields = MemberList<
-    &ZVStream::streamService, &ZVStream::likeCount, &ZVStream::isLike, &ZVStream::isReport,
-    &ZVStream::isShowPromo, &ZVStream::isMute, &ZVStream::historyChat, &ZVStream::viewSessionId,
-    &ZVStream::statusMessage, &ZVStream::publisher, &ZVStream::webStreamUrl,
-    &ZVStream::webStreamPlay, &ZVStream::rtmpUrl, &ZVStream::streamId, &ZVStream::userId,
-    &ZVStream::slug, &ZVStream::coverImage, &ZVStream::title, &ZVStream::duration,
-    &ZVStream::viewCount, &ZVStream::streamType, &ZVStream::screenType, &ZVStream::countryCode,
-    &ZVStream::streamUrl, &ZVStream::streamFlvUrl, &ZVStream::status, &ZVStream::tags,
-    &ZVStream::isRecorded, &ZVStream::isDeleted, &ZVStream::isLocked, &ZVStream::created,
-    &ZVStream::beginStream, &ZVStream::endStream, &ZVStream::latitude, &ZVStream::longitude,
-    &ZVStream::address, &ZVStream::resolution, &ZVStream::orderButtonText,
-    &ZVStream::orderInProgressText, &ZVStream::streamMode, &ZVStream::promoCode,
-    &ZVStream::promoCodeDescription, &ZVStream::cartUrl, &ZVStream::isShowLikeCount,
-    &ZVStream::isShowViewCount, &ZVStream::titlePlainText, &ZVStream::bitRate>;
+template <>
+struct FieldsOf<ZVPublisher>
+    : MemberList<&ZVPublisher::isFollow, &ZVPublisher::totalGold, &ZVPublisher::totalGoldFans,
+                 &ZVPublisher::isSeller, &ZVPublisher::isHideHeartStream,
+                 &ZVPublisher::isHideTextJoinStream, &ZVPublisher::isHideViewerListStream,
+                 &ZVPublisher::isCheckTimeSendMessage, &ZVPublisher::userId, &ZVPublisher::userName,
+                 &ZVPublisher::displayName, &ZVPublisher::userImage, &ZVPublisher::gender,
+                 &ZVPublisher::handle, &ZVPublisher::deviceType, &ZVPublisher::followerCount,
+                 &ZVPublisher::userThumbnailImage, &ZVPublisher::isFirstLive,
+                 &ZVPublisher::giftReceivable> {};
+
+template <>
+struct FieldsOf<ZVStream>
+    : MemberList<&ZVStream::streamService, &ZVStream::likeCount, &ZVStream::isLike,
+                 &ZVStream::isReport, &ZVStream::isShowPromo, &ZVStream::isMute,
+                 &ZVStream::historyChat, &ZVStream::viewSessionId, &ZVStream::statusMessage,
+                 &ZVStream::publisher, &ZVStream::webStreamUrl, &ZVStream::webStreamPlay,
+                 &ZVStream::rtmpUrl, &ZVStream::streamId, &ZVStream::userId, &ZVStream::slug,
+                 &ZVStream::coverImage, &ZVStream::title, &ZVStream::duration, &ZVStream::viewCount,
+                 &ZVStream::streamType, &ZVStream::screenType, &ZVStream::countryCode,
+                 &ZVStream::streamUrl, &ZVStream::streamFlvUrl, &ZVStream::status, &ZVStream::tags,
+                 &ZVStream::isRecorded, &ZVStream::isDeleted, &ZVStream::isLocked,
+                 &ZVStream::created, &ZVStream::beginStream, &ZVStream::endStream,
+                 &ZVStream::latitude, &ZVStream::longitude, &ZVStream::address,
+                 &ZVStream::resolution, &ZVStream::orderButtonText, &ZVStream::orderInProgressText,
+                 &ZVStream::streamMode, &ZVStream::promoCode, &ZVStream::promoCodeDescription,
+                 &ZVStream::cartUrl, &ZVStream::isShowLikeCount, &ZVStream::isShowViewCount,
+                 &ZVStream::titlePlainText, &ZVStream::bitRate> {};
 
 }  // namespace zavelo::bench

@@ -23,7 +23,8 @@ function(zavelo_target_defaults target)
 endfunction()
 
 # zavelo_add_test(NAME name SOURCES a.cpp b.cpp [LIBRARIES targets] [LABELS labels])
-# One GoogleTest program; each of its tests is a ctest of its own.
+# One GoogleTest program; each of its tests is a ctest of its own. Those that take long have the label
+# slow.
 function(zavelo_add_test)
   cmake_parse_arguments(TEST "" "NAME" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   add_executable(${TEST_NAME} ${TEST_SOURCES})

@@ -7,6 +7,8 @@
 #include "tests/e2e/app.hpp"
 #include "tests/sandbox/backend.hpp"
 #include "tests/support/temporary_folder.hpp"
+#include "zavelo/messaging/recorded_chat.hpp"
+#include "zavelo/platform/background_queue.hpp"
 #include "zavelo/services/product_service.hpp"
 #include "zavelo/services/stream_service.hpp"
 
@@ -108,6 +110,29 @@ TEST_F(Broadcast, BadParametersAreNamed) {
   EXPECT_THAT(titled(std::string(900'000, 'x')), HasSubstr("\"streamTitle\""));
   EXPECT_NE(titled(std::string(2'000'000, 'x')), "") << "more than a body may have";
   EXPECT_NE(titled("\xFF"), "") << "no UTF-8: not sent";
+}
+
+TEST_F(Broadcast, SavedChatIsReplayedFromTheAddressInTheStreamsRecord) {
+  const auto slug = *create("t").data()->slug;
+  const auto saved = answerTo<bool>([&](auto done) {
+    streams.saveChatHistory(slug,
+                            bytesOf(R"([{"messageType":1,"message":"hello","recordedTime":5000}])"),
+                            std::move(done));
+  });
+  ASSERT_TRUE(saved.isOk()) << saved.error().description;
+  const auto detail =
+      answerTo<Stream>([&](auto done) { streams.getStreamDetail(slug, std::move(done)); });
+  std::optional<ZVRecordedMessages> chat;
+  const ZaveloRecordedMessageDownloader downloader(
+      *detail.data()->historyChat,
+      {std::make_shared<CurlHttpSession>(), app.queue, std::make_shared<BackgroundQueue>()});
+  downloader.download([&](ZVRecordedMessages events) {
+    chat = std::move(events);
+    app.queue->stop();
+  });
+  while (!chat) app.queue->run();
+  ASSERT_EQ(chat->size(), 1U);
+  EXPECT_EQ(chat->front()->message, "hello");
 }
 
 TEST_F(Broadcast, UploadThatIsNoJpegIsRefusedAndNothingIsStored) {

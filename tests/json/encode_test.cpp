@@ -38,14 +38,20 @@ TEST(EncodeRecord, RefusesWhatJsonCannotSay) {
   EXPECT_EQ(json::encode(nested).error().text(), "a[0].b: invalid UTF-8");
 }
 
-TEST(EncodeText, EscapesAtEveryPositionOfABlock) {
-  for (std::size_t at = 0; at < 20; ++at) {
-    for (const char special : {'"', '\\', '\n', '\x01', '\x1f'}) {
-      std::string text(20, 'x');
-      text[at] = special;
-      const auto written = json::encode(json::Value(text));
-      ASSERT_TRUE(written);
-      EXPECT_EQ(*json::decode<std::string>(*written), text);
+TEST(EncodeText, EscapesAtEveryPositionOfATextShortOrLong) {
+  for (const std::size_t size : {20u, 200u}) {
+    for (std::size_t at = 0; at + 2 <= size; ++at) {
+      const std::string before(at, 'x'), behind(size - at - 2, 'x');
+      for (const char* special : {"\"\"", "\\\"", "\n", "\x01\x1f", "\"\u00E9"}) {
+        const std::string text = before + special + behind;
+        const auto written = json::encode(json::Value(text));
+        ASSERT_TRUE(written);
+        EXPECT_EQ(*json::decode<std::string>(*written), text);
+      }
+      EXPECT_FALSE(json::encode(json::Value(before + "\xFF" + behind)));
+      EXPECT_EQ(*json::decode<std::string>('"' + before + R"(\ud83d\ude00)" + behind + '"'),
+                before + "\U0001F600" + behind);
+      EXPECT_FALSE(json::decode<std::string>('"' + before + R"(\q\")" + behind + '"'));
     }
   }
 }

@@ -1,5 +1,8 @@
+#include <future>
+
 #include "tests/sandbox/broadcast.hpp"
 #include "tests/sandbox/channel_client.hpp"
+#include "zavelo/messaging/engines/mqtt.hpp"
 #include "zavelo/messaging/gift_message.hpp"
 #include "zavelo/messaging/message.hpp"
 #include "zavelo/messaging/poll_message.hpp"
@@ -63,6 +66,35 @@ TEST_F(ChannelTest, ActionsOfAHostAreHeardUnderTheHostsId) {
   const auto kick = next<ZVStreamMessage>().first;
   EXPECT_EQ(kick->type(), ZVMessageType::hostKicked);
   EXPECT_EQ(kick->targetUsername, "viewer");
+}
+
+/// Keeps what a kit hears of a channel.
+struct Ears final : AgoraRtmChannelDelegate {
+  void memberJoined(const std::string&, const std::string&) override {}
+  void memberLeft(const std::string&, const std::string&) override {}
+  void channelMessageReceived(const std::string&, const std::string& text,
+                              const std::string& userId) override {
+    heard.set_value({text, userId});
+  }
+  std::promise<std::pair<std::string, std::string>> heard;
+};
+
+TEST_F(ChannelTest, AppThatJoinsByTheEngineIsKnownToBeThereAndHears) {
+  const auto engine = mqttEngine({.address = *backend.sandbox->rtmUrl()});
+  const auto kit = (*engine)("another app", {});
+  const auto ears = std::make_shared<Ears>();
+  std::promise<std::int64_t> joined;
+  std::shared_ptr<AgoraRtmChannel> channel;
+  kit->login({}, "42", [&](std::int64_t) {
+    channel = kit->createChannel(slug, ears);
+    channel->join([&](std::int64_t code) { joined.set_value(code); });
+  });
+  ASSERT_EQ(joined.get_future().get(), 0);
+  while (act({{"action", "kick"}, {"userName", "viewer"}}).integer("changed") != 2) {
+  }
+  const auto [text, sender] = ears->heard.get_future().get();
+  EXPECT_EQ(sender, hostId);
+  EXPECT_THAT(text, ::testing::HasSubstr("202"));
 }
 
 TEST_F(ChannelTest, GiftIsPaidAndToldUnderItsSendersId) {

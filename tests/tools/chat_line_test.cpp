@@ -47,10 +47,10 @@ TEST(ChatLine, SaysWhatAnEventOfAnyKindIsAbout) {
 TEST(ChatLine, GivesAProgramTheChannelTheKindAndTheFields) {
   ZVStreamMessage event;
   event.message = "hi";
-  EXPECT_THAT(eventLine("c", 3, event).json(),
+  EXPECT_THAT(eventLine("c", 3, event).json,
               StartsWith(R"({"channel":"c","kind":"like","senderUserId":null,)"));
-  EXPECT_THAT(eventLine("", 3, event).json(), StartsWith(R"({"kind":"like",)"));
-  EXPECT_EQ(undecodableLine("c", "\xff", "invalid UTF-8").json(),
+  EXPECT_THAT(eventLine("", 3, event).json, StartsWith(R"({"kind":"like",)"));
+  EXPECT_EQ(undecodableLine("c", "\xff", "invalid UTF-8").json,
             R"({"channel":"c","kind":"undecodable","fault":"invalid UTF-8"})");
 }
 

@@ -6,8 +6,9 @@ namespace zavelo::command {
 
 std::unique_ptr<ChildProcess> startCommand(const std::vector<std::string>& arguments,
                                            const std::string& input) {
-  auto child = ChildProcess::start(ZAVELO_COMMAND, arguments, input);
+  auto child = ChildProcess::start(ZAVELO_COMMAND, arguments);
   EXPECT_TRUE(child) << child.error();
+  (*child)->write(input);
   return std::move(*child);
 }
 

@@ -48,6 +48,15 @@ TEST_F(CommandTest, ReadsOnlyTheFirstLineAsPassword) {
   EXPECT_THAT(nothing.error, HasSubstr("--password: the standard input is empty"));
 }
 
+TEST_F(CommandTest, OffersAndGivesGifts) {
+  registerMember("ann");
+  ASSERT_EQ(signIn("ann", "secret").status, 0);
+  EXPECT_THAT(run({"gift", "store"}).output, HasSubstr("\"giftCategoryName\":"));
+  const auto nowhere = run({"gift", "send-gift", "--slug", "none", "--gift-id", "1"});
+  EXPECT_EQ(nowhere.status, 1);
+  EXPECT_THAT(nowhere.error, HasSubstr("stream")) << "all parameters were taken";
+}
+
 TEST_F(CommandTest, WritesTheLogToStandardErrorAndNoSecrets) {
   registerMember("ann");
   const auto quiet = signIn("ann", "secret");

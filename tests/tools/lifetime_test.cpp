@@ -31,7 +31,7 @@ TEST(SandboxCommand, KeepsWhatItAcknowledgedWhenItIsKilled) {
   const auto state = (folder / "new" / "state.sqlite").string();
   for (const int isTaken : {0, 1}) {
     const auto sandbox = startCommand({"sandbox", "--port", "0", "--state", state});
-    EXPECT_EQ(runCommand({"--api", memberText(sandbox->firstLine(), "url"), "call",
+    EXPECT_EQ(runCommand({"--api", memberText(sandbox->nextLine(), "url"), "call",
                           "register-zavelo-user", "--parameters", R"({"zaveloId":"ann"})"})
                   .status,
               isTaken);
@@ -42,7 +42,7 @@ TEST(SandboxCommand, KeepsWhatItAcknowledgedWhenItIsKilled) {
 
 TEST(SandboxCommand, ServesItsPortAloneUntilItIsTerminated) {
   const auto first = startCommand({"sandbox", "--port", "0", "--ephemeral"});
-  const auto url = memberText(first->firstLine(), "url");
+  const auto url = memberText(first->nextLine(), "url");
   const auto port = url.substr(url.rfind(':') + 1);
   const auto second = runCommand({"sandbox", "--ephemeral", "--port", port});
   EXPECT_EQ(second.status, 1);
@@ -56,7 +56,7 @@ TEST(SandboxCommand, ServesItsPortAloneUntilItIsTerminated) {
 TEST(SandboxCommand, TakesItsBrokerAlongHoweverItEnds) {
   for (const int way : {SIGTERM, SIGKILL}) {
     const auto sandbox = startCommand({"sandbox", "--port", "0", "--ephemeral"});
-    const auto url = memberText(sandbox->firstLine(), "rtmUrl");
+    const auto url = memberText(sandbox->nextLine(), "rtmUrl");
     const auto port = url.substr(url.rfind(':') + 1);
     const auto second =
         runCommand({"sandbox", "--ephemeral", "--port", "0", "--broker-port", port});
@@ -74,7 +74,7 @@ TEST(SandboxCommand, TakesItsBrokerAlongHoweverItEnds) {
 TEST(DemoCommand, LeavesNothingBehindWhenItIsInterrupted) {
   const TemporaryFolder folder;
   const auto demo = startShell("export TMPDIR=" + folder.path().string() + "; exec \"$0\" demo");
-  EXPECT_THAT(demo->firstLine(), HasSubstr("A sandbox starts"));
+  EXPECT_THAT(demo->nextLine(), HasSubstr("A sandbox starts"));
   EXPECT_FALSE(std::filesystem::is_empty(folder.path()));
   demo->signal(SIGTERM);
   EXPECT_EQ(demo->wait().status, 143);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/readable.hpp"
@@ -19,6 +20,11 @@ json::Object lineObject(std::string_view channel, const std::string& kind) {
   if (!channel.empty()) object.set("channel", channel);
   object.set("kind", kind);
   return object;
+}
+
+std::string encoded(json::Object object) {
+  const auto line = json::encode(json::Value(std::move(object)));
+  return line ? line.value() : "null";
 }
 
 /// Adds a fact behind the others, "12 viewers"; an absent one is left out.
@@ -89,11 +95,6 @@ std::string sentence(const std::string& kind, bool isChatLine, const ZVStreamMes
 
 }  // namespace
 
-std::string ChatLine::json() const {
-  const auto line = json::encode(json::Value(object));
-  return line ? line.value() : "null";
-}
-
 std::string kindName(std::int64_t type) {
   const auto kind = fromRawValue<ZVMessageType>(type);
   return kind ? std::string(caseName(*kind)) : numberText(type);
@@ -101,12 +102,11 @@ std::string kindName(std::int64_t type) {
 
 ChatLine eventLine(std::string_view channel, std::int64_t type, const ZVStreamMessage& event) {
   const std::string kind = kindName(type);
-  json::Object object = lineObject(channel, kind);
-  const auto fields = json::decode<json::Value>(event.toJsonString().value_or("{}"));
-  if (fields)
-    for (const auto& [key, value] : *fields->as<json::Object>()) object.set(key, value);
+  std::string json = encoded(lineObject(channel, kind));
+  if (const auto fields = event.toJsonString())  // {"kind":"like"} and {"senderUserId":7,...}
+    json.replace(json.size() - 1, 1, "," + fields->substr(1));
   const bool isChatLine = type == rawValue(ZVMessageType::message);
-  return {std::move(object), printable(sentence(kind, isChatLine, event))};
+  return {std::move(json), printable(sentence(kind, isChatLine, event))};
 }
 
 ChatLine undecodableLine(std::string_view channel, const std::string& text,
@@ -115,11 +115,12 @@ ChatLine undecodableLine(std::string_view channel, const std::string& text,
   object.set("fault", fault);
   if (json::encode(text)) object.set("text", text);
   constexpr std::size_t shown = 200;
-  return {std::move(object), printable("[undecodable] " + fault + ": " + text.substr(0, shown))};
+  return {encoded(std::move(object)),
+          printable("[undecodable] " + fault + ": " + text.substr(0, shown))};
 }
 
 ChatLine joinedLine(std::string_view channel) {
-  return {lineObject(channel, "joined"), printable("* joined " + std::string(channel))};
+  return {encoded(lineObject(channel, "joined")), printable("* joined " + std::string(channel))};
 }
 
 ChatLine membersLine(std::string_view channel, const std::vector<std::string>& ids) {
@@ -127,13 +128,13 @@ ChatLine membersLine(std::string_view channel, const std::vector<std::string>& i
   object.set("userIds", json::Array(ids.begin(), ids.end()));
   std::string text = "* here:";
   for (const auto& id : ids) text += " " + id;
-  return {std::move(object), printable(text)};
+  return {encoded(std::move(object)), printable(text)};
 }
 
 ChatLine memberLine(std::string_view channel, const std::string& userId, bool came) {
   auto object = lineObject(channel, came ? "memberJoined" : "memberLeft");
   object.set("userId", userId);
-  return {std::move(object), printable("* " + userId + (came ? " came" : " went"))};
+  return {encoded(std::move(object)), printable("* " + userId + (came ? " came" : " went"))};
 }
 
 }  // namespace zavelo::command

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "zavelo/json/value.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 
 namespace zavelo::command {
@@ -15,10 +14,8 @@ namespace zavelo::command {
 ///     {"channel":"s1","kind":"gift","senderUserId":7,...,"giftName":"Rose","giftCount":3}
 ///     [gift] Ann: 3 x Rose
 struct ChatLine {
-  json::Object object;
+  std::string json;
   std::string text;  ///< fit for a terminal, without a line break
-
-  [[nodiscard]] std::string json() const;
 };
 
 /// The name of a kind of event, "hostMuted"; of an unknown one its code.

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -85,8 +86,7 @@ void writeAll(int descriptor, std::string_view text) {
 }  // namespace
 
 Result<std::unique_ptr<ChildProcess>, std::string> ChildProcess::start(
-    const std::filesystem::path& program, const std::vector<std::string>& arguments,
-    const std::string& input) {
+    const std::filesystem::path& program, const std::vector<std::string>& arguments) {
   Pipe in;
   Pipe out;
   Pipe err;
@@ -107,23 +107,31 @@ Result<std::unique_ptr<ChildProcess>, std::string> ChildProcess::start(
   child->pid_ = pid;
   child->output_.descriptor = std::exchange(out.reading, -1);
   child->error_.descriptor = std::exchange(err.reading, -1);
-  Pipe::closeEnd(in.reading);
-  writeAll(in.writing, input);
+  child->input_ = std::exchange(in.writing, -1);
   return child;
 }
 
 ChildProcess::~ChildProcess() {
+  Pipe::closeEnd(input_);
   signal(SIGKILL);
   reap();
 }
 
-std::string ChildProcess::firstLine() {
-  while (output_.text.find('\n') == std::string::npos && readSome()) {
+void ChildProcess::write(std::string_view text) {
+  writeAll(input_, text);
+}
+
+std::string ChildProcess::nextLine() {
+  while (output_.text.find('\n', read_) == std::string::npos && readSome()) {
   }
-  return output_.text.substr(0, output_.text.find('\n'));
+  const auto end = std::min(output_.text.find('\n', read_), output_.text.size());
+  auto line = output_.text.substr(read_, end - read_);
+  read_ = std::min(end + 1, output_.text.size());
+  return line;
 }
 
 ChildOutcome ChildProcess::wait() {
+  Pipe::closeEnd(input_);
   while (readSome()) {
   }
   return {reap(), std::move(output_.text), std::move(error_.text)};

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zavelo/base/result.hpp"
@@ -23,18 +24,19 @@ struct ChildOutcome {
 /// that this command reads, and no signal settings.
 class ChildProcess {
  public:
-  /// Starts the program; `input` is all it finds on its standard input. The error is a sentence.
+  /// Starts the program. The error is a sentence.
   [[nodiscard]] static Result<std::unique_ptr<ChildProcess>, std::string> start(
-      const std::filesystem::path& program, const std::vector<std::string>& arguments,
-      const std::string& input = {});
+      const std::filesystem::path& program, const std::vector<std::string>& arguments);
   /// A process that nobody waited for is killed.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  /// Waits for the first line of its output and returns it; what there is if it ends before.
-  [[nodiscard]] std::string firstLine();
-  /// Waits for its end.
+  /// Writes to its standard input, which ends when somebody waits for the process's end.
+  void write(std::string_view text);
+  /// Waits for the next line of its output and returns it; what there is if it ends before.
+  [[nodiscard]] std::string nextLine();
+  /// Waits for its end. Its whole output is in the outcome.
   [[nodiscard]] ChildOutcome wait();
   /// Nothing to one that has ended. Any thread.
   void signal(int number);
@@ -54,6 +56,8 @@ class ChildProcess {
 
   std::mutex mutex_;  // guards pid_
   pid_t pid_ = 0;     // 0 once it was waited for
+  int input_ = -1;
+  std::size_t read_ = 0;  // how much of the output has been returned by lines
   Stream output_;
   Stream error_;
 };

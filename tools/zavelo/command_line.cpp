@@ -106,7 +106,7 @@ class Grammar {
                       "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
     state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
     seed_ = addOption(*sandbox_, "--seed",
-                      "Its words, configuration, tags and first members, as JSON", "FILE");
+                      "Its words, configuration, tags, gifts and first members, as JSON", "FILE");
     ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
     brokerPort_ = addOption(*sandbox_, "--broker-port",
                             "Where its message broker listens; 0 for any free port; 1883 if left "

@@ -1,3 +1,4 @@
+#include "tools/zavelo/demo_chat.hpp"
 #include "tools/zavelo/demo_picture.hpp"
 #include "tools/zavelo/demo_stories.hpp"
 
@@ -12,6 +13,7 @@ struct Broadcast {
   DemoStage& stage;
   Actor mai{stage, "mai"};
   Actor vic{stage, "vic"};
+  Actor lan{stage, "lan"};
   std::string slug{};
 };
 
@@ -117,7 +119,12 @@ void playBroadcast(DemoStage& stage) {
   arrangeProducts(on);
   watch(on);
   mindWords(on);
+  signIn(on.lan, "Lan");
+  const ChatCast cast{stage, on.mai, on.vic, on.lan, on.slug};
+  const auto savedChat = playChat(cast);
+  on.mai.succeed({"stream", "save-chat-history", "--slug", on.slug, "--chat-data", savedChat});
   end(on);
+  replayChat(cast, savedChat);
 }
 
 }  // namespace zavelo::command

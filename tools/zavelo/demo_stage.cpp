@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <future>
 #include <mutex>
+#include <sstream>
 #include <utility>
 
 #include "tools/zavelo/readable.hpp"
@@ -15,12 +16,10 @@ namespace zavelo::command {
 
 class DemoStage::Children {
  public:
-  std::shared_ptr<ChildProcess> start(const std::vector<std::string>& arguments,
-                                      const std::string& input) {
+  std::shared_ptr<ChildProcess> start(const std::vector<std::string>& arguments) {
     const std::lock_guard lock(mutex_);
     if (isInterrupted_) throw Surprise{"interrupted"};
-    auto child =
-        ChildProcess::start(std::filesystem::canonical("/proc/self/exe"), arguments, input);
+    auto child = ChildProcess::start(std::filesystem::canonical("/proc/self/exe"), arguments);
     if (!child) throw Surprise{child.error()};
     std::shared_ptr<ChildProcess> started = std::move(*child);
     running_.push_back(started);
@@ -50,10 +49,11 @@ std::string jsonText(const json::Value& value) {
   return text ? text.value() : "?";
 }
 
-json::Value parsed(const std::string& text) {
-  auto value = json::decode<json::Value>(text);
-  if (!value) throw Surprise{"expected JSON, got " + text};
-  return std::move(*value);
+std::string commandLine(const std::vector<std::string>& arguments) {
+  std::string line = "zavelo";
+  for (const auto& argument : arguments)
+    line += argument.find(' ') == std::string::npos ? " " + argument : " '" + argument + "'";
+  return line;
 }
 
 /// The error's record stands in the last line, behind the log.
@@ -96,11 +96,13 @@ void DemoStage::show(std::string_view what, std::string_view value) {
 
 void DemoStage::startSandbox() {
   sandbox_ = children_->start(
-      {"sandbox", "--json", "--port", "0", "--state", (folder_ / "sandbox.sqlite").string()}, {});
-  const std::string line = sandbox_->firstLine();
+      {"sandbox", "--json", "--port", "0", "--state", (folder_ / "sandbox.sqlite").string()});
+  const std::string line = sandbox_->nextLine();
   if (line.empty()) throw Surprise{"the sandbox did not start: " + sandbox_->wait().error};
   url_ = textAt(parsed(line), "url");
+  rtmUrl_ = textAt(parsed(line), "rtmUrl");
   show("sandbox", url_);
+  show("messaging", rtmUrl_);
 }
 
 void DemoStage::stopSandbox() {
@@ -109,20 +111,29 @@ void DemoStage::stopSandbox() {
   expectEqual("the sandbox's exit status", 0, outcome.status);
 }
 
+std::shared_ptr<ChildProcess> DemoStage::start(std::string_view person,
+                                               const std::vector<std::string>& arguments) {
+  std::vector<std::string> all{"--json",
+                               "--api",
+                               url_,
+                               "--rtm",
+                               rtmUrl_,
+                               "--store",
+                               (folder_ / person).string() + ".sqlite"};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  show(person, commandLine(arguments));
+  return children_->start(all);
+}
+
 Scene DemoStage::run(std::string_view person, const std::vector<std::string>& arguments,
                      const std::string& input) {
-  std::vector<std::string> all{"--json", "--api", url_, "--store",
-                               (folder_ / person).string() + ".sqlite"};
-  std::string line = "zavelo";
-  for (const auto& argument : arguments) {
-    all.push_back(argument);
-    line += argument.find(' ') == std::string::npos ? " " + argument : " '" + argument + "'";
-  }
-  show(person, line);
-  const auto outcome = children_->start(all, input)->wait();
-  if (outcome.status == 0) return {parsed(outcome.output), {}, outcome.error};
+  const auto child = start(person, arguments);
+  child->write(input);
+  auto outcome = child->wait();
+  if (outcome.status == 0) return {std::move(outcome.output), {}, outcome.error};
   if (outcome.status == 1) return {{}, errorIn(outcome.error), outcome.error};
-  throw Surprise{line + ": exit status " + std::to_string(outcome.status) + ", " + outcome.error};
+  throw Surprise{commandLine(arguments) + ": exit status " + std::to_string(outcome.status) + ", " +
+                 outcome.error};
 }
 
 Scene Actor::run(const std::vector<std::string>& arguments, const std::string& input) {
@@ -130,15 +141,24 @@ Scene Actor::run(const std::vector<std::string>& arguments, const std::string& i
 }
 
 json::Value Actor::succeed(const std::vector<std::string>& arguments, const std::string& input) {
-  auto scene = run(arguments, input);
+  const auto scene = run(arguments, input);
   if (!scene.error.isNull()) throw Surprise{"expected success, got " + jsonText(scene.error)};
-  return std::move(scene.result);
+  return parsed(scene.output);
+}
+
+std::vector<json::Value> Actor::succeedWithAll(const std::vector<std::string>& arguments) {
+  const auto scene = run(arguments);
+  if (!scene.error.isNull()) throw Surprise{"expected success, got " + jsonText(scene.error)};
+  std::vector<json::Value> results;
+  std::istringstream lines(scene.output);
+  for (std::string line; std::getline(lines, line);) results.push_back(parsed(line));
+  return results;
 }
 
 void Actor::failWith(std::string_view type, const std::vector<std::string>& arguments) {
   const auto scene = run(arguments);
   if (scene.error.isNull())
-    throw Surprise{"expected " + std::string(type) + ", got " + jsonText(scene.result)};
+    throw Surprise{"expected " + std::string(type) + ", got " + scene.output};
   expectEqual("the error", type, at(scene.error, "type"));
   stage_.show("error", std::string(type) + ": " + textAt(scene.error, "description"));
 }
@@ -155,14 +175,14 @@ std::string DemoStage::ask(HttpRequest request) {
   return std::move(reply.body);
 }
 
-void DemoStage::act(std::string_view action, std::string_view userName) {
-  const json::Value body = json::Object{{"action", action}, {"userName", userName}};
-  show("backend", std::string(action) + " " + std::string(userName));
+void DemoStage::act(const std::string& action, json::Object parameters) {
+  show("backend", action + " " + jsonText(parameters));
+  parameters.set("action", action);
   const auto answer = parsed(ask({.method = ZVHTTPMethod::post,
                                   .url = url_ + "/sandbox/actions",
                                   .headers = {{"Content-Type", "application/json"}},
-                                  .body = jsonText(body)}));
-  expectEqual("the sandbox's answer to " + std::string(action), 1, at(answer, "code"));
+                                  .body = jsonText(std::move(parameters))}));
+  expectEqual("the sandbox's answer to " + action, 1, at(answer, "code"));
 }
 
 std::string DemoStage::fetch(const std::string& url) {
@@ -187,6 +207,18 @@ const json::Value& at(const json::Value& value, std::string_view path) {
   if (member == nullptr)
     throw Surprise{"expected a value at " + std::string(path) + ", got " + jsonText(value)};
   return dot == std::string_view::npos ? *member : at(*member, path.substr(dot + 1));
+}
+
+json::Value parsed(const std::string& text) {
+  auto value = json::decode<json::Value>(text);
+  if (!value) throw Surprise{"expected JSON, got " + text};
+  return std::move(*value);
+}
+
+std::int64_t integerAt(const json::Value& value, std::string_view path) {
+  const auto number = at(value, path).as<std::int64_t>();
+  if (!number) throw Surprise{"expected a number at " + std::string(path)};
+  return *number;
 }
 
 const std::string& textAt(const json::Value& value, std::string_view path) {

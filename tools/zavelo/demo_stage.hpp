@@ -20,7 +20,7 @@ struct Surprise {
 
 /// What happens when one step of the story runs the command.
 struct Scene {
-  json::Value result;  ///< null when it failed
+  std::string output;  ///< a line of JSON for each result
   json::Value error;   ///< the error's record; null when it succeeded
   std::string log;     ///< all it wrote to standard error
 };
@@ -41,11 +41,14 @@ class DemoStage {
 
   void startSandbox();
   void stopSandbox();
-  /// Runs the command with that person's store against the sandbox.
+  /// Starts the command with that person's store against the sandbox.
+  std::shared_ptr<ChildProcess> start(std::string_view person,
+                                      const std::vector<std::string>& arguments);
+  /// Starts it, and waits for its end.
   Scene run(std::string_view person, const std::vector<std::string>& arguments,
             const std::string& input);
   /// Makes the backend do something that a member cannot: "expire-tokens", "ban".
-  void act(std::string_view action, std::string_view userName);
+  void act(const std::string& action, json::Object parameters);
   /// What stands at an address.
   std::string fetch(const std::string& url);
 
@@ -63,6 +66,7 @@ class DemoStage {
   std::shared_ptr<Children> children_;
   std::shared_ptr<ChildProcess> sandbox_;
   std::string url_;
+  std::string rtmUrl_;
 };
 
 /// Someone in the story: each thing that they do is a process with their store.
@@ -73,8 +77,15 @@ class Actor {
   Scene run(const std::vector<std::string>& arguments, const std::string& input = {});
   /// The same where nothing may go wrong: its result.
   json::Value succeed(const std::vector<std::string>& arguments, const std::string& input = {});
+  /// The same of a command with several results.
+  std::vector<json::Value> succeedWithAll(const std::vector<std::string>& arguments);
   /// The same where that error is to come of it.
   void failWith(std::string_view type, const std::vector<std::string>& arguments);
+  /// Starts something that goes on beside the story.
+  std::shared_ptr<ChildProcess> start(const std::vector<std::string>& arguments) {
+    return stage_.start(name_, arguments);
+  }
+  [[nodiscard]] const std::string& name() const { return name_; }
 
  private:
   DemoStage& stage_;
@@ -91,5 +102,8 @@ void expectContains(std::string_view what, std::string_view text, std::string_vi
 /// The member at a dotted path, "userInfo.userId".
 [[nodiscard]] const json::Value& at(const json::Value& value, std::string_view path);
 [[nodiscard]] const std::string& textAt(const json::Value& value, std::string_view path);
+[[nodiscard]] std::int64_t integerAt(const json::Value& value, std::string_view path);
+/// A line of JSON.
+[[nodiscard]] json::Value parsed(const std::string& text);
 
 }  // namespace zavelo::command

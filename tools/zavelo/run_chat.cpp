@@ -97,9 +97,8 @@ class Chat {
   }
 
   bool show(const ChatLine& line) {
-    return above([&] {
-             return output_.result(line.json(), timeOfDay() + " " + line.text + "\n");
-           }) == succeeded;
+    return above([&] { return output_.result(line.json, timeOfDay() + " " + line.text + "\n"); }) ==
+           succeeded;
   }
 
   void join() {

@@ -105,7 +105,7 @@ int runChatSend(const ChatSendRequest& request, const GlobalOptions& options,
   return errand->run([&](ChannelErrand& running) {
     running.visit().send(*text, [&](const std::optional<std::string>& failure) {
       if (failure) return running.fail(*failure);
-      running.finish([&] { return output.result(line.json(), line.text + "\n"); });
+      running.finish([&] { return output.result(line.json, line.text + "\n"); });
     });
   });
 }

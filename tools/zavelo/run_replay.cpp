@@ -55,7 +55,7 @@ ExitStatus play(ZVRecordedMessages events, const ReplayRequest& request, const O
                      [&](const ZVStreamMessage& event) {
                        const auto line = lineOf(event);
                        progress.show("");
-                       status = output.result(line.json(), line.text + "\n");
+                       status = output.result(line.json, line.text + "\n");
                        if (status == succeeded) return;
                        replay->stop();
                        queue->stop();

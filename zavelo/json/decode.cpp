@@ -215,9 +215,8 @@ class Decoder {
   const Field* identify(Place key, const Record& record, std::size_t expected) const {
     const auto fields = record.fields();
     if (expected < fields.size()) {
-      // The name in its quotes is the beginning of what is written before a value.
       const Field& next = fields[expected];
-      if (beginsWith(tokens_.start(key), next.quotedKey.data(), next.name.size() + 2)) return &next;
+      if (beginsWith(tokens_.start(key), next.quotedName(), next.name.size() + 2)) return &next;
     }
     const std::string_view raw = rawText(key);
     if (!hasBackslash(raw)) return record.find(raw, expected);

@@ -45,7 +45,7 @@ class Encoder {
     return false;
   }
   bool null() {
-    out_.raw("null");
+    out_.padded("null\0\0\0", 4);
     return true;
   }
   bool flag(bool value) {
@@ -65,6 +65,7 @@ class Encoder {
 
   bool record(const RecordView& view) {
     out_.raw('{');
+    std::size_t skipped = 1;  // the first key has no comma before it
     const bool writeNull = view.record->absentFields() == AbsentFields::null;
     for (const Field& field : view.record->fields()) {
       const void* holder = static_cast<const std::byte*>(view.object) + field.offset;
@@ -72,16 +73,16 @@ class Encoder {
       const bool canBeAbsent = codec.target != nullptr;
       const void* target = canBeAbsent ? targetOf(codec, holder) : holder;
       if (target == nullptr && !writeNull) continue;
-      out_.padded(field.quotedKey.data(), field.quotedKeySize());
+      out_.padded(field.writtenKey.data() + skipped, field.writtenKeySize() - skipped);
+      skipped = 0;
       if (target == nullptr) {
         null();
       } else if (!this->value(canBeAbsent ? *codec.inner : codec, target)) {
         error_.prepend(field.name);
         return false;
       }
-      out_.raw(',');
     }
-    close('}');
+    out_.raw('}');
     return true;
   }
 

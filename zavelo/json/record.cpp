@@ -8,8 +8,8 @@ namespace zavelo::json {
 Record::Record(std::vector<Field> fields, AbsentFields absent)
     : fields_(std::move(fields)), absent_(absent) {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    std::string& key = fields_[i].quotedKey;
-    key.assign(1, '"').append(fields_[i].name).append("\":").append(8, '\0');
+    std::string& key = fields_[i].writtenKey;
+    key.assign(",\"").append(fields_[i].name).append("\":").append(8, '\0');
     if (fields_[i].codec->target != nullptr) continue;
     assert(i < 64 && "required fields stand among the first");
     required_ |= std::uint64_t{1} << i;

@@ -20,9 +20,11 @@ struct Field {
   std::string_view name;
   std::size_t offset;  ///< of the member in the record, in bytes
   const Codec* codec;
-  std::string quotedKey;  ///< "name": as it is written, and 8 more bytes that may be read
+  std::string writtenKey;  ///< ,"name": and 8 more bytes that may be read
 
-  [[nodiscard]] std::size_t quotedKeySize() const noexcept { return name.size() + 3; }
+  [[nodiscard]] std::size_t writtenKeySize() const noexcept { return name.size() + 4; }
+  /// "name" in its quotes, and what is behind it in `writtenKey`.
+  [[nodiscard]] const char* quotedName() const noexcept { return writtenKey.data() + 1; }
 };
 
 /// What becomes of a field without a value when its record is written. (A member that cannot be

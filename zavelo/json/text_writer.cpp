@@ -38,9 +38,6 @@ char shortEscape(char c) {
       return 'r';
     case '\t':
       return 't';
-    case '"':
-    case '\\':
-      return c;
     default:
       return 0;
   }
@@ -60,21 +57,42 @@ std::uint64_t tailBlock(const char* in, std::size_t left, std::size_t textSize) 
 
 constexpr std::size_t longestEscape = 6;  // \u0000
 
-char* writeEscaped(char* out, char c) {
-  constexpr char digits[] = "0123456789abcdef";
+char* writeRareEscape(char* out, char c) {
+  static constexpr char digits[] = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(c);
+  *out++ = '\\';
   if (const char escape = shortEscape(c)) {
-    *out++ = '\\';
     *out++ = escape;
-  } else if (byte < 0x20) {
-    std::memcpy(out, "\\u00", 4);
-    out += 4;
-    *out++ = digits[byte >> 4];
-    *out++ = digits[byte & 15];
-  } else {
-    *out++ = c;
+    return out;
   }
-  return out;
+  std::memcpy(out, "u00", 3);
+  out[3] = digits[byte >> 4];
+  out[4] = digits[byte & 15];
+  return out + 5;
+}
+
+/// Inline for what nearly all escapes are.
+inline char* writeEscaped(char* out, char c) {
+  if (c != '"' && c != '\\') return writeRareEscape(out, c);
+  out[0] = '\\';
+  out[1] = c;
+  return out + 2;
+}
+
+/// Writes 64 characters, and adds to `seen` the bits that they have. In a text with many escapes,
+/// as JSON in JSON is, the place of one does not wait for that of the one before it.
+char* escapedChunk(char* out, const char* in, Chars& seen) {
+  std::uint64_t mask = maskOf(in, [&](Chars chars) {
+    seen |= chars;
+    return (chars < 0x20) | (chars == '"') | (chars == '\\');
+  });
+  std::size_t from = 0;
+  for (; mask != 0; mask &= mask - 1) {
+    const auto at = static_cast<std::size_t>(std::countr_zero(mask));
+    out = writeEscaped(copyRun(out, in + from, at - from), in[at]);
+    from = at + 1;
+  }
+  return copyRun(out, in + from, chunkSize - from);
 }
 
 }  // namespace
@@ -96,12 +114,6 @@ void TextWriter::shrink() {
   end_ = limit_ = nullptr;
 }
 
-void TextWriter::raw(std::string_view text) {
-  reserve(text.size());
-  std::memcpy(end_, text.data(), text.size());
-  end_ += text.size();
-}
-
 void TextWriter::longNumber(std::int64_t value) {
   reserve(numberTextLimit);
   end_ = writeNumberText(end_, value);
@@ -113,18 +125,21 @@ void TextWriter::number(double value) {
 }
 
 bool TextWriter::quoted(std::string_view text) {
-  // Room for the worst case, so that the loop need not look.
-  reserve(text.size() * longestEscape + 2 + sizeof(std::uint64_t));
+  // Room for the worst case, so that the loops need not look.
+  reserve(text.size() * longestEscape + 2 + runSlack);
   char* out = end_;
   *out++ = '"';
   const char* in = text.data();
   const char* const end = in + text.size();
-  std::uint64_t seen = 0;
+  Chars seen{};
+  for (; static_cast<std::size_t>(end - in) >= chunkSize + runSlack; in += chunkSize)
+    out = escapedChunk(out, in, seen);
+  std::uint64_t seenLast = 0;
   while (in < end) {
     const auto left = static_cast<std::size_t>(end - in);
     const std::uint64_t block = left >= 8 ? blockAt(in) : tailBlock(in, left, text.size());
     std::memcpy(out, &block, sizeof block);
-    seen |= block;
+    seenLast |= block;
     const std::uint64_t marks = escaped(block);
     const auto plain = marks != 0 ? static_cast<std::size_t>(std::countr_zero(marks)) / 8
                                   : std::min<std::size_t>(left, 8);
@@ -134,7 +149,8 @@ bool TextWriter::quoted(std::string_view text) {
   }
   *out++ = '"';
   end_ = out;
-  return (seen & highBits) == 0 || simdjson::validate_utf8(text.data(), text.size());
+  return (highestBits(seen) == 0 && (seenLast & highBits) == 0) ||
+         simdjson::validate_utf8(text.data(), text.size());
 }
 
 }  // namespace zavelo::json::detail

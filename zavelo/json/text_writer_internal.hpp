@@ -21,7 +21,6 @@ class TextWriter {
     reserve(1);
     *end_++ = c;
   }
-  void raw(std::string_view text);
   /// A short text that is readable for a block behind its end: whole blocks cost less than finding
   /// out how much is left.
   void padded(const char* text, std::size_t size) {

@@ -1,0 +1,72 @@
+#include <benchmark/benchmark.h>
+
+#include <map>
+
+#include "bench/chat_events.hpp"
+#include "bench/peak_memory.hpp"
+#include "tests/support/generated_chat.hpp"
+#include "zavelo/messaging/recorded_chat.hpp"
+
+// A saved chat of 75 MB that is in memory already. The memory is what a contender takes beyond the
+// text: its own, and that of the events that all of them make.
+
+namespace zavelo::bench {
+namespace {
+
+constexpr std::size_t eventCount = 200'000;
+
+const ZVRecordedMessageDecoder& savedChat() {
+  static const ZVRecordedMessageDecoder chat(test::generatedChatFile(eventCount));
+  return chat;
+}
+
+RecordedEvents decodeOurs(const std::string&) {
+  return savedChat().decode();
+}
+
+bool isSame(const RecordedEvents& some, const RecordedEvents& others) {
+  return std::equal(some.begin(), some.end(), others.begin(), others.end(),
+                    [](const auto& one, const auto& other) {
+                      return one->toJsonString() == other->toJsonString();
+                    });
+}
+
+/// What needs to be found out once, and not in every repetition.
+struct Findings {
+  bool sound;
+  double memory;  // as a multiple of the text
+};
+const Findings& findingsOn(const RecordedContender& contender) {
+  static std::map<std::string, Findings> known;
+  const auto found = known.find(contender.name);
+  if (found != known.end()) return found->second;
+  const std::string& text = savedChat().data;
+  const std::size_t bytes =
+      extraPeakMemory([&] { benchmark::DoNotOptimize(contender.decode(text)); });
+  return known[contender.name] = {isSame(contender.decode(text), decodeOurs(text)),
+                                  static_cast<double>(bytes) / static_cast<double>(text.size())};
+}
+
+void decode(benchmark::State& state, const RecordedContender& contender) {
+  const Findings& findings = findingsOn(contender);
+  if (!findings.sound) return state.SkipWithError("it reads another chat");
+  const std::string& text = savedChat().data;
+  for (auto _ : state) benchmark::DoNotOptimize(contender.decode(text));
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+  state.counters["extra peak memory/file"] = findings.memory;
+}
+
+const bool registered = [] {
+  static const RecordedContender ours{"ZaveloCore", &decodeOurs};
+  for (const RecordedContender* contender :
+       {&ours, &nlohmannRecorded, &rapidjsonRecorded, &rapidjsonSaxRecorded})
+    benchmark::RegisterBenchmark(
+        (std::string("decode 200000 recorded events/") + contender->name).c_str(),
+        [contender](benchmark::State& state) { decode(state, *contender); })
+        ->Iterations(1)
+        ->Repetitions(5);
+  return true;
+}();
+
+}  // namespace
+}  // namespace zavelo::bench

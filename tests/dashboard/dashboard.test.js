@@ -89,6 +89,22 @@ test('a lost connection is told, and what comes after it is shown', async (t) =>
   assert.equal(await page.locator('#calls-rows tr').count(), 2);
 });
 
+test('what happened while the page was out of sight is told when it is back', async (t) => {
+  const stage = await Stage.open(t);
+  const page = await stage.look();
+  const turn = (state) => page.evaluate((value) => {
+    Object.defineProperty(document, 'visibilityState', {value, configurable: true});
+    document.dispatchEvent(new Event('visibilitychange'));
+  }, state);
+  await turn('hidden');
+  await page.getByText('Paused out of sight').waitFor();
+  for (const name of ['ann', 'bob']) await stage.join(name);
+  assert.equal(await page.locator('#calls-rows tr').count(), 0);
+  await turn('visible');
+  await row(page, 'zavelo-login').nth(1).waitFor();
+  await page.getByText('Live', {exact: true}).waitFor();
+});
+
 test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
   const stage = await Stage.open(t);
   await stage.join('ann', 'Ann');

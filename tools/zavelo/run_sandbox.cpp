@@ -34,7 +34,8 @@ ExitStatus announce(const sandbox::Sandbox& sandbox, const std::filesystem::path
                                {"rtmUrl", rtmUrl ? json::Value(*rtmUrl) : json::Value()},
                                {"state", state.empty() ? json::Value() : json::Value(where)}}));
   return output.result(line ? line.value() : "{}",
-                       "The sandbox listens on " + sandbox.url() + "\nMessages go through " +
+                       "The sandbox listens on " + sandbox.url() +
+                           ", where a browser shows what goes on\nMessages go through " +
                            rtmUrl.value_or("no broker") + "\nIts state is " + where +
                            "\nTry: zavelo --api " + sandbox.url() +
                            " user login-guest\nCtrl-C ends it\n");

@@ -1,7 +1,7 @@
 // The log of calls.
 
 import {drop} from './api.js';
-import {byId, code, element, emptyState, exactTime, notice} from './dom.js';
+import {byId, code, element, emptyState, exactTime, told} from './dom.js';
 import {outcomeChips, outcomeOf} from './outcome.js';
 import {showCall} from './call_detail.js';
 
@@ -16,7 +16,7 @@ export class Calls {
   constructor() {
     for (const id of ['calls-text', 'calls-outcome']) byId(id).addEventListener('input', () => this.#draw());
     byId('calls-clear').addEventListener('click', () =>
-      drop('/sandbox/requests').catch((error) => notice(error.message, true)));
+      told(drop('/sandbox/requests')));
     byId('calls-rows').addEventListener('keydown', (event) => this.#walk(event));
     byId('calls-rows').addEventListener('click', (event) => {
       const row = event.target.closest('tr');

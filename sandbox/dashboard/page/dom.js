@@ -49,6 +49,9 @@ export function sizeText(bytes) {
   return bytes < 1024 * 1024 ? `${(bytes / 1024).toFixed(1)} KB` : `${(bytes / 1024 / 1024).toFixed(1)} MB`;
 }
 
+/** Waits for what was begun, and says so if it fails. */
+export const told = (promise) => promise.catch((error) => notice(error.message, true));
+
 let noticeTimer = 0;
 /** A line for a person, which a screen reader reads as well. */
 export function notice(text, isError = false) {

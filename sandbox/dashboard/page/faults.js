@@ -1,7 +1,7 @@
 // The fault desk.
 
 import {drop, post, read} from './api.js';
-import {byId, chip, element, emptyState, notice, refill} from './dom.js';
+import {byId, chip, element, emptyState, notice, refill, told} from './dom.js';
 
 const kinds = {
   delay: ['delay', 'The call is done, and the answer comes late.'],
@@ -22,7 +22,7 @@ export class Faults {
       this.#add();
     });
     byId('faults-clear').addEventListener('click', () =>
-      drop('/sandbox/faults').then(({pending}) => this.#draw(pending)).catch((error) => notice(error.message, true)));
+      told(drop('/sandbox/faults').then(({pending}) => this.#draw(pending))));
     this.#follow();
   }
 

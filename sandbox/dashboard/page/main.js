@@ -1,7 +1,7 @@
 // Which view is shown, and how the events reach it.
 
 import {read} from './api.js';
-import {byId, notice} from './dom.js';
+import {byId, notice, told} from './dom.js';
 import {Calls} from './calls.js';
 import {Faults} from './faults.js';
 import {Feed} from './feed.js';
@@ -66,7 +66,7 @@ async function begin() {
     feed.startBehind(log.position);
     refresh('faults');
     refresh(shown);
-    streams.chat.reread();
+    told(streams.chat.reread());
   } catch {
     connection.dataset.state = 'lost';
     connection.textContent = states.lost;

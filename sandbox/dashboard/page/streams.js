@@ -1,7 +1,7 @@
 // Streams, who watches them, and how they grow.
 
 import {read} from './api.js';
-import {byId, chip, clockTime, code, element, emptyState, refill} from './dom.js';
+import {byId, chip, clockTime, code, element, emptyState, refill, told} from './dom.js';
 import {Chat} from './chat.js';
 import {PollDesk} from './poll.js';
 import {curveFigure} from './curve.js';
@@ -28,7 +28,7 @@ export class Streams {
   async #refreshChosen() {
     const slug = this.#chosen;
     byId('streams').classList.toggle('has-choice', slug !== '');
-    this.chat.show(slug);
+    told(this.chat.show(slug));
     if (!slug) return;
     const detail = await read(`/sandbox/streams/${encodeURIComponent(slug)}`);
     if (slug !== this.#chosen) return;
@@ -50,7 +50,7 @@ export class Streams {
 
   #choose(slug) {
     this.#chosen = slug;
-    this.refresh();
+    told(this.refresh());
     byId('stream').focus();
   }
 
@@ -61,7 +61,7 @@ export class Streams {
         stream.isLocked && chip('quiet', 'locked'),
         element('button', {type: 'button', class: 'close', 'aria-label': 'Close the stream', 'data-key': 'close',
           onclick: () => this.#choose('')}, '×')),
-      element('p', {class: 'facts'}, code(stream.slug), ` by ${stream.owner} · ${stream.tag} · ${stream.views} views`,
+      element('p', {class: 'facts'}, code(stream.slug), ` by ${stream.owner} · ${stream.tag} · ${stream.views} view${stream.views === 1 ? '' : 's'}`,
         stream.begun ? ` · began ${clockTime(stream.begun)}` : '', stream.ended ? ` · ended ${clockTime(stream.ended)}` : ''),
       element('div', {class: 'curves'}, ...(curve.length
         ? [['Viewers', 'viewers'], ['Likes', 'likes'], ['Gold', 'gold']].map(([title, key]) => curveFigure(title, key, curve, end))

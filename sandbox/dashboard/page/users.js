@@ -1,14 +1,14 @@
 // Members, guests and their sessions, and what befalls them.
 
 import {read} from './api.js';
-import {byId, chip, clockTime, code, element, emptyState, refill} from './dom.js';
+import {byId, chip, clockTime, code, element, emptyState, refill, told} from './dom.js';
 import {perform} from './perform.js';
 
 const count = (number, what) => `${number} ${what}${number === 1 ? '' : 's'}`;
 
 export class Users {
   constructor() {
-    byId('users-text').addEventListener('input', () => this.refresh());
+    byId('users-text').addEventListener('input', () => told(this.refresh()));
     byId('users-expire').addEventListener('click', () =>
       perform('expire-tokens', {}, (changed) => `${count(changed, 'access token')} expired`));
   }

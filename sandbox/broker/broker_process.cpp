@@ -89,6 +89,7 @@ pattern write rt1/+/u/+/i/%u
 pattern read rt1/+/c/#
 pattern write rt1/+/c/+/m/%u
 pattern write rt1/+/c/+/p/+/%u/+
+pattern write rt1/+/c/+/f/%u/+
 )";
   if (!master.empty()) list += "\nuser " + master + "\ntopic readwrite #\n";
   return list;

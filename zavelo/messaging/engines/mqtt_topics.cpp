@@ -48,6 +48,8 @@ std::optional<MqttTopic> parsedInApp(const std::vector<std::string_view>& levels
   if (is("u", "s", 5)) return MqttTopic{claim, app, {}, ids(levels[3])};
   if (is("u", "i", 6)) return MqttTopic{inbox, app, {}, ids(levels[3]), ids(levels[5])};
   if (is("c", "m", 6)) return MqttTopic{channelText, app, ids(levels[3]), ids(levels[5])};
+  if (is("c", "f", 7))
+    return MqttTopic{fence, app, ids(levels[3]), ids(levels[5]), {}, ids(levels[6])};
   if (is("c", "p", 8)) {
     MqttTopic topic{presence, app, ids(levels[3]), ids(levels[6]), {}, ids(levels[7])};
     // One place a user: who stands in another one's is nobody.
@@ -124,6 +126,11 @@ std::string mqttPresenceTopic(std::string_view appId, std::string_view channelId
                               std::string_view userId, std::string_view session) {
   return inApp(appId, "/c/", channelId) + "/p/" + std::to_string(mqttShard(userId)) + "/" +
          mqttLevel(userId) + "/" + mqttLevel(session);
+}
+
+std::string mqttFenceTopic(std::string_view appId, std::string_view channelId,
+                           std::string_view userId, std::string_view session) {
+  return inApp(appId, "/c/", channelId) + "/f/" + mqttLevel(userId) + "/" + mqttLevel(session);
 }
 
 std::string mqttPresenceFilter(std::string_view appId, std::string_view channelId,

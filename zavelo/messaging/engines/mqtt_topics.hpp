@@ -17,6 +17,8 @@ namespace zavelo {
 //   rt1/{app}/u/{user}/i/{sender}                   texts to one user
 //   rt1/{app}/c/{channel}/m/{sender}                texts to a channel, as they are
 //   rt1/{app}/c/{channel}/p/{shard}/{user}/{session}  who is in a channel; retained, empty: gone
+//   rt1/{app}/c/{channel}/f/{user}/{session}        a session's word to itself: it has heard what
+//                                                   came before
 
 /// An id as a level of a topic, and as the name of a broker's user.
 [[nodiscard]] ZAVELO_EXPORT std::string mqttLevel(std::string_view id);
@@ -51,16 +53,21 @@ inline constexpr unsigned mqttShardCount = 64;
                                                            std::string_view channelId,
                                                            std::optional<unsigned> shard);
 
+[[nodiscard]] ZAVELO_EXPORT std::string mqttFenceTopic(std::string_view appId,
+                                                       std::string_view channelId,
+                                                       std::string_view userId,
+                                                       std::string_view session);
+
 /// What a topic tells about the message in it.
 struct MqttTopic {
-  enum class Kind { claim, inbox, channelText, presence };
+  enum class Kind { claim, inbox, channelText, presence, fence };
 
   Kind kind = Kind::claim;
   std::string appId;
   std::string channelId{};  ///< of a channel's topics
-  std::string userId{};     ///< whose claim, inbox or presence; of a channel's text the sender
-  std::string senderId{};   ///< of an inbox's text
-  std::string session{};    ///< of a presence
+  std::string userId{};  ///< whose claim, inbox, presence or fence; of a channel's text the sender
+  std::string senderId{};  ///< of an inbox's text
+  std::string session{};   ///< of a presence or fence
 };
 
 /// None when the engine writes no such topic.

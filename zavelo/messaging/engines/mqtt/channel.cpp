@@ -16,6 +16,10 @@ std::string MqttChannel::presence() const {
   return mqttPresenceTopic(around_->appId, channelId_, user_.id, session_);
 }
 
+std::string MqttChannel::fenceTopic() const {
+  return mqttFenceTopic(around_->appId, channelId_, user_.id, session_);
+}
+
 std::string MqttChannel::shardFilter() const {
   return mqttPresenceFilter(around_->appId, channelId_, mqttShard(user_.id));
 }
@@ -47,26 +51,31 @@ void MqttChannel::connect() {
 }
 
 void MqttChannel::connected() {
-  const auto refused = [weak = weak_from_this()](int reason) {
-    if (const auto self = weak.lock()) self->refuseUnlessGood(reason);
-  };
   // Texts come behind the list of members, and are acknowledged. A list of thousands would fill the
   // window of what may be on its way unacknowledged, and a broker's queue behind it.
-  connection_->subscribe(shardFilter(), 0, MqttConnection::Echo::all, refused);
+  connection_->subscribe(shardFilter(), 0, MqttConnection::Echo::all, refusal());
   connection_->subscribe(mqttChannelFilter(around_->appId, channelId_), 1,
-                         MqttConnection::Echo::othersOnly, refused);
+                         MqttConnection::Echo::othersOnly, refusal());
+  // Nobody else hears it, and it comes through the same queue as the lists.
+  connection_->subscribe(fenceTopic(), 0, MqttConnection::Echo::all, refusal());
   announce();
+  setFence();
 }
 
-void MqttChannel::refuseUnlessGood(int reason) {
-  if (!joined_ && !ended_ && reason >= 0x80) settleJoin(rtmCode::rejected);
+MqttConnection::Answer MqttChannel::refusal() {
+  return [weak = weak_from_this()](int reason) {
+    const auto self = weak.lock();
+    if (self && !self->joined_ && !self->ended_ && reason >= 0x80)
+      self->settleJoin(rtmCode::rejected);
+  };
 }
 
 void MqttChannel::announce() {
-  connection_->publish(presence(), std::to_string(++fence_), true,
-                       [weak = weak_from_this()](int reason) {
-                         if (const auto self = weak.lock()) self->refuseUnlessGood(reason);
-                       });
+  connection_->publish(presence(), "1", true, refusal());
+}
+
+void MqttChannel::setFence() {
+  connection_->publish(fenceTopic(), std::to_string(++fence_), false, refusal());
 }
 
 void MqttChannel::received(const std::string& topic, const std::string& payload) {
@@ -74,6 +83,8 @@ void MqttChannel::received(const std::string& topic, const std::string& payload)
   if (!parsed || parsed->appId != around_->appId || parsed->channelId != channelId_) return;
   if (parsed->kind == MqttTopic::Kind::presence) {
     heardPresence(parsed->userId, parsed->session, payload);
+  } else if (parsed->kind == MqttTopic::Kind::fence) {
+    if (payload == std::to_string(fence_)) heardFence();
   } else if (parsed->kind == MqttTopic::Kind::channelText && !around_->isGone) {
     if (const auto delegate = delegate_.lock())
       delegate->channelMessageReceived(channelId_, payload, parsed->userId);
@@ -87,7 +98,6 @@ void MqttChannel::heardPresence(const std::string& userId, const std::string& se
   if (session == session_) {
     roster_.add(userId, session);
     if (payload.empty()) return announce();  // somebody swept too widely
-    if (payload == std::to_string(fence_)) heardFence();
     return;
   }
   if (!hearsAllShards_ && !isOfOwnShard(userId)) return;
@@ -96,7 +106,9 @@ void MqttChannel::heardPresence(const std::string& userId, const std::string& se
   if (!isNews || !joined_ || userId == user_.id) return;
   tellMember(isGone ? &AgoraRtmChannelDelegate::memberLeft : &AgoraRtmChannelDelegate::memberJoined,
              userId);
-  if (hearsAllShards_ && roster_.size() > 2 * around_->options.memberEventsCap) hearOwnShardOnly();
+  // Somewhat more than the cap, so that a channel of about that size does not go back and forth.
+  const auto cap = around_->options.memberEventsCap;
+  if (hearsAllShards_ && roster_.size() > cap + cap / 4) hearOwnShardOnly();
 }
 
 void MqttChannel::heardFence() {
@@ -113,7 +125,7 @@ void MqttChannel::readAllShards() {
   hearsAllShards_ = true;
   connection_->subscribe(allShardsFilter(), 0, MqttConnection::Echo::all, {});
   connection_->unsubscribe(shardFilter());
-  announce();
+  setFence();
 }
 
 void MqttChannel::finishReading() {
@@ -167,7 +179,7 @@ void MqttChannel::getMembers(AgoraRtmMembersCompletion completion) {
   if (listed_.size() > 1) return;
   listing_ = {};
   connection_->subscribe(allShardsFilter(), 0, MqttConnection::Echo::all, {});
-  announce();
+  setFence();
 }
 
 void MqttChannel::finishListing(bool isComplete) {

@@ -14,8 +14,8 @@ namespace zavelo::detail {
 
 /// A logged-in user in a channel, from the join to the end. All of it is on the loop's thread.
 ///
-/// A presence entry of one's own comes back behind all that stood there before: what was published
-/// with a number has been a fence when this number is heard.
+/// What one says to oneself comes back behind all that stood there before: what was numbered and
+/// published has been a fence when this number is heard.
 class MqttChannel final : public MqttListener, public std::enable_shared_from_this<MqttChannel> {
  public:
   struct User {
@@ -48,8 +48,11 @@ class MqttChannel final : public MqttListener, public std::enable_shared_from_th
   [[nodiscard]] std::string presence() const;
   [[nodiscard]] bool isOfOwnShard(const std::string& userId) const;
   void connect();
-  void refuseUnlessGood(int reason);
+  /// What a broker answers to a request without which there is no join.
+  MqttConnection::Answer refusal();
+  [[nodiscard]] std::string fenceTopic() const;
   void announce();
+  void setFence();
   void heardPresence(const std::string& userId, const std::string& session,
                      const std::string& payload);
   void heardFence();

@@ -56,8 +56,8 @@ json::Object formOf(const std::vector<FormPart>& form) {
   for (const auto& part : form) {
     size += part.content.size();
     // A field says no type and is text; a file without one may be anything.
-    const std::string_view type =
-        part.fileName.empty() || !part.contentType.empty() ? part.contentType : "file";
+    const bool isAnything = !part.fileName.empty() && part.contentType.empty();
+    const std::string_view type = isAnything ? std::string_view("file") : part.contentType;
     auto content = bodyOf(withoutSecret(part.name, part.content), type);
     content.set("name", line(part.name));
     content.set("fileName", line(part.fileName));

@@ -47,7 +47,7 @@ void take(const Screenshot& screenshot, TimerWindow& window) {
 int main(int count, char** arguments) {
   QApplication app(count, arguments);
   const auto screenshot = screenshotAskedFor(app);
-  const QtMainQueue queue(app);
+  const QtMainQueue queue;
   TimerWindow window;
   if (!screenshot.file.isEmpty())
     window.onText([&, ticks = 0]() mutable {

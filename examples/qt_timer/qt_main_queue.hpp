@@ -2,21 +2,42 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
+#include <QObject>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 #include "zavelo/platform/main_queue.hpp"
 
-/// The library's main queue becomes a part of Qt's event loop while this object lives: completions
-/// come on the thread of the application, between its own events.
+/// While this object lives, the library's main queue is a part of the event loop of the thread that
+/// made it: completions come between the application's own events.
 class QtMainQueue {
  public:
-  explicit QtMainQueue(QCoreApplication& app) {
-    zavelo::MainQueue::shared()->setExecutor([&app](zavelo::QueueTask task) {
+  QtMainQueue() {
+    zavelo::MainQueue::shared()->setExecutor([way = way_](zavelo::QueueTask task) {
+      const std::lock_guard lock(way->mutex);
+      // Posted while this object went: it waits for whoever drives the queue next.
+      if (!way->receiver) return zavelo::MainQueue::shared()->post(std::move(task));
       QMetaObject::invokeMethod(
-          &app, [task = std::move(task)]() mutable { task(); }, Qt::QueuedConnection);
+          way->receiver.get(), [task = std::move(task)]() mutable { task(); },
+          Qt::QueuedConnection);
     });
   }
-  /// What is posted from now on waits for whoever drives the queue next.
-  ~QtMainQueue() { zavelo::MainQueue::shared()->setExecutor({}); }
+  /// What is on its way still runs.
+  ~QtMainQueue() {
+    zavelo::MainQueue::shared()->setExecutor({});
+    std::unique_lock lock(way_->mutex);
+    const auto receiver = std::move(way_->receiver);
+    lock.unlock();
+    QCoreApplication::sendPostedEvents(receiver.get());
+  }
   QtMainQueue(const QtMainQueue&) = delete;
   QtMainQueue& operator=(const QtMainQueue&) = delete;
+
+ private:
+  struct Way {
+    std::mutex mutex;
+    std::unique_ptr<QObject> receiver = std::make_unique<QObject>();
+  };
+  const std::shared_ptr<Way> way_ = std::make_shared<Way>();
 };

@@ -1,8 +1,17 @@
-# Installs the build in a folder of its own and builds an app from there, as apps do:
-#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCXX=... -DPKG_CONFIG=... -P run.cmake
+# Installs the build in a folder of its own and builds apps from there, as apps do: one over the test
+# kit, and the example that needs a backend and a broker, which only says how it is used.
+#   cmake -DBUILD=... -DSOURCE=... -DEXAMPLE=... -DWORK=... -DCXX=... -DPKG_CONFIG=... -P run.cmake
 
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# Status 2 is wrong usage: it has found its libraries.
+function(expect_usage program)
+  execute_process(COMMAND ${program} RESULT_VARIABLE status ERROR_VARIABLE said)
+  if(NOT status EQUAL 2)
+    message(FATAL_ERROR "${program} ended with ${status}: ${said}")
+  endif()
 endfunction()
 
 file(REMOVE_RECURSE ${WORK})
@@ -10,21 +19,30 @@ set(prefix ${WORK}/prefix)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
 
 # By find_package.
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${prefix}
-    -DCMAKE_CXX_COMPILER=${CXX})
-run(${CMAKE_COMMAND} --build ${WORK}/build)
-run(${WORK}/build/consumer)
+foreach(source ${SOURCE} ${EXAMPLE})
+  get_filename_component(name ${source} NAME)
+  run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/${name} -DCMAKE_PREFIX_PATH=${prefix}
+      -DCMAKE_CXX_COMPILER=${CXX})
+  run(${CMAKE_COMMAND} --build ${WORK}/${name})
+endforeach()
+run(${WORK}/consumer/consumer)
+expect_usage(${WORK}/first_hour/first_hour)
 
 # By pkg-config.
 file(GLOB found ${prefix}/lib/pkgconfig ${prefix}/lib/*/pkgconfig)
 list(GET found 0 folder)
 get_filename_component(libraries ${folder} DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} ${folder})
-execute_process(COMMAND ${PKG_CONFIG} --cflags --libs zavelo-testing
-                OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-separate_arguments(flags UNIX_COMMAND "${flags}")
-run(${CXX} ${SOURCE}/main.cpp -o ${WORK}/by_pkg_config ${flags} -Wl,-rpath,${libraries})
-run(${WORK}/by_pkg_config)
+function(build_by_pkg_config source package)
+  execute_process(COMMAND ${PKG_CONFIG} --cflags --libs ${package}
+                  OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run(${CXX} ${source}/main.cpp -o ${WORK}/by_${package} ${flags} -Wl,-rpath,${libraries})
+endfunction()
+build_by_pkg_config(${SOURCE} zavelo-testing)
+run(${WORK}/by_zavelo-testing)
+build_by_pkg_config(${EXAMPLE} zavelo-mqtt)
+expect_usage(${WORK}/by_zavelo-mqtt)
 
 # What was installed runs from where it stands.
 run(${prefix}/bin/zavelo version)

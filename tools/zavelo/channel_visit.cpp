@@ -23,7 +23,7 @@ ChannelVisit::ChannelVisit(Collaborators with, std::string channel)
 
 /// From whatever thread to the queue, if the visit is still there by then. A step copies what it
 /// calls, as that may end the visit.
-void ChannelVisit::post(std::function<void(ChannelVisit&)> step) {
+void ChannelVisit::post(Step step) {
   with_.queue->post([weak = weak_from_this(), step = std::move(step)] {
     if (const auto self = weak.lock()) step(*self);
   });
@@ -38,20 +38,23 @@ void ChannelVisit::enter(Heard heard, Outcome entered) {
                                        : "could not log in to messaging within 15 seconds");
   });
   // Notifications and callbacks hold the visit weakly: the service outlives it.
-  with_.service->connect([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->post([](ChannelVisit& visit) { visit.join(); });
-  });
+  with_.service->connect([step = steps()] { step([](ChannelVisit& visit) { visit.join(); }); });
 }
 
 void ChannelVisit::join() {
   if (!entered_) return;
-  const auto answering = [weak = weak_from_this()](const std::optional<std::string>& failure) {
-    if (const auto self = weak.lock())
-      self->post([failure](ChannelVisit& visit) { visit.answer(failure); });
-  };
+  const auto step = steps();
   with_.service->joinChannel(
-      channel_, [answering] { answering({}); },
-      [answering](const ZVError& error) { answering(error.description()); });
+      channel_, [step] { step([](ChannelVisit& visit) { visit.answer(std::nullopt); }); },
+      [step](const ZVError& error) {
+        step([failure = error.description()](ChannelVisit& visit) { visit.answer(failure); });
+      });
+}
+
+std::function<void(ChannelVisit::Step)> ChannelVisit::steps() {
+  return [weak = weak_from_this()](Step step) {
+    if (const auto self = weak.lock()) self->post(std::move(step));
+  };
 }
 
 void ChannelVisit::answer(std::optional<std::string> failure) {
@@ -91,21 +94,18 @@ void ChannelVisit::hear(Heard heard) {
 }
 
 void ChannelVisit::send(const std::string& text, Outcome sent) {
-  const auto answering = [weak = weak_from_this(),
-                          sent = std::move(sent)](const std::optional<std::string>& failure) {
-    if (const auto self = weak.lock())
-      self->post([sent, failure](ChannelVisit&) { sent(failure); });
-  };
+  const auto step = steps();
   with_.service->writeChannel(
-      channel_, text, [answering] { answering({}); },
-      [answering](const ZVError& error) { answering(error.description()); });
+      channel_, text, [step, sent] { step([sent](ChannelVisit&) { sent(std::nullopt); }); },
+      [step, sent](const ZVError& error) {
+        step([sent, failure = error.description()](ChannelVisit&) { sent(failure); });
+      });
 }
 
 void ChannelVisit::members(std::function<void(std::vector<std::string>)> told) {
   with_.service->getMembersOfChannel(
-      channel_, [weak = weak_from_this(), told = std::move(told)](std::vector<std::string> ids) {
-        if (const auto self = weak.lock())
-          self->post([told, ids = std::move(ids)](ChannelVisit&) { told(ids); });
+      channel_, [step = steps(), told = std::move(told)](std::vector<std::string> ids) {
+        step([told, ids = std::move(ids)](ChannelVisit&) { told(ids); });
       });
 }
 

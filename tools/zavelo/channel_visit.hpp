@@ -50,7 +50,10 @@ class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
   void hear(Heard heard);
   void join();
   void answer(std::optional<std::string> failure);
-  void post(std::function<void(ChannelVisit&)> step);
+  using Step = std::function<void(ChannelVisit&)>;
+  void post(Step step);
+  /// Posts, from any thread, as long as the visit lives.
+  [[nodiscard]] std::function<void(Step)> steps();
   void waitForLogout(int looks, std::function<void()> left);
 
   const Collaborators with_;

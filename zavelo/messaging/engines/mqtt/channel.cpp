@@ -142,7 +142,7 @@ void MqttChannel::finishReading() {
 void MqttChannel::hearOwnShardOnly() {
   hearsAllShards_ = false;
   connection_->subscribe(shardFilter(), 0, MqttConnection::Echo::all, {});
-  if (listed_.empty()) connection_->unsubscribe(allShardsFilter());
+  connection_->unsubscribe(allShardsFilter());
   roster_.removeIf([this](const std::string& userId) { return !isOfOwnShard(userId); });
 }
 

@@ -81,5 +81,20 @@ TEST(DemoCommand, LeavesNothingBehindWhenItIsInterrupted) {
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
+TEST(DemoCommand, LeavesItsSandboxToLookAroundInUntilItIsInterrupted) {
+  const TemporaryFolder folder;
+  const auto demo =
+      startShell("export TMPDIR=" + folder.path().string() + "; exec \"$0\" demo --stay");
+  std::string line, url;
+  while (!(line = demo->nextLine()).empty() && url.empty())
+    if (line.find("look around") != std::string::npos) url = line.substr(line.find("http"));
+  EXPECT_EQ(runCommand({"--api", url, "--store", (folder / "new").string(), "user", "login-guest",
+                        "--device-udid", "x"})
+                .status,
+            0);
+  demo->signal(SIGINT);
+  EXPECT_EQ(demo->wait().status, 0);
+}
+
 }  // namespace
 }  // namespace zavelo::command

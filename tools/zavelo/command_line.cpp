@@ -28,7 +28,7 @@ class Grammar {
     inspect_.emplace(root_);
     addCensor();
     addSandbox();
-    demo_ = addCommand(root_, "demo", "Play a member's story against a sandbox of its own");
+    addDemo();
     version_ = addCommand(root_, "version", "Show the version");
   }
 
@@ -124,6 +124,12 @@ class Grammar {
     return options;
   }
 
+  void addDemo() {
+    demo_ = addCommand(root_, "demo", "Play a broadcast's story against a sandbox of its own");
+    stay_ =
+        demo_->add_flag("--stay")->description("Leave the sandbox to look around in, until Ctrl-C");
+  }
+
   // Paths begin with a slash and are appended as they stand; a person may end an origin with one.
   static std::string originOf(std::string api) {
     while (api.ends_with('/')) api.pop_back();
@@ -138,7 +144,7 @@ class Grammar {
 
   std::unique_ptr<const Request> request() const {
     if (version_->parsed()) return ask(VersionRequest{});
-    if (demo_->parsed()) return ask(DemoRequest{});
+    if (demo_->parsed()) return ask(DemoRequest{stay_->count() > 0});
     if (censor_->parsed())
       return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
     if (sandbox_->parsed()) return ask(sandboxRequest());
@@ -244,6 +250,7 @@ class Grammar {
   CLI::Option* brokerPort_ = nullptr;
   CLI::Option* noBroker_ = nullptr;
   CLI::App* demo_ = nullptr;
+  CLI::Option* stay_ = nullptr;
   CLI::App* version_ = nullptr;
   std::vector<Leaf> leaves_;
 };

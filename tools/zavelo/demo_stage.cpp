@@ -111,6 +111,15 @@ void DemoStage::stopSandbox() {
   expectEqual("the sandbox's exit status", 0, outcome.status);
 }
 
+void DemoStage::stay() {
+  tell("The sandbox stays, as the story has left it; Ctrl-C ends it");
+  show("look around", url_);
+  show("as Mai", "export ZAVELO_API=" + url_ + " ZAVELO_RTM=" + rtmUrl_ +
+                     " ZAVELO_STORE=" + (folder_ / "mai").string() + ".sqlite");
+  // A terminal interrupts it too: how it ends then is no part of the story.
+  static_cast<void>(std::exchange(sandbox_, nullptr)->wait());
+}
+
 std::shared_ptr<ChildProcess> DemoStage::start(std::string_view person,
                                                const std::vector<std::string>& arguments) {
   std::vector<std::string> all{"--json",

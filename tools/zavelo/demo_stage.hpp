@@ -41,6 +41,8 @@ class DemoStage {
 
   void startSandbox();
   void stopSandbox();
+  /// Leaves it running until somebody interrupts.
+  void stay();
   /// Starts the command with that person's store against the sandbox.
   std::shared_ptr<ChildProcess> start(std::string_view person,
                                       const std::vector<std::string>& arguments);

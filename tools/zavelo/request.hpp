@@ -72,7 +72,9 @@ struct SandboxRequest {
   bool hasBroker = true;
   std::optional<std::uint16_t> brokerPort;  ///< absent: the usual one, or any beside any port
 };
-struct DemoRequest {};
+struct DemoRequest {
+  bool stays = false;  ///< the sandbox goes on when the story is over
+};
 struct VersionRequest {};
 struct HelpRequest {
   std::string text;

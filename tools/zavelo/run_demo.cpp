@@ -7,7 +7,7 @@
 
 namespace zavelo::command {
 
-int runDemo(const Output& output) {
+int runDemo(const DemoRequest& request, const Output& output) {
   std::optional<Surprise> surprise;
   try {
     DemoStage stage;
@@ -16,9 +16,12 @@ int runDemo(const Output& output) {
     stage.startSandbox();
     playMember(stage);
     playBroadcast(stage);
-    stage.tell("The sandbox ends");
-    stage.stopSandbox();
     stage.tell("All as expected");
+    if (request.stays) {
+      stage.stay();
+      return succeeded;
+    }
+    stage.stopSandbox();
   } catch (Surprise& caught) {
     surprise = std::move(caught);
   }

@@ -1,10 +1,10 @@
 #include "zavelo/messaging/engines/in_process.hpp"
 
 #include <atomic>
-#include <mutex>
 #include <utility>
 
 #include "zavelo/messaging/engines/in_process_sessions_internal.hpp"
+#include "zavelo/messaging/engines/rtm_channel_table_internal.hpp"
 #include "zavelo/platform/background_queue.hpp"
 
 namespace zavelo {
@@ -45,16 +45,12 @@ class InProcessHub::Kit final : public AgoraRtmKit, public std::enable_shared_fr
   std::shared_ptr<AgoraRtmChannel> createChannel(
       const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) override;
   bool destroyChannel(const std::string& channelId) override;
-  [[nodiscard]] std::optional<Channels> channels() const override {
-    const std::lock_guard lock(mutex_);
-    return channels_;
-  }
+  [[nodiscard]] std::optional<Channels> channels() const override { return channels_.all(); }
 
  private:
   const std::shared_ptr<InProcessHub> hub_;
   const Sessions::SessionId id_;
-  mutable std::mutex mutex_;
-  Channels channels_;
+  detail::RtmChannelTable channels_;
 };
 
 class InProcessHub::Channel final : public AgoraRtmChannel {
@@ -96,19 +92,13 @@ class InProcessHub::Channel final : public AgoraRtmChannel {
 
 std::shared_ptr<AgoraRtmChannel> InProcessHub::Kit::createChannel(
     const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) {
-  if (channelId.empty()) return nullptr;
-  const std::lock_guard lock(mutex_);
-  auto& channel = channels_[channelId];
-  if (!channel)
-    channel = std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
-  return channel;
+  return channels_.findOrCreate(channelId, [&] {
+    return std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
+  });
 }
 
 bool InProcessHub::Kit::destroyChannel(const std::string& channelId) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (channels_.erase(channelId) == 0) return false;
-  }
+  if (!channels_.remove(channelId)) return false;
   ask([channelId](Sessions& all, auto id) { return all.leave(id, channelId); },
       AgoraRtmCompletion());
   return true;

@@ -1,12 +1,12 @@
 #include "zavelo/messaging/engines/mqtt.hpp"
 
 #include <charconv>
-#include <mutex>
 #include <string_view>
 #include <utility>
 
 #include "zavelo/messaging/engines/mqtt/session_internal.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
+#include "zavelo/messaging/engines/rtm_channel_table_internal.hpp"
 
 namespace zavelo {
 namespace {
@@ -80,23 +80,16 @@ class MqttKit final : public AgoraRtmKit, public std::enable_shared_from_this<Mq
   std::shared_ptr<AgoraRtmChannel> createChannel(
       const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) override;
   bool destroyChannel(const std::string& channelId) override {
-    {
-      const std::lock_guard lock(mutex_);
-      if (channels_.erase(channelId) == 0) return false;
-    }
+    if (!channels_.remove(channelId)) return false;
     ask([channelId](MqttSession& session) { session.leave(channelId, {}); });
     return true;
   }
-  [[nodiscard]] std::optional<Channels> channels() const override {
-    const std::lock_guard lock(mutex_);
-    return channels_;
-  }
+  [[nodiscard]] std::optional<Channels> channels() const override { return channels_.all(); }
 
  private:
   const std::shared_ptr<MqttSurroundings> around_;
   std::shared_ptr<MqttSession> session_;
-  mutable std::mutex mutex_;
-  Channels channels_;
+  detail::RtmChannelTable channels_;
 };
 
 class Channel final : public AgoraRtmChannel {
@@ -139,12 +132,9 @@ class Channel final : public AgoraRtmChannel {
 
 std::shared_ptr<AgoraRtmChannel> MqttKit::createChannel(
     const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) {
-  if (channelId.empty()) return nullptr;
-  const std::lock_guard lock(mutex_);
-  auto& channel = channels_[channelId];
-  if (!channel)
-    channel = std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
-  return channel;
+  return channels_.findOrCreate(channelId, [&] {
+    return std::make_shared<Channel>(weak_from_this(), channelId, std::move(delegate));
+  });
 }
 
 }  // namespace

@@ -32,7 +32,6 @@ class MqttChannel final : public MqttListener, public std::enable_shared_from_th
   void getMembers(AgoraRtmMembersCompletion completion);
   /// Called once by whoever holds it; `completion` may be empty.
   void leave(const AgoraRtmCompletion& completion);
-  [[nodiscard]] bool isJoined() const noexcept { return joined_; }
   [[nodiscard]] bool hasEnded() const noexcept { return ended_; }
 
   void connected() override;

@@ -59,12 +59,9 @@ void MqttSession::heardState(AgoraRtmConnectionState state, AgoraRtmConnectionCh
 void MqttSession::ended(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason) {
   login_ = nullptr;
   if (state == rtmState::disconnected) notBefore_ = MqttLoop::Clock::now() + pace_.next();
-  leaveChannels();
-  const auto entering = std::exchange(entering_, {});
+  leaveAll(std::exchange(channels_, {}));
   tell(state, reason);
-  for (const auto& completion : entering)
-    around_->tell(completion,
-                  reason == rtmReason::loginTimeout ? rtmCode::failure : rtmCode::rejected);
+  settleLogin(reason == rtmReason::loginTimeout ? rtmCode::failure : rtmCode::rejected);
 }
 
 void MqttSession::settleLogin(std::int64_t code) {
@@ -74,21 +71,20 @@ void MqttSession::settleLogin(std::int64_t code) {
 void MqttSession::logout(AgoraRtmCompletion completion) {
   if (!login_) return around_->tell(completion, rtmCode::notLoggedIn);
   const auto login = std::exchange(login_, nullptr);
+  settleLogin(rtmCode::failure);
   // First nobody reaches the user any more, then the channels see the user go.
   login->leave([weak = weak_from_this(), channels = std::exchange(channels_, {}),
-                entering = std::exchange(entering_, {}), completion = std::move(completion)] {
-    for (const auto& [id, channel] : channels)
-      if (!channel->hasEnded()) channel->leave({});
+                completion = std::move(completion)] {
+    leaveAll(channels);
     const auto self = weak.lock();
     if (!self) return;
     self->tell(rtmState::disconnected, rtmReason::logout);
-    for (const auto& each : entering) self->around_->tell(each, rtmCode::failure);
     self->around_->tell(completion, rtmCode::success);
   });
 }
 
-void MqttSession::leaveChannels() {
-  for (const auto& [id, channel] : std::exchange(channels_, {}))
+void MqttSession::leaveAll(const ChannelsById& channels) {
+  for (const auto& [id, channel] : channels)
     if (!channel->hasEnded()) channel->leave({});
 }
 

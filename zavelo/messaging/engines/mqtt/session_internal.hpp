@@ -40,14 +40,15 @@ class MqttSession final : public std::enable_shared_from_this<MqttSession> {
   void heardState(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
   void settleLogin(std::int64_t code);
   void ended(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
-  void leaveChannels();
+  using ChannelsById = std::map<std::string, std::shared_ptr<MqttChannel>>;
+  static void leaveAll(const ChannelsById& channels);
   void tell(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason) const;
 
   const std::shared_ptr<MqttSurroundings> around_;
   const std::weak_ptr<AgoraRtmDelegate> delegate_;
   std::shared_ptr<MqttLogin> login_;
   std::vector<AgoraRtmCompletion> entering_;
-  std::map<std::string, std::shared_ptr<MqttChannel>> channels_;
+  ChannelsById channels_;
   MqttRetry pace_;
   MqttLoop::Clock::time_point notBefore_{};
 };

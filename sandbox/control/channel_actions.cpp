@@ -1,6 +1,5 @@
 #include "sandbox/control/channel_actions.hpp"
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -88,9 +87,9 @@ Changed endPoll(const ActionCall& of) {
 
 /// As the member's app does it: pays, and tells the channel.
 Changed giveGift(const ActionCall& of) {
-  const auto& gifts = of.room.gifts.streams.settings.gifts;
-  const auto gift = std::ranges::find(gifts, *of.arguments.integer("giftId"), &Gift::id);
-  if (gift == gifts.end()) return Failure{parameterProblem("giftId", "there is no such gift")};
+  const auto gift =
+      offeredGift(of.room.gifts.streams.settings.gifts, *of.arguments.integer("giftId"));
+  if (!gift) return Failure{gift.error()};
   auto given = give(of.transaction, *of.stream, *gift, of.arguments.integer("amount").value_or(1),
                     of.member->id, of.stream->owner, of.room.sessions.now());
   if (!given) return Failure{std::move(given).error()};

@@ -1,6 +1,5 @@
 #include "sandbox/gifts/gift_endpoints.hpp"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -37,9 +36,8 @@ Result<std::int64_t, Problem> receiverIn(const StreamCall& of) {
 }
 
 Result<GivenGift, Problem> giveIn(const StreamCall& of) {
-  const auto& gifts = of.room.settings.gifts;
-  const auto gift = std::ranges::find(gifts, *of.call.arguments.integer("giftId"), &Gift::id);
-  if (gift == gifts.end()) return Failure{parameterProblem("giftId", "there is no such gift")};
+  const auto gift = offeredGift(of.room.settings.gifts, *of.call.arguments.integer("giftId"));
+  if (!gift) return Failure{gift.error()};
   const auto receiver = receiverIn(of);
   if (!receiver) return Failure{receiver.error()};
   return give(of.transaction, of.stream, *gift, *of.call.arguments.integer("amount"),

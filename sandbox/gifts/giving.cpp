@@ -1,7 +1,9 @@
 #include "sandbox/gifts/giving.hpp"
 
+#include <algorithm>
 #include <string>
 
+#include "sandbox/api/parameters.hpp"
 #include "sandbox/gifts/fans.hpp"
 #include "sandbox/gifts/wallet.hpp"
 
@@ -9,6 +11,12 @@ namespace zavelo::sandbox {
 
 // No product overflows.
 static_assert(dearestGift * mostGiftsAtOnce < walletLimit);
+
+Result<Gift, Problem> offeredGift(const std::vector<Gift>& gifts, std::int64_t id) {
+  const auto gift = std::ranges::find(gifts, id, &Gift::id);
+  if (gift == gifts.end()) return Failure{parameterProblem("giftId", "there is no such gift")};
+  return *gift;
+}
 
 Result<GivenGift, Problem> give(Transaction& transaction, const Stream& stream, const Gift& gift,
                                 std::int64_t amount, std::int64_t sender, std::int64_t receiver,

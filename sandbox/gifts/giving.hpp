@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "sandbox/api/envelope.hpp"
 #include "sandbox/settings/gift.hpp"
@@ -22,6 +23,9 @@ struct GivenGift {
   Member receiver;
   std::int64_t rank = 0;  ///< the sender's among the receiver's fans
 };
+
+/// The gift of that id; the problem names the parameter.
+[[nodiscard]] Result<Gift, Problem> offeredGift(const std::vector<Gift>& gifts, std::int64_t id);
 
 /// Pays for the gifts and writes them down. The problem: the sender is the receiver, or the wallets
 /// do not allow it. Then nothing changes.

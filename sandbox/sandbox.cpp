@@ -27,6 +27,7 @@
 #include "sandbox/streams/stream_endpoints.hpp"
 #include "sandbox/users/sessions.hpp"
 #include "sandbox/users/user_endpoints.hpp"
+#include "zavelo/testing/fault_script.hpp"
 
 namespace zavelo::sandbox {
 
@@ -75,7 +76,7 @@ struct Sandbox::Parts {
   std::unique_ptr<Database> database;
   Sessions sessions;
   Throttle throttle;
-  FaultDesk faults;
+  FaultDesk faults{[this](std::string_view path) { return router.serves(path); }};
   Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
   Settings settings;
   UserRoom userRoom{*database, sessions, throttle, url};
@@ -86,10 +87,7 @@ struct Sandbox::Parts {
   ChatLog chat{feed, [this] { return sessions.now(); }, [this] { watch.touch(); }};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
-  ControlRoom controlRoom{
-      *database, sessions, throttle, faults, giftRoom, channels, [this](std::string_view path) {
-        return router.serves(path);
-      }};
+  ControlRoom controlRoom{*database, sessions, throttle, faults, giftRoom, channels};
   DashboardRoom dashboardRoom{*database,
                               feed,
                               log,
@@ -106,8 +104,18 @@ struct Sandbox::Parts {
 
 namespace {
 
-Failure<std::string> unusable(const std::filesystem::path& seed, const std::string& why) {
-  return Failure{"cannot use \"" + seed.string() + "\" as the seed file: " + why};
+Failure<std::string> unusable(const std::filesystem::path& file, const char* what,
+                              const std::string& why) {
+  return Failure{"cannot use \"" + file.string() + "\" as the " + what + ": " + why};
+}
+
+constexpr const char* seedFile = "seed file";
+constexpr const char* faultScript = "fault script";
+
+/// An empty path: nothing is broken on purpose.
+testing::FaultScript faultsIn(const std::filesystem::path& file) {
+  return file.empty() ? testing::FaultScript(std::vector<testing::Fault>{})
+                      : testing::readFaultFile(file);
 }
 
 Failure<std::string> brokerless(const std::string& why) {
@@ -126,7 +134,9 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
   try {
     if (sodium_init() < 0) return Failure{std::string("no random numbers are to be had")};
     auto seed = readSeed(options.seed);
-    if (!seed) return unusable(options.seed, seed.error());
+    if (!seed) return unusable(options.seed, seedFile, seed.error());
+    const auto script = faultsIn(options.faults);
+    if (!script) return unusable(options.faults, faultScript, script.error());
     auto listener = Listener::bind(options.port);
     if (!listener) return Failure{std::move(listener).error()};
     auto database = Database::open(options.state);
@@ -134,7 +144,10 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database),
                                          seed->settings);
     if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
-      return unusable(options.seed, planted.error());
+      return unusable(options.seed, seedFile, planted.error());
+    }
+    if (const auto problem = parts->faults.add(*script)) {
+      return unusable(options.faults, faultScript, *problem);
     }
     if (options.brokerPort) {
       const auto opened = parts->channels.open(*options.brokerPort, options.statisticsPeriod);

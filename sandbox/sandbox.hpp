@@ -13,9 +13,10 @@
 namespace zavelo::sandbox {
 
 struct SandboxOptions {
-  std::uint16_t port = 8080;      ///< 0: any free one
-  std::filesystem::path state{};  ///< a file that is made where there is none; empty: memory only
-  std::filesystem::path seed{};   ///< a JSON file of settings and first members; empty: built-in
+  std::uint16_t port = 8080;       ///< 0: any free one
+  std::filesystem::path state{};   ///< a file that is made where there is none; empty: memory only
+  std::filesystem::path seed{};    ///< a JSON file of settings and first members; empty: built-in
+  std::filesystem::path faults{};  ///< a JSON file of faults that wait from the start; empty: none
   std::chrono::seconds accessTokenLifetime = std::chrono::hours(1);
   std::chrono::seconds refreshTokenLifetime = std::chrono::days(30);
   std::chrono::seconds refreshGrace{30};      ///< how long a traded refresh token is still answered
@@ -35,7 +36,7 @@ class Sandbox {
  public:
   /// Serves when it returns. The error is one sentence for a person: a port in use, a broker that
   /// is not installed, a state file that is damaged, of another program, or none at all, a seed
-  /// file with a mistake in it.
+  /// file or fault script with a mistake in it.
   static Result<std::unique_ptr<Sandbox>, std::string> start(const SandboxOptions& options);
   ~Sandbox();
 

@@ -104,6 +104,8 @@ Complaint checkValue(const json::Value& value, const Parameter& parameter) {
       return checkNumber(value, parameter);
     case Kind::flag:
       return value.as<bool>() != nullptr ? Complaint{} : "expected true or false";
+    case Kind::any:
+      return {};
     case Kind::jpeg:
     case Kind::plainText:
       break;

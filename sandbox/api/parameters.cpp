@@ -73,8 +73,10 @@ class ParameterCheck {
 
  private:
   const Parameter* find(std::string_view name) {
-    const auto found = std::ranges::find(parameters_, name, &Parameter::name);
-    if (found != parameters_.end()) return &*found;
+    for (const auto candidate : {name, std::string_view("*")}) {
+      const auto found = std::ranges::find(parameters_, candidate, &Parameter::name);
+      if (found != parameters_.end()) return &*found;
+    }
     note(name, "unknown parameter");
     return nullptr;
   }
@@ -143,6 +145,10 @@ std::optional<bool> Arguments::flag(std::string_view name) const {
   const auto found = values_.find(name);
   if (found == values_.end()) return {};
   return *found->second.as<bool>();
+}
+
+json::Object Arguments::object() const {
+  return json::Object(std::vector<json::Object::Member>(values_.begin(), values_.end()));
 }
 
 bool Arguments::has(std::string_view name) const {

@@ -25,6 +25,7 @@ struct Parameter {
     address,    ///< of the web, or an empty text
     jpeg,       ///< a file in a form, a sound image/jpeg, at most `most` bytes
     plainText,  ///< a file in a form, text/plain, at most `most` bytes
+    any,        ///< whatever it is; the endpoint looks itself
   };
   enum class Presence : std::uint8_t {
     optional,
@@ -32,7 +33,7 @@ struct Parameter {
     requiredUnlessBare,  ///< may be missing where no parameter at all is given
   };
 
-  std::string_view name;
+  std::string_view name;  ///< "*": every other name
   Kind kind;
   double least;
   double most;
@@ -63,6 +64,10 @@ struct Parameter {
 [[nodiscard]] constexpr Parameter jpeg(std::string_view name, double mostBytes) {
   return {name, Parameter::Kind::jpeg, 0, mostBytes};
 }
+/// For an endpoint that reads its object itself.
+[[nodiscard]] constexpr Parameter anything() {
+  return {"*", Parameter::Kind::any, 0, 0};
+}
 [[nodiscard]] constexpr Parameter required(Parameter parameter) {
   parameter.presence = Parameter::Presence::required;
   return parameter;
@@ -81,6 +86,8 @@ class Arguments {
   [[nodiscard]] std::optional<bool> flag(std::string_view name) const;
   [[nodiscard]] const FormPart* file(std::string_view name) const;
   [[nodiscard]] bool has(std::string_view name) const;
+  /// All that was sent, files aside.
+  [[nodiscard]] json::Object object() const;
   [[nodiscard]] bool empty() const { return values_.empty() && files_.empty(); }
 
  private:

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <string_view>
 #include <vector>
 
 #include "sandbox/api/endpoint.hpp"
@@ -23,7 +21,6 @@ struct ControlRoom {
   FaultDesk& faults;
   GiftRoom& gifts;
   Channels& channels;
-  std::function<bool(std::string_view path)> serves;  ///< whether there is such an endpoint
 };
 
 /// Health, faults on demand, and actions that an administrator or another device would cause.

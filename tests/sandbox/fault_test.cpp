@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <thread>
 
 #include "tests/sandbox/backend.hpp"
+#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -70,6 +72,32 @@ TEST_F(FaultTest, PendingRulesAreListedAndCleared) {
   EXPECT_EQ(backend.send("GET", "/sandbox/faults").data("pending"), json::Value(expected));
   EXPECT_EQ(backend.send("DELETE", "/sandbox/faults").data("pending"), json::Value(json::Array{}));
   EXPECT_THAT(call(), HasCode(1));
+}
+
+TEST(FaultFileTest, ExampleNamesEndpointsThatThereAre) {
+  const Backend backend({.faults = ZAVELO_EXAMPLE_FOLDER "/bad_evening.json"});
+  EXPECT_EQ(backend.send("GET", "/sandbox/faults").data("pending").as<json::Array>()->size(), 8);
+}
+
+TEST(FaultFileTest, WaitsFromTheStartOrIsRefusedWithItsPlace) {
+  const test::TemporaryFolder folder;
+  const auto file = folder / "faults.json";
+  std::ofstream(file) << R"({"faults":[
+    {"endpoint":"/api/settings/naughty-words","fault":"code","code":603,"after":1}]})";
+  const Backend backend({.faults = file});
+  EXPECT_THAT(backend.post("/api/settings/naughty-words"), HasCode(1));
+  EXPECT_THAT(backend.post("/api/settings/naughty-words"), HasCode(603));
+  EXPECT_THAT(backend.post("/api/settings/naughty-words"), HasCode(1));
+
+  const auto complaint = [&] { return Sandbox::start({.port = 0, .faults = file}).error(); };
+  const std::string cannotUse = "cannot use \"" + file.string() + "\" as the fault script: ";
+  std::ofstream(file) << R"({"endpoint":"/api/users/serach","fault":"cut"})";
+  EXPECT_EQ(complaint(), cannotUse + "\"endpoint\": there is no /api/users/serach");
+  std::ofstream(file) << R"({"faults":[{"endpoint":"*","fault":"late"}]})";
+  EXPECT_THAT(complaint(),
+              ::testing::StartsWith(cannotUse + "faults[0]: \"fault\": expected delay,"));
+  std::filesystem::remove(file);
+  EXPECT_EQ(complaint(), cannotUse + "No such file or directory");
 }
 
 }  // namespace

@@ -1,9 +1,14 @@
 #include "zavelo/testing/scripted_http_session.hpp"
 
+#include <algorithm>
 #include <deque>
+#include <iterator>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <utility>
+
+#include "zavelo/testing/fault_effect.hpp"
 
 namespace zavelo::testing {
 
@@ -11,10 +16,6 @@ namespace {
 
 /// What the script says to one request: a reply, or nothing when the request gets lost.
 using Outcome = std::optional<HttpReply>;
-
-void tell(HttpReplyHandler done, Outcome outcome) {
-  if (outcome) done(std::move(*outcome));
-}
 
 HttpReply failed(HttpFailure failure) {
   HttpReply reply;
@@ -26,41 +27,129 @@ HttpReply cancelled() {
   return failed({HttpFailure::Kind::cancelled, "the request was cancelled"});
 }
 
+std::string_view pathOf(std::string_view url) {
+  const auto scheme = url.find("://");
+  const auto start = url.find('/', scheme == std::string_view::npos ? 0 : scheme + 3);
+  if (start == std::string_view::npos) return "/";
+  return url.substr(start, url.find_first_of("?#", start) - start);
+}
+
+/// What the faults answer that keep a call from being done; none: the call is done.
+std::optional<HttpReply> insteadOf(const Fault& fault) {
+  if (fault.kind == FaultKind::refuse)
+    return failed({HttpFailure::Kind::broken, "the connection was closed without an answer"});
+  if (fault.kind != FaultKind::unauthorized && fault.kind != FaultKind::code) return {};
+  auto answer = answerOf(fault);
+  return HttpReply{answer.status, {}, std::move(answer.body), {}};
+}
+
+HttpReply spoilt(FaultKind kind, HttpReply reply) {
+  if (reply.failure) return reply;
+  reply.body = spoiltBody(kind, std::move(reply.body));
+  if (kind == FaultKind::cut) {
+    reply.body.resize(reply.body.size() / 2);
+    reply.failure = {HttpFailure::Kind::broken, "the connection was closed inside the reply"};
+  }
+  return reply;
+}
+
 }  // namespace
 
 struct ScriptedHttpSession::State {
-  struct Waiting {
+  struct Request {
     const void* task;
     HttpReplyHandler done;
+    std::optional<Fault> fault;
+  };
+  struct Delayed {
+    Request request;
+    std::chrono::milliseconds due;
+    HttpReply reply;
   };
 
   std::mutex mutex;
   std::vector<HttpRequest> requests;
   std::deque<Outcome> script;
-  std::deque<Waiting> waiting;
+  std::deque<Request> waiting;
+  std::deque<Delayed> delayed;  // in the order in which they are due
+  std::chrono::milliseconds now{0};
+  FaultPlan faults;
+
+  void ask(Request request) {
+    if (request.fault) {
+      if (auto answer = insteadOf(*request.fault)) return request.done(std::move(*answer));
+    }
+    Outcome outcome;
+    {
+      const std::lock_guard lock(mutex);
+      if (script.empty()) return waiting.push_back(std::move(request));
+      outcome = std::move(script.front());
+      script.pop_front();
+    }
+    tell(std::move(request), std::move(outcome));
+  }
 
   void add(Outcome outcome) {
-    HttpReplyHandler done;
+    Request request;
     {
       const std::lock_guard lock(mutex);
       if (waiting.empty()) return script.push_back(std::move(outcome));
-      done = std::move(waiting.front().done);
+      request = std::move(waiting.front());
       waiting.pop_front();
     }
-    tell(std::move(done), std::move(outcome));
+    tell(std::move(request), std::move(outcome));
+  }
+
+  void tell(Request request, Outcome outcome) {
+    if (!outcome) return;
+    if (!request.fault) return request.done(std::move(*outcome));
+    if (request.fault->kind == FaultKind::delay)
+      return hold(std::move(request), *std::move(outcome));
+    request.done(spoilt(request.fault->kind, std::move(*outcome)));
+  }
+
+  void hold(Request request, HttpReply reply) {
+    const std::lock_guard lock(mutex);
+    const auto due = now + request.fault->delay;
+    const auto next = std::ranges::upper_bound(delayed, due, {}, &Delayed::due);
+    delayed.insert(next, {std::move(request), due, std::move(reply)});
+  }
+
+  void advance(std::chrono::milliseconds by) {
+    std::deque<Delayed> arrived;
+    {
+      const std::lock_guard lock(mutex);
+      now += by;
+      const auto later = std::ranges::upper_bound(delayed, now, {}, &Delayed::due);
+      std::move(delayed.begin(), later, std::back_inserter(arrived));
+      delayed.erase(delayed.begin(), later);
+    }
+    for (auto& each : arrived) each.request.done(std::move(each.reply));
   }
 
   void cancel(const void* task) {
     HttpReplyHandler done;
     {
       const std::lock_guard lock(mutex);
-      std::erase_if(waiting, [&](Waiting& entry) {
-        if (entry.task != task) return false;
-        done = std::move(entry.done);
+      const auto takes = [&](Request& request) {
+        if (request.task != task) return false;
+        done = std::move(request.done);
         return true;
-      });
+      };
+      std::erase_if(waiting, takes);
+      std::erase_if(delayed, [&](Delayed& each) { return takes(each.request); });
     }
     if (done) done(cancelled());
+  }
+
+  void end() {
+    std::deque<Request> rest;
+    {
+      const std::lock_guard lock(mutex);
+      rest.swap(waiting);
+      for (auto& each : std::exchange(delayed, {})) rest.push_back(std::move(each.request));
+    }
+    for (auto& request : rest) request.done(cancelled());
   }
 };
 
@@ -83,28 +172,17 @@ class ScriptedTask final : public HttpTask {
 ScriptedHttpSession::ScriptedHttpSession() : state_(std::make_shared<State>()) {}
 
 ScriptedHttpSession::~ScriptedHttpSession() {
-  std::deque<State::Waiting> rest;
-  {
-    const std::lock_guard lock(state_->mutex);
-    rest.swap(state_->waiting);
-  }
-  for (auto& entry : rest) entry.done(cancelled());
+  state_->end();
 }
 
 std::shared_ptr<HttpTask> ScriptedHttpSession::send(HttpRequest request, HttpReplyHandler done) {
   auto task = std::make_shared<ScriptedTask<State>>(state_);
-  Outcome outcome;
+  auto fault = state_->faults.take(pathOf(request.url));
   {
     const std::lock_guard lock(state_->mutex);
     state_->requests.push_back(std::move(request));
-    if (state_->script.empty()) {
-      state_->waiting.push_back({task.get(), std::move(done)});
-      return task;
-    }
-    outcome = std::move(state_->script.front());
-    state_->script.pop_front();
   }
-  tell(std::move(done), std::move(outcome));
+  state_->ask({task.get(), std::move(done), std::move(fault)});
   return task;
 }
 
@@ -120,6 +198,14 @@ void ScriptedHttpSession::lose() {
   state_->add(std::nullopt);
 }
 
+FaultPlan& ScriptedHttpSession::faults() {
+  return state_->faults;
+}
+
+void ScriptedHttpSession::advance(std::chrono::milliseconds by) {
+  state_->advance(by);
+}
+
 std::vector<HttpRequest> ScriptedHttpSession::requests() const {
   const std::lock_guard lock(state_->mutex);
   return state_->requests;
@@ -127,7 +213,7 @@ std::vector<HttpRequest> ScriptedHttpSession::requests() const {
 
 std::size_t ScriptedHttpSession::waiting() const {
   const std::lock_guard lock(state_->mutex);
-  return state_->waiting.size();
+  return state_->waiting.size() + state_->delayed.size();
 }
 
 }  // namespace zavelo::testing

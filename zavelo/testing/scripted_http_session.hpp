@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "zavelo/platform/http_session.hpp"
+#include "zavelo/testing/fault_plan.hpp"
 
 namespace zavelo::testing {
 
@@ -30,8 +32,16 @@ class ZAVELO_EXPORT ScriptedHttpSession final : public HttpSession {
   /// The next request's handler is destroyed uncalled, as by a client that lost the request.
   void lose();
 
+  /// Faults for the requests to come, by the paths of their addresses. A fault that answers in the
+  /// backend's stead leaves the script's next reply for the next request.
+  ///
+  ///     session->faults().add(readFaultFile("bad_evening.json").value());
+  [[nodiscard]] FaultPlan& faults();
+  /// Moves time on for the replies that a fault delays: those that are due arrive, in their order.
+  void advance(std::chrono::milliseconds by);
+
   [[nodiscard]] std::vector<HttpRequest> requests() const;
-  /// Requests that still wait for a reply.
+  /// Requests that still wait for a reply, a delayed one too.
   [[nodiscard]] std::size_t waiting() const;
 
  private:

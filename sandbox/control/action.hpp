@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sandbox/api/endpoint.hpp"
+#include "sandbox/control/action_outline.hpp"
 #include "sandbox/control/control_endpoints.hpp"
 #include "sandbox/streams/stream.hpp"
 #include "sandbox/users/members.hpp"
@@ -27,14 +28,12 @@ struct ActionCall {
   std::optional<Stream> stream{};
 };
 
+/// Whom an action is about.
+inline constexpr Parameter actionMemberParameter = text("userName", 1, 64);
+
 /// What an administrator, another device or a host's app would do.
 struct Action {
-  struct Takes {
-    std::string_view parameter;
-    bool isRequired = true;
-  };
-  std::string_view name;
-  std::vector<Takes> parameters;
+  ActionOutline outline;
   /// How many tokens, members, sessions, streams or messages it concerned.
   std::function<Result<std::int64_t, Problem>(const ActionCall&)> act;
 };

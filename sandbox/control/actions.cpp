@@ -17,6 +17,8 @@ namespace {
 
 using Changed = Result<std::int64_t, Problem>;
 
+constexpr Parameter nameParameter = required(text("action", 1, 50));
+
 Changed expireTokens(const ActionCall& of) {
   return of.room.sessions.expireAccessTokens(
       of.transaction, of.member ? std::optional(of.member->id) : std::nullopt);
@@ -50,14 +52,25 @@ Changed unlock(const ActionCall& of) {
 }
 
 std::vector<Action> administrativeActions() {
+  constexpr Parameter userName = actionMemberParameter;
   return {
-      {"expire-tokens", {{"userName", false}}, expireTokens},
-      {"ban", {{"userName"}}, setBanned<1>},
-      {"unban", {{"userName"}}, setBanned<0>},
-      {"sign-in-elsewhere", {{"userName"}}, signInElsewhere},
-      {"give-gold", {{"userName"}, {"gold"}}, giveGold},
-      {"lock-stream", {{"slug"}, {"password"}}, lock},
-      {"unlock-stream", {{"slug"}}, unlock},
+      {{"expire-tokens", "Let access tokens expire, of one member or of everybody", {userName}},
+       expireTokens},
+      {{"ban", "Ban a member", {required(userName)}}, setBanned<1>},
+      {{"unban", "Take a ban back", {required(userName)}}, setBanned<0>},
+      {{"sign-in-elsewhere",
+        "Take a member's session over, as another device does",
+        {required(userName)}},
+       signInElsewhere},
+      {{"give-gold",
+        "Put gold into a member's wallet",
+        {required(userName), required(integer("gold", 1, mostGoldAtOnce))}},
+       giveGold},
+      {{"lock-stream",
+        "Lock a stream with a password",
+        {required(slugParameter), required(streamPasswordParameter)}},
+       lock},
+      {{"unlock-stream", "Open a stream to all", {required(slugParameter)}}, unlock},
   };
 }
 
@@ -70,39 +83,18 @@ const std::vector<Action>& actions() {
   return all;
 }
 
+const Action* actionNamed(std::string_view name) {
+  const auto found =
+      std::ranges::find(actions(), name, [](const Action& action) { return action.outline.name; });
+  return found == actions().end() ? nullptr : &*found;
+}
+
 std::string actionNames() {
   std::string names;
   for (const auto& action : actions()) {
-    names.append(names.empty() ? "expected " : ", ").append(action.name);
+    names.append(names.empty() ? "expected " : ", ").append(action.outline.name);
   }
   return names;
-}
-
-/// "action" belongs to all of them.
-std::vector<Parameter> actionParameters() {
-  std::vector<Parameter> parameters{required(text("action", 1, 50)), text("userName", 1, 64),
-                                    slugParameter, streamPasswordParameter,
-                                    integer("gold", 1, mostGoldAtOnce)};
-  std::ranges::copy(channelActionParameters(), std::back_inserter(parameters));
-  return parameters;
-}
-
-std::vector<Problem> misplaced(const Action& action, const Arguments& arguments) {
-  std::vector<Problem> problems;
-  for (const auto& parameter : actionParameters()) {
-    if (parameter.name == "action") continue;
-    const auto taken =
-        std::ranges::find(action.parameters, parameter.name, &Action::Takes::parameter);
-    const bool isTaken = taken != action.parameters.end();
-    const bool isGiven = arguments.has(parameter.name);
-    if (isGiven && !isTaken) {
-      problems.push_back(parameterProblem(parameter.name, "does not belong to this action"));
-    }
-    if (!isGiven && isTaken && taken->isRequired) {
-      problems.push_back(parameterProblem(parameter.name, "missing"));
-    }
-  }
-  return problems;
 }
 
 /// Fills in the member and the stream that are named.
@@ -119,17 +111,19 @@ std::optional<Problem> find(ActionCall& of) {
 }
 
 Response runAction(ControlRoom& room, const Call& call) {
-  const auto action = std::ranges::find(actions(), *call.arguments.text("action"), &Action::name);
-  if (action == actions().end()) return fail(parameterProblem("action", actionNames()));
-  const auto problems = misplaced(*action, call.arguments);
-  if (!problems.empty()) return fail(problems);
+  const Action* action = actionNamed(*call.arguments.text(nameParameter.name));
+  if (action == nullptr) return fail(parameterProblem(nameParameter.name, actionNames()));
+  auto parameters = action->outline.parameters;
+  parameters.push_back(nameParameter);
+  const auto arguments = checkParameters(parameters, call.arguments.object());
+  if (!arguments) return fail(arguments.error());
   std::optional<std::string> passwordHash;
-  if (const auto password = call.arguments.text("password")) {
+  if (const auto password = arguments->text(streamPasswordParameter.name)) {
     passwordHash = room.throttle.run([&] { return hashPassword(*password); });
   }
   std::function<std::int64_t()> then = [] { return 0; };
   const auto changed = room.database.transact([&](Transaction& transaction) -> Changed {
-    ActionCall of{room, transaction, call.arguments, passwordHash, then};
+    ActionCall of{room, transaction, *arguments, passwordHash, then};
     if (auto problem = find(of)) return Failure{*std::move(problem)};
     return action->act(of);
   });
@@ -139,8 +133,15 @@ Response runAction(ControlRoom& room, const Call& call) {
 
 }  // namespace
 
+std::vector<ActionOutline> actionOutlines() {
+  std::vector<ActionOutline> outlines;
+  for (const auto& action : actions()) outlines.push_back(action.outline);
+  return outlines;
+}
+
 Endpoint actionEndpoint(ControlRoom& room) {
-  return post("/sandbox/actions", Access::open, handlersIn(room)(runAction), actionParameters());
+  return post("/sandbox/actions", Access::open, handlersIn(room)(runAction),
+              {nameParameter, anything()});
 }
 
 }  // namespace zavelo::sandbox

@@ -9,6 +9,7 @@
 #include "sandbox/channels/poll.hpp"
 #include "sandbox/gifts/gift_endpoints.hpp"
 #include "sandbox/gifts/gift_record.hpp"
+#include "sandbox/streams/stream_plan.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -100,35 +101,41 @@ Changed giveGift(const ActionCall& of) {
   return 0;
 }
 
+/// What happens in the stream's channel: its parameters are these and the stream.
+Action inChannel(std::string_view name, std::string_view help, std::vector<Parameter> parameters,
+                 Changed (*act)(const ActionCall&)) {
+  parameters.insert(parameters.begin(), required(slugParameter));
+  return {{name, help, std::move(parameters)}, act};
+}
+
 }  // namespace
 
 std::vector<Action> channelActions() {
   using enum ZVMessageType;
-  const std::vector<Action::Takes> target{{"slug"}, {"userName"}};
+  const Parameter member = required(actionMemberParameter);
   return {
-      {"statistic", {{"slug"}}, running<sendStatistic>},
-      {"floating-text",
-       {{"slug"}, {"content"}, {"color", false}, {"x", false}, {"y", false}},
-       running<sendFloatingText>},
-      {"start-poll",
-       {{"slug"}, {"question"}, {"option1"}, {"option2"}, {"option3", false}, {"title", false}},
-       running<beginPoll>},
-      {"add-votes", {{"slug"}, {"choice"}, {"amount", false}}, running<countVotes>},
-      {"stop-poll", {{"slug"}}, running<endPoll>},
-      {"gift", {{"slug"}, {"userName"}, {"giftId"}, {"amount", false}}, running<giveGift>},
-      {"kick", target, running<sendAbout<hostKicked>>},
-      {"unkick", target, running<sendAbout<hostUnkicked>>},
-      {"mute", target, running<sendAbout<hostMuted>>},
-      {"unmute", target, running<sendAbout<hostUnmuted>>},
+      inChannel("statistic", "Tell the channel how the stream does", {}, running<sendStatistic>),
+      inChannel("floating-text", "Let a text float over the stream",
+                {required(text("content", 1, 500)), text("color", 1, 30), number("x", -1e6, 1e6),
+                 number("y", -1e6, 1e6)},
+                running<sendFloatingText>),
+      inChannel("start-poll", "Start a poll",
+                {required(text("question", 1, 500)), required(text("option1", 1, 200)),
+                 required(text("option2", 1, 200)), text("option3", 1, 200), text("title", 0, 200)},
+                running<beginPoll>),
+      inChannel("add-votes", "Add votes to the running poll",
+                {required(integer("choice", 1, 3)), integer("amount", 1, mostGiftsAtOnce)},
+                running<countVotes>),
+      inChannel("stop-poll", "Stop the running poll", {}, running<endPoll>),
+      inChannel(
+          "gift", "Let a member give a gift and pay for it",
+          {member, required(integer("giftId", 0, 1e15)), integer("amount", 1, mostGiftsAtOnce)},
+          running<giveGift>),
+      inChannel("kick", "Throw a user out", {member}, running<sendAbout<hostKicked>>),
+      inChannel("unkick", "Let a user in again", {member}, running<sendAbout<hostUnkicked>>),
+      inChannel("mute", "Silence a user", {member}, running<sendAbout<hostMuted>>),
+      inChannel("unmute", "Let a user speak again", {member}, running<sendAbout<hostUnmuted>>),
   };
-}
-
-std::vector<Parameter> channelActionParameters() {
-  return {
-      text("content", 1, 500), text("color", 1, 30),       number("x", -1e6, 1e6),
-      number("y", -1e6, 1e6),  text("title", 0, 200),      text("question", 1, 500),
-      text("option1", 1, 200), text("option2", 1, 200),    text("option3", 1, 200),
-      integer("choice", 1, 3), integer("giftId", 0, 1e15), integer("amount", 1, mostGiftsAtOnce)};
 }
 
 }  // namespace zavelo::sandbox

@@ -8,7 +8,5 @@ namespace zavelo::sandbox {
 
 /// What the apps of a stream's host and of its viewers send into its channel.
 [[nodiscard]] std::vector<Action> channelActions();
-/// What they take beside a stream and a member.
-[[nodiscard]] std::vector<Parameter> channelActionParameters();
 
 }  // namespace zavelo::sandbox

@@ -54,7 +54,7 @@ TEST_F(LockedBroadcast, PasswordDecidesBetweenStreamsOfOneTitle) {
 TEST_F(LockedBroadcast, ActionSaysWhatItTakes) {
   EXPECT_EQ(act("lock-stream", {{"slug", slug}}).message(), "\"password\": missing");
   EXPECT_EQ(act("ban", {{"userName", "host"}, {"slug", slug}}).message(),
-            "\"slug\": does not belong to this action");
+            "\"slug\": unknown parameter");
   EXPECT_EQ(act("unlock-stream", {{"slug", "none"}}).message(),
             "\"slug\": there is no such stream");
 }

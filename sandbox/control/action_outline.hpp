@@ -12,6 +12,7 @@ struct ActionOutline {
   std::string_view name;  ///< "start-poll"
   std::string_view help;  ///< one line
   std::vector<Parameter> parameters;
+  bool isTold = false;  ///< to a stream's channel; `changed` is how often
 };
 
 [[nodiscard]] std::vector<ActionOutline> actionOutlines();

@@ -105,7 +105,7 @@ Changed giveGift(const ActionCall& of) {
 Action inChannel(std::string_view name, std::string_view help, std::vector<Parameter> parameters,
                  Changed (*act)(const ActionCall&)) {
   parameters.insert(parameters.begin(), required(slugParameter));
-  return {{name, help, std::move(parameters)}, act};
+  return {{name, help, std::move(parameters), /*isTold=*/true}, act};
 }
 
 }  // namespace

@@ -104,5 +104,28 @@ TEST(Output, AReaderThatLeftIsNoCrash) {
   EXPECT_THAT(outcome.error, HasSubstr("Broken pipe"));
 }
 
+TEST_F(CommandTest, TriggersWhatTheSandboxCanMakeHappen) {
+  registerMember("ann");
+  EXPECT_EQ(run({"trigger", "give-gold", "--user-name", "ann", "--gold", "5"}).output,
+            "{\"changed\":1}\n");
+  EXPECT_EQ(run({"trigger", "unban", "--user-name", "ann"}).output, "{\"changed\":0}\n");
+  const std::pair<std::vector<std::string>, const char*> refusals[] = {
+      {{"ban", "--user-name", "bob"}, "There is no member of that userName"},
+      {{"give-gold", "--user-name", "ann", "--gold", "0"}, "\"gold\": must be from 1"},
+      {{"poll", "--slug", "s", "--question", "?", "--option1", "a", "--option2", "b"},
+       "\"slug\": there is no such stream"},
+  };
+  for (const auto& [arguments, why] : refusals) {
+    auto all = arguments;
+    all.insert(all.begin(), "trigger");
+    const auto outcome = run(all);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.error, HasSubstr(why));
+  }
+  sandbox_->stop();
+  EXPECT_THAT(run({"trigger", "ban", "--user-name", "ann"}).error, HasSubstr("cannot connect"));
+}
+
 }  // namespace
 }  // namespace zavelo::command

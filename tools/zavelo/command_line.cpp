@@ -5,6 +5,7 @@
 #include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
+#include "tools/zavelo/trigger_grammar.hpp"
 
 namespace zavelo::command {
 namespace {
@@ -28,6 +29,7 @@ class Grammar {
     inspect_.emplace(root_);
     addCensor();
     addSandbox();
+    trigger_.emplace(root_);
     addDemo();
     version_ = addCommand(root_, "version", "Show the version");
   }
@@ -148,6 +150,7 @@ class Grammar {
     if (censor_->parsed())
       return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
     if (sandbox_->parsed()) return ask(sandboxRequest());
+    if (auto asked = trigger_->request(helpCommand())) return ask(*std::move(asked));
     if (auto asked = chat_->request(helpCommand())) return ask(*std::move(asked));
     if (auto asked = replay_->request()) return ask(*std::move(asked));
     if (auto asked = inspect_->request(helpCommand())) return ask(*std::move(asked));
@@ -249,6 +252,7 @@ class Grammar {
   CLI::Option* ephemeral_ = nullptr;
   CLI::Option* brokerPort_ = nullptr;
   CLI::Option* noBroker_ = nullptr;
+  std::optional<TriggerGrammar> trigger_;
   CLI::App* demo_ = nullptr;
   CLI::Option* stay_ = nullptr;
   CLI::App* version_ = nullptr;

@@ -20,6 +20,8 @@ namespace zavelo::command {
 [[nodiscard]] int runCensor(const CensorRequest& request, const GlobalOptions& options,
                             const Output& output);
 [[nodiscard]] int runSandbox(const SandboxRequest& request, const Output& output);
+[[nodiscard]] int runTrigger(const TriggerRequest& request, const GlobalOptions& options,
+                             const Output& output);
 [[nodiscard]] int runDemo(const DemoRequest& request, const Output& output);
 
 }  // namespace zavelo::command

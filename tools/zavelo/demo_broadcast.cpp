@@ -75,6 +75,7 @@ void arrangeProducts(Broadcast& on) {
 void watch(Broadcast& on) {
   on.stage.tell("She goes on air; Vic, in a process of his own, watches and likes");
   on.mai.succeed({"stream", "begin-stream", "--slug", on.slug});
+  on.stage.goOnAir();
   signIn(on.vic, "Vic");
   on.vic.succeed({"stream", "update-stream-view-count", "--slug", on.slug});
   const auto shown =
@@ -103,6 +104,7 @@ void end(Broadcast& on) {
   on.vic.failWith("noPermission", {"stream", "end-stream", "--slug", on.slug});
   const auto running = on.mai.succeed({"stream", "get-stream-statistic", "--slug", on.slug});
   const auto totals = on.mai.succeed({"stream", "end-stream", "--slug", on.slug});
+  on.stage.leaveAir();
   for (const auto& [name, count] : {std::pair{"viewCount", 1}, std::pair{"likeCount", 4}}) {
     expectEqual(std::string("the running ") + name, count, at(running, name));
     expectEqual(name, count, at(totals, name));

@@ -75,10 +75,8 @@ void talk(const ChatCast& cast, Apps& apps) {
 
 void poll(const ChatCast& cast, Apps& apps) {
   cast.stage.tell("The host asks, and both viewers vote by a chat line");
-  cast.stage.act("start-poll", {{"slug", cast.slug},
-                                {"question", "Which one next?"},
-                                {"option1", "Scarf"},
-                                {"option2", "Shawl"}});
+  cast.stage.trigger({"start-poll", "--slug", cast.slug, "--question", "Which one next?",
+                      "--option1", "Scarf", "--option2", "Shawl"});
   expectEqual("the question", "Which one next?",
               at(apps.viewer.await("startPoll"), "pollData.question"));
   apps.host.await("startPoll");
@@ -89,7 +87,7 @@ void poll(const ChatCast& cast, Apps& apps) {
   // The count goes out in rounds.
   while (integerAt(apps.viewer.await("startPoll"), "pollData.total") < 2) {
   }
-  cast.stage.act("stop-poll", {{"slug", cast.slug}});
+  cast.stage.trigger({"stop-poll", "--slug", cast.slug});
   const auto result = apps.viewer.await("stopPoll");
   apps.host.await("stopPoll");
   for (const auto& [option, votes] : {std::pair{"numOption1", 0}, std::pair{"numOption2", 2}})
@@ -121,11 +119,11 @@ void giveGift(const ChatCast& cast, Apps& apps) {
 
 void decorate(const ChatCast& cast, Apps& apps) {
   cast.stage.tell("The host's app tells how the stream is doing, and floats a text over it");
-  cast.stage.act("statistic", {{"slug", cast.slug}});
+  cast.stage.trigger({"statistic", "--slug", cast.slug});
   const auto totals = apps.viewer.await("statistic");
   cast.stage.show("statistic", std::to_string(integerAt(totals, "totalViewers")) + " viewer, " +
                                    std::to_string(integerAt(totals, "totalLikes")) + " likes");
-  cast.stage.act("floating-text", {{"slug", cast.slug}, {"content", "-20 %"}});
+  cast.stage.trigger({"floating-text", "--slug", cast.slug, "--content", "-20 %"});
   expectEqual("the floating text", "-20 %", at(apps.viewer.await("floatingText"), "content"));
   apps.host.await("floatingText");
 }

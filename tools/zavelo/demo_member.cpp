@@ -73,7 +73,7 @@ void staySignedIn(Member& ann) {
 void renewToken(Member& ann) {
   ann.stage.tell("Her access token expires; the next call renews it and goes through");
   const auto before = textAt(ann.actor.succeed(whoAmI), "accessToken");
-  ann.stage.act("expire-tokens", {{"userName", "ann"}});
+  ann.stage.trigger({"expire-tokens", "--user-name", "ann"});
   const auto scene = ann.actor.run({"--log", "simple", "user", "search-for-user", "--display-name",
                                     "ann", "--next-id", "0", "--limit", "10"});
   for (const char* line : {"Status code: 401", "REFRESH TOKEN >>>>", "Status code: 200"}) {
@@ -91,7 +91,7 @@ void renewToken(Member& ann) {
 /// The backend ends the session: the next call learns why, and the app hears of it.
 void loseSession(Member& ann, const std::string& action, const std::string& type,
                  const std::string& notification) {
-  ann.stage.act(action, {{"userName", "ann"}});
+  ann.stage.trigger({action, "--user-name", "ann"});
   const auto scene = ann.actor.run(
       {"user", "search-for-user", "--display-name", "ann", "--next-id", "0", "--limit", "10"});
   expectEqual("the error", type, at(scene.error, "type"));
@@ -111,7 +111,7 @@ void loseSessions(Member& ann) {
 
 void signOut(Member& ann) {
   ann.stage.tell("The ban is lifted; she signs in, and out");
-  ann.stage.act("unban", {{"userName", "ann"}});
+  ann.stage.trigger({"unban", "--user-name", "ann"});
   signIn(ann);
   expectEqual("logout-zavelo", true, ann.actor.succeed({"user", "logout-zavelo"}));
   expectSignedOut(ann);

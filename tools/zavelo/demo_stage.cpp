@@ -1,16 +1,17 @@
 #include "tools/zavelo/demo_stage.hpp"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <future>
 #include <mutex>
 #include <sstream>
 #include <utility>
 
+#include "tools/zavelo/http_exchange.hpp"
 #include "tools/zavelo/readable.hpp"
 #include "zavelo/json/json.hpp"
-#include "zavelo/platform/curl_http_session.hpp"
 
 namespace zavelo::command {
 
@@ -79,19 +80,34 @@ DemoStage::~DemoStage() {
 }
 
 void DemoStage::tell(std::string_view what) {
-  const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(
-                          std::chrono::steady_clock::now() - begin_)
-                          .count();
-  std::printf("%3lld.%02lld s  %.*s\n", static_cast<long long>(passed / 1000),
-              static_cast<long long>(passed % 1000 / 10), static_cast<int>(what.size()),
-              what.data());
-  std::fflush(stdout);
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin_;
+  std::array<char, 16> time{};
+  std::snprintf(time.data(), time.size(), "%6.2f s  ", passed.count());
+  screen_->print(time.data() + std::string(what));
 }
 
 void DemoStage::show(std::string_view what, std::string_view value) {
-  const std::string shown = printable(value);
-  std::printf("          %-12.*s %s\n", static_cast<int>(what.size()), what.data(), shown.c_str());
-  std::fflush(stdout);
+  constexpr std::size_t indent = 10;
+  constexpr std::size_t column = 12;
+  std::string line(indent, ' ');
+  line += what;
+  line.resize(std::max(line.size(), indent + column), ' ');
+  screen_->print(line + ' ' + printable(value));
+}
+
+void DemoStage::goOnAir() {
+  onAir_ = ZVTimerLabel::create({.label = screen_, .mainQueue = ticks_});
+  onAir_->start();
+  // By itself a clock shows nothing until it ticks.
+  screen_->setText(ZVTimerLabel::text(0, onAir_->timeStyle()));
+  screen_->showClock(true);
+}
+
+void DemoStage::leaveAir() {
+  const auto clock = std::exchange(onAir_, nullptr);
+  clock->stop();
+  screen_->showClock(false);
+  show("on air", ZVTimerLabel::text(clock->totalSeconds(), clock->timeStyle()));
 }
 
 void DemoStage::startSandbox() {
@@ -172,30 +188,20 @@ void Actor::failWith(std::string_view type, const std::vector<std::string>& argu
   stage_.show("error", std::string(type) + ": " + textAt(scene.error, "description"));
 }
 
-std::string DemoStage::ask(HttpRequest request) {
-  std::promise<HttpReply> answer;
-  CurlHttpSession session;
-  const std::string url = request.url;
-  const auto task = session.send(
-      std::move(request), [&answer](HttpReply reply) { answer.set_value(std::move(reply)); });
-  HttpReply reply = answer.get_future().get();
-  if (reply.failure) throw Surprise{url + ": " + reply.failure->description};
-  if (reply.status != 200) throw Surprise{url + ": status " + std::to_string(*reply.status)};
-  return std::move(reply.body);
-}
-
-void DemoStage::act(const std::string& action, json::Object parameters) {
-  show("backend", action + " " + jsonText(parameters));
-  parameters.set("action", action);
-  const auto answer = parsed(ask({.method = ZVHTTPMethod::post,
-                                  .url = url_ + "/sandbox/actions",
-                                  .headers = {{"Content-Type", "application/json"}},
-                                  .body = jsonText(std::move(parameters))}));
-  expectEqual("the sandbox's answer to " + action, 1, at(answer, "code"));
+void DemoStage::trigger(const std::vector<std::string>& arguments) {
+  std::vector<std::string> all{"--json", "--api", url_, "trigger"};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  show("backend", commandLine({all.begin() + 3, all.end()}));
+  const auto outcome = children_->start(all)->wait();
+  if (outcome.status != 0) throw Surprise{arguments.front() + ": " + outcome.error};
 }
 
 std::string DemoStage::fetch(const std::string& url) {
-  return ask({.method = ZVHTTPMethod::get, .url = url, .headers = {}, .body = {}});
+  HttpRequest request;
+  request.url = url;
+  auto body = exchange(std::move(request));
+  if (!body) throw Surprise{body.error()};
+  return *std::move(body);
 }
 
 void expectEqual(std::string_view what, const json::Value& expected, const json::Value& got) {

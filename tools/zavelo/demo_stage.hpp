@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "tools/zavelo/child_process.hpp"
+#include "tools/zavelo/story_screen.hpp"
 #include "zavelo/json/value.hpp"
-#include "zavelo/platform/http_session.hpp"
+#include "zavelo/platform/background_queue.hpp"
+#include "zavelo/ui/timer_label.hpp"
 
 namespace zavelo::command {
 
@@ -39,6 +41,10 @@ class DemoStage {
   /// What came of it.
   void show(std::string_view what, std::string_view value);
 
+  /// A clock runs for as long as somebody is on air.
+  void goOnAir();
+  void leaveAir();
+
   void startSandbox();
   void stopSandbox();
   /// Leaves it running until somebody interrupts.
@@ -49,8 +55,8 @@ class DemoStage {
   /// Starts it, and waits for its end.
   Scene run(std::string_view person, const std::vector<std::string>& arguments,
             const std::string& input);
-  /// Makes the backend do something that a member cannot: "expire-tokens", "ban".
-  void act(const std::string& action, json::Object parameters);
+  /// Makes the backend do something that a member cannot: "ban --user-name ann".
+  void trigger(const std::vector<std::string>& arguments);
   /// What stands at an address.
   std::string fetch(const std::string& url);
 
@@ -61,9 +67,10 @@ class DemoStage {
   [[nodiscard]] const std::shared_ptr<Children>& children() const { return children_; }
 
  private:
-  std::string ask(HttpRequest request);
-
   const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+  const std::shared_ptr<StoryScreen> screen_ = std::make_shared<StoryScreen>();
+  const std::shared_ptr<BackgroundQueue> ticks_ = std::make_shared<BackgroundQueue>();
+  std::shared_ptr<ZVTimerLabel> onAir_;
   std::filesystem::path folder_;
   std::shared_ptr<Children> children_;
   std::shared_ptr<ChildProcess> sandbox_;

@@ -45,6 +45,9 @@ struct Runner {
   int operator()(const InspectRequest& request) const { return runInspect(request, output); }
   int operator()(const CensorRequest& request) const { return runCensor(request, options, output); }
   int operator()(const SandboxRequest& request) const { return runSandbox(request, output); }
+  int operator()(const TriggerRequest& request) const {
+    return runTrigger(request, options, output);
+  }
   int operator()(const DemoRequest& request) const { return runDemo(request, output); }
 };
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/readable.hpp"
 #include "zavelo/json/json.hpp"
 
@@ -81,6 +82,10 @@ ExitStatus Output::usageError(const UsageError& error) const {
   writeError({{"type", "usage"}, {"description", error.description}},
              printable(error.description) + "\n  see " + error.help);
   return wrongUsage;
+}
+
+ExitStatus Output::usageError(const ArgumentError& error, const std::string& help) const {
+  return usageError({"--" + kebabCase(error.argument) + ": " + error.reason, help});
 }
 
 void Output::writeError(const json::Object& error, const std::string& text) const {

@@ -35,6 +35,7 @@ class Output {
   /// Of something else than a call: `type` is one word, "store".
   ExitStatus error(std::string_view type, const std::string& description) const;
   ExitStatus usageError(const UsageError& error) const;
+  ExitStatus usageError(const ArgumentError& error, const std::string& help) const;
 
   /// Something to know beside the result.
   void warning(const std::string& text) const;

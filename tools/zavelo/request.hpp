@@ -10,6 +10,7 @@
 
 #include "tools/zavelo/argument_text.hpp"
 #include "tools/zavelo/operation.hpp"
+#include "tools/zavelo/trigger_action.hpp"
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/base/result.hpp"
 #include "zavelo/messaging/message_type.hpp"
@@ -72,6 +73,11 @@ struct SandboxRequest {
   bool hasBroker = true;
   std::optional<std::uint16_t> brokerPort;  ///< absent: the usual one, or any beside any port
 };
+struct TriggerRequest {
+  const TriggerAction* action = nullptr;
+  std::vector<TypedArgument> arguments;
+  std::string help;
+};
 struct DemoRequest {
   bool stays = false;  ///< the sandbox goes on when the story is over
 };
@@ -82,7 +88,7 @@ struct HelpRequest {
 
 using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, ChatRequest,
                              ChatMembersRequest, ChatSendRequest, ReplayRequest, InspectRequest,
-                             CensorRequest, SandboxRequest, DemoRequest>;
+                             CensorRequest, SandboxRequest, TriggerRequest, DemoRequest>;
 
 struct CommandLine {
   GlobalOptions options;

@@ -7,7 +7,6 @@
 #include "tools/zavelo/chat_message.hpp"
 #include "tools/zavelo/commands.hpp"
 #include "tools/zavelo/interruption.hpp"
-#include "tools/zavelo/option_name.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/messaging/message.hpp"
 
@@ -89,8 +88,7 @@ int runChatMembers(const ChatMembersRequest& request, const GlobalOptions& optio
 int runChatSend(const ChatSendRequest& request, const GlobalOptions& options,
                 const Output& output) {
   const auto usage = [&](const ArgumentError& error) {
-    return output.usageError(
-        {"--" + kebabCase(error.argument) + ": " + error.reason, request.help});
+    return output.usageError(error, request.help);
   };
   const auto fields = jsonArguments(messageArguments(), request.fields);
   if (!fields) return usage(fields.error());

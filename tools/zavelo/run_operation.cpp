@@ -6,7 +6,6 @@
 #include "tools/zavelo/commands.hpp"
 #include "tools/zavelo/interruption.hpp"
 #include "tools/zavelo/library.hpp"
-#include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/page_walk.hpp"
 #include "tools/zavelo/progress_line.hpp"
 #include "zavelo/core/notifications.hpp"
@@ -65,24 +64,20 @@ ExitStatus shown(const Operation& operation, const std::string& result, const Ou
   return output.result(result, operation.readable(result));
 }
 
-UsageError usageOf(const ArgumentError& error, const OperationRequest& request) {
-  return {"--" + kebabCase(error.argument) + ": " + error.reason, request.help};
-}
-
 }  // namespace
 
 int runOperation(const OperationRequest& request, const GlobalOptions& options,
                  const Output& output) {
   const Operation& operation = *request.operation;
   const auto given = jsonArguments(operation.arguments, request.arguments);
-  if (!given) return output.usageError(usageOf(given.error(), request));
+  if (!given) return output.usageError(given.error(), request.help);
   const Library library = Library::start(options, output);
   if (const auto failure = library.store->failure()) return output.error("store", *failure);
 
   const Notifications notifications;
   const auto answer = request.isAll ? allPagesOf(operation, *given, *library.queue)
                                     : answerOf(operation, *given, *library.queue);
-  if (!answer) return output.usageError(usageOf(answer.error(), request));
+  if (!answer) return output.usageError(answer.error(), request.help);
   const JsonResult& result = answer.value();
   int status = succeeded;
   if (result) {

@@ -71,6 +71,34 @@ TEST(SandboxCommand, TakesItsBrokerAlongHoweverItEnds) {
   }
 }
 
+TEST(SandboxCommand, SharesNothingWithAnotherBesideItAndKeepsNothing) {
+  const TemporaryFolder folder;
+  const auto home = folder.path().string();
+  const auto start = [&] {
+    return startShell("HOME=" + home + " XDG_DATA_HOME= TMPDIR=" + home +
+                      " exec \"$0\" sandbox --port 0 --ephemeral");
+  };
+  const auto first = start();
+  const auto second = start();
+  const auto firstUrl = memberText(first->nextLine(), "url");
+  const auto line = second->nextLine();
+  const auto join = [](const std::string& url) {
+    return runCommand({"--api", url, "call", "register-zavelo-user", "--parameters",
+                       R"({"zaveloId":"ann"})"})
+        .status;
+  };
+  EXPECT_EQ(join(firstUrl), 0);
+  EXPECT_EQ(join(memberText(line, "url")), 0);
+  first->signal(SIGTERM);
+  EXPECT_EQ(first->wait().status, 0);
+  const auto broker = memberText(line, "rtmUrl");
+  EXPECT_EQ(
+      runShell("mosquitto_pub -p " + broker.substr(broker.rfind(':') + 1) + " -t t -n").status, 0);
+  second->signal(SIGTERM);
+  EXPECT_EQ(second->wait().status, 0);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
 TEST(DemoCommand, LeavesNothingBehindWhenItIsInterrupted) {
   const TemporaryFolder folder;
   const auto demo = startShell("export TMPDIR=" + folder.path().string() + "; exec \"$0\" demo");

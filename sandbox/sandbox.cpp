@@ -82,20 +82,19 @@ struct Sandbox::Parts {
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
   EventFeed feed;
-  CallLog log;
+  CallLog log{feed};
   StateWatch watch{*database, feed, [this] { return sessions.now(); }};
   ChatLog chat{feed, [this] { return sessions.now(); }, [this] { watch.touch(); }};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
   ControlRoom controlRoom{*database, sessions, throttle, faults, giftRoom, channels};
   DashboardRoom dashboardRoom{*database,
-                              feed,
                               log,
                               chat,
                               watch,
                               [this] { return sessions.now(); },
                               [this] { return router.paths(); }};
-  CallRecorder recorder{{router, log, feed, [this] { return sessions.now(); },
+  CallRecorder recorder{{router, log, [this] { return sessions.now(); },
                          [this](const Request& request) { return callerOf(*database, request); },
                          [this] { watch.touch(); }}};
   Front front{recorder};

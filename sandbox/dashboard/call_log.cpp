@@ -10,6 +10,10 @@ std::size_t sizeOf(const LoggedCall& call) {
   return sizeof call + call.summary.size() + call.detail.size();
 }
 
+bool hasEnded(const std::pair<const std::int64_t, LoggedCall>& entry) {
+  return !entry.second.isPending;
+}
+
 }  // namespace
 
 std::int64_t CallLog::nextNumber() {
@@ -17,33 +21,46 @@ std::int64_t CallLog::nextNumber() {
   return ++lastNumber_;
 }
 
-void CallLog::add(LoggedCall call) {
+void CallLog::put(LoggedCall call) {
   const std::scoped_lock lock(mutex_);
+  feed_.publish("call", call.summary);
+  auto& entry = calls_[call.number];
+  if (entry.number != 0) bytes_ -= sizeOf(entry);
   bytes_ += sizeOf(call);
-  calls_.push_back(std::move(call));
+  entry = std::move(call);
+  trim();
+}
+
+void CallLog::trim() {
   while (calls_.size() > limits_.calls || bytes_ > limits_.bytes) {
-    bytes_ -= sizeOf(calls_.front());
-    calls_.pop_front();
+    const auto oldest = std::ranges::find_if(calls_, hasEnded);
+    if (oldest == calls_.end()) return;
+    bytes_ -= sizeOf(oldest->second);
+    calls_.erase(oldest);
   }
 }
 
 void CallLog::clear() {
   const std::scoped_lock lock(mutex_);
-  calls_.clear();
+  std::erase_if(calls_, hasEnded);
   bytes_ = 0;
+  for (const auto& [number, call] : calls_) bytes_ += sizeOf(call);
+  feed_.publish("cleared", "{}");
 }
 
-std::string CallLog::summaries() const {
+CallLog::Listing CallLog::list() const {
   const std::scoped_lock lock(mutex_);
-  std::string list = "[";
-  for (const auto& call : calls_) list.append(list.size() == 1 ? "" : ",").append(call.summary);
-  return list.append("]");
+  std::string summaries = "[";
+  for (const auto& [number, call] : calls_) {
+    summaries.append(summaries.size() == 1 ? "" : ",").append(call.summary);
+  }
+  return {summaries.append("]"), feed_.position()};
 }
 
 std::optional<LoggedCall> CallLog::find(std::int64_t number) const {
   const std::scoped_lock lock(mutex_);
-  const auto found = std::ranges::find(calls_, number, &LoggedCall::number);
-  return found == calls_.end() ? std::nullopt : std::optional(*found);
+  const auto found = calls_.find(number);
+  return found == calls_.end() ? std::nullopt : std::optional(found->second);
 }
 
 }  // namespace zavelo::sandbox

@@ -11,9 +11,9 @@ namespace {
 constexpr std::string_view root = "/sandbox/requests/";
 
 Response listCalls(DashboardRoom& room, const Call&) {
-  // The position first: what happens in between is told twice rather than never.
-  const auto position = room.feed.position();
-  return succeedWith(R"({"position":")" + position + R"(","calls":)" + room.log.summaries() + "}");
+  const auto [calls, position] = room.log.list();
+  return succeedWith(R"({"now":)" + std::to_string(stored(room.now())) + R"(,"position":")" +
+                     position + R"(","calls":)" + calls + "}");
 }
 
 Response showCall(DashboardRoom& room, const Call& call) {
@@ -29,7 +29,6 @@ Response showCall(DashboardRoom& room, const Call& call) {
 
 Response clearCalls(DashboardRoom& room, const Call& call) {
   room.log.clear();
-  room.feed.publish("cleared", "{}");
   return listCalls(room, call);
 }
 

@@ -9,7 +9,6 @@
 #include "sandbox/api/unicode.hpp"
 #include "sandbox/control/fault_header.hpp"
 #include "sandbox/dashboard/secrets.hpp"
-#include "zavelo/json/json.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -78,31 +77,45 @@ json::Value codeIn(std::string_view body) {
 
 }  // namespace
 
-LoggedCall recordOf(const Exchange& exchange) {
-  const auto& [number, at, took, caller, request, response] = exchange;
+CallRecord::CallRecord(const Arrival& arrival) : number_(arrival.number) {
+  const auto& request = arrival.request;
   auto sent =
       request.isForm ? formOf(request.form) : bodyOf(request.body, request.header("Content-Type"));
+  summary_ = {{"number", arrival.number},
+              {"at", stored(arrival.at)},
+              {"milliseconds", nullptr},
+              {"method", line(request.method)},
+              {"path", line(request.path)},
+              {"caller", arrival.caller},
+              {"status", nullptr},
+              {"code", nullptr},
+              {"fault", ""},
+              {"sent", *sent.find("size")},
+              {"received", nullptr}};
+  detail_ = {{"query", line(request.query)},
+             {"requestHeaders", headersOf(request.headers)},
+             {"requestBody", std::move(sent)},
+             {"responseHeaders", json::Array()},
+             {"responseBody", nullptr}};
+}
+
+void CallRecord::end(const Response& response, std::chrono::microseconds took) {
+  isPending_ = false;
   auto received = bodyOf(response.body, response.contentType);
+  summary_.set("milliseconds", static_cast<double>(took.count()) / 1000);
+  summary_.set("code", codeIn(response.body));
+  summary_.set("fault", faultOf(response));
+  summary_.set("received", *received.find("size"));
+  detail_.set("responseBody", std::move(received));
+  if (response.delivery == Delivery::none) return;
   auto headers = headersOf(response.headers);
-  headers.insert(headers.begin(), json::Array{"Content-Type", response.contentType});
-  const bool isSent = response.delivery != Delivery::none;
-  json::Object summary{{"number", number},
-                       {"at", stored(at)},
-                       {"milliseconds", static_cast<double>(took.count()) / 1000},
-                       {"method", line(request.method)},
-                       {"path", line(request.path)},
-                       {"caller", caller},
-                       {"status", isSent ? json::Value(response.status) : json::Value()},
-                       {"code", codeIn(response.body)},
-                       {"fault", faultOf(response)},
-                       {"sent", *sent.find("size")},
-                       {"received", *received.find("size")}};
-  json::Object detail{{"query", line(request.query)},
-                      {"requestHeaders", headersOf(request.headers)},
-                      {"requestBody", std::move(sent)},
-                      {"responseHeaders", isSent ? std::move(headers) : json::Array()},
-                      {"responseBody", std::move(received)}};
-  return {number, encoded(std::move(summary)), encoded(std::move(detail))};
+  headers.insert(headers.begin(), json::Array{"Content-Type", line(response.contentType)});
+  summary_.set("status", response.status);
+  detail_.set("responseHeaders", std::move(headers));
+}
+
+LoggedCall CallRecord::logged() const {
+  return {number_, isPending_, encoded(summary_), encoded(detail_)};
 }
 
 }  // namespace zavelo::sandbox

@@ -7,20 +7,31 @@
 #include "sandbox/dashboard/call_log.hpp"
 #include "sandbox/http/message.hpp"
 #include "sandbox/state/time.hpp"
+#include "zavelo/json/json.hpp"
 
 namespace zavelo::sandbox {
 
-/// A call and how it went. What never became a request has an empty one.
-struct Exchange {
-  std::int64_t number;
-  Time at;
-  std::chrono::microseconds took;
-  std::string caller;  ///< a member's userName or a guest; empty where nobody is known
-  const Request& request;
-  const Response& response;
-};
+/// A call for the log, pending until its answer is there: readable whatever was sent, without
+/// secrets, and long bodies cut.
+class CallRecord {
+ public:
+  struct Arrival {
+    std::int64_t number;
+    Time at;
+    std::string caller;      ///< a member's userName or a guest; empty where nobody is known
+    const Request& request;  ///< an empty one of what never became a request
+  };
 
-/// The call for the log: readable whatever was sent, without secrets, and long bodies cut.
-[[nodiscard]] LoggedCall recordOf(const Exchange& exchange);
+  explicit CallRecord(const Arrival& arrival);
+
+  void end(const Response& response, std::chrono::microseconds took);
+  [[nodiscard]] LoggedCall logged() const;
+
+ private:
+  std::int64_t number_;
+  bool isPending_ = true;
+  json::Object summary_;
+  json::Object detail_;
+};
 
 }  // namespace zavelo::sandbox

@@ -9,6 +9,8 @@
 namespace zavelo::sandbox {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 bool isCall(std::string_view path) {
   return path != "/" && path != "/favicon.ico" && !path.starts_with("/sandbox/") &&
          !path.starts_with("/dashboard/");
@@ -22,38 +24,35 @@ Response CallRecorder::answer(const Request& request) {
     if (request.method != "GET") room_.changed();
     return response;
   }
-  using Clock = std::chrono::steady_clock;
-  const auto begin = Clock::now();
-  const auto at = room_.now();
   // Asked before: the call may end the session by which the caller is known.
-  auto caller = room_.callerOf(request);
+  CallRecord record({room_.log.nextNumber(), room_.now(), room_.callerOf(request), request});
+  room_.log.put(record.logged());
+  const auto begin = Clock::now();
   Response response = answerOrReject(request);
-  const auto took = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin);
-  record({room_.log.nextNumber(), at, took, std::move(caller), request, response});
+  record.end(response, std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin));
+  room_.log.put(record.logged());
   room_.changed();
   return response;
 }
 
+/// Whatever is thrown: the call must not stay pending.
 Response CallRecorder::answerOrReject(const Request& request) {
   try {
     return room_.inner.answer(request);
   } catch (const std::exception& error) {
     return room_.inner.reject(500, error.what());
+  } catch (...) {
+    return room_.inner.reject(500, "Unknown failure");
   }
 }
 
 Response CallRecorder::reject(int status, std::string_view reason) {
   const Request nothing;
   Response response = room_.inner.reject(status, reason);
-  record({room_.log.nextNumber(), room_.now(), {}, {}, nothing, response});
+  CallRecord record({room_.log.nextNumber(), room_.now(), {}, nothing});
+  record.end(response, {});
+  room_.log.put(record.logged());
   return response;
-}
-
-void CallRecorder::record(const Exchange& exchange) {
-  auto call = recordOf(exchange);
-  auto summary = call.summary;
-  room_.log.add(std::move(call));
-  room_.feed.publish("call", std::move(summary));
 }
 
 }  // namespace zavelo::sandbox

@@ -5,20 +5,18 @@
 #include <string_view>
 
 #include "sandbox/dashboard/call_log.hpp"
-#include "sandbox/events/event_feed.hpp"
 #include "sandbox/http/message.hpp"
 #include "sandbox/state/time.hpp"
 
 namespace zavelo::sandbox {
 
-/// Passes every call on to another service, writes down how it went and tells the feed: `call` with
-/// the summary. The dashboard's own requests are no calls.
+/// Passes every call on to another service, and writes down in the log that it arrived and how it
+/// ended. The dashboard's own requests are no calls.
 class CallRecorder final : public Service {
  public:
   struct Room {
     Service& inner;
     CallLog& log;
-    EventFeed& feed;
     std::function<Time()> now;
     std::function<std::string(const Request&)> callerOf;
     std::function<void()> changed;  ///< called when a call may have changed the state
@@ -31,7 +29,6 @@ class CallRecorder final : public Service {
 
  private:
   [[nodiscard]] Response answerOrReject(const Request& request);
-  void record(const struct Exchange& exchange);
 
   Room room_;
 };

@@ -8,7 +8,6 @@
 #include "sandbox/dashboard/call_log.hpp"
 #include "sandbox/dashboard/chat_log.hpp"
 #include "sandbox/dashboard/state_watch.hpp"
-#include "sandbox/events/event_feed.hpp"
 #include "sandbox/state/database.hpp"
 
 namespace zavelo::sandbox {
@@ -16,7 +15,6 @@ namespace zavelo::sandbox {
 /// What the dashboard looks at. Outlives its endpoints.
 struct DashboardRoom {
   Database& database;
-  EventFeed& feed;
   CallLog& log;
   const ChatLog& chat;
   const StateWatch& watch;
@@ -26,8 +24,7 @@ struct DashboardRoom {
 
 /// The page itself, at "/" and "/dashboard/*".
 [[nodiscard]] std::vector<Endpoint> pageEndpoints();
-/// What the page shows: reads under "/sandbox/" beside the event stream. Each tells the position in
-/// the feed from which on the events continue it.
+/// What the page shows: reads under "/sandbox/" beside the event stream.
 [[nodiscard]] std::vector<Endpoint> callLogEndpoints(DashboardRoom& room);
 [[nodiscard]] std::vector<Endpoint> peopleEndpoints(DashboardRoom& room);
 [[nodiscard]] std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room);

@@ -72,6 +72,29 @@ test('the next call of an endpoint is broken as told, and no other', async (t) =
   await page.getByText('Nothing is broken.').waitFor();
 });
 
+test('a delayed call is shown at once, and becomes the answered one', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann');
+  const page = await stage.look();
+  const pane = page.getByRole('complementary', {name: 'The chosen call'});
+  const delayed = row(page, '/search');
+  await stage.spoil('/api/users/search', 'delay', {milliseconds: 5000});
+  const answered = stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
+  await delayed.getByRole('button').click();
+  await pane.getByText('There is no answer yet.').waitFor();
+  await stage.join('bob');
+  await page.locator('tr:has-text("zavelo-login") + tr', {hasText: 'pending'}).waitFor();
+  await page.getByRole('button', {name: 'Clear the log'}).click();
+  await row(page, 'zavelo-login').first().waitFor({state: 'detached'});
+  await page.getByLabel('Outcome').selectOption('pending');
+  await delayed.getByText(/pending \d+ s/).waitFor();
+  assert.ok((await answered).ok);
+  await page.getByText('No call fits the filter.').waitFor();
+  await pane.getByText('⚡ delay').waitFor();
+  await page.getByLabel('Outcome').selectOption('spoilt');
+  assert.equal(await delayed.count(), 1);
+});
+
 test('a lost connection is told, and what comes after it is shown', async (t) => {
   const stage = await Stage.open(t);
   stage.tolerated = /Failed to load resource|ERR_/;

@@ -77,8 +77,17 @@ export class Stage {
   }
 
   /** What an administrator or a host's app does. */
-  async act(action, target) {
-    const answer = await fetch(`${this.url}/sandbox/actions`, {method: 'POST', body: JSON.stringify({action, ...target}),
+  act(action, target) {
+    return this.#steer('actions', {action, ...target});
+  }
+
+  /** Breaks the next call of the endpoint. */
+  spoil(endpoint, fault, more = {}) {
+    return this.#steer('faults', {endpoint, fault, ...more});
+  }
+
+  async #steer(what, body) {
+    const answer = await fetch(`${this.url}/sandbox/${what}`, {method: 'POST', body: JSON.stringify(body),
       headers: {'Content-Type': 'application/json'}});
     assert.equal((await answer.json()).code, 1);
   }

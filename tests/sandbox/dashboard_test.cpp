@@ -36,12 +36,31 @@ TEST(SecretsTest, AreHiddenWhateverTheTextIs) {
 }
 
 TEST(CallLogTest, KeepsTheLatestWithinItsBounds) {
-  CallLog log({.calls = 3, .bytes = 2000});
-  for (int i = 1; i <= 4; ++i) log.add({log.nextNumber(), std::to_string(i), "{}"});
-  EXPECT_EQ(log.summaries(), "[2,3,4]");
-  log.add({log.nextNumber(), "5", std::string(1900, 'x')});
-  EXPECT_EQ(log.summaries(), "[5]");
+  EventFeed feed;
+  CallLog log(feed, {.calls = 3, .bytes = 2000});
+  for (int i = 1; i <= 4; ++i) log.put({i, false, std::to_string(i), "{}"});
+  EXPECT_EQ(log.list().summaries, "[2,3,4]");
+  log.put({5, false, "5", std::string(1900, 'x')});
+  EXPECT_EQ(log.list().summaries, "[5]");
   EXPECT_FALSE(log.find(4));
+}
+
+TEST(CallLogTest, KeepsWhatIsPendingUntilItEnds) {
+  EventFeed feed;
+  CallLog log(feed, {.calls = 2, .bytes = 2000});
+  EventFeed::Reader reader(feed, feed.position());
+  log.put({1, true, "one", std::string(1800, 'x')});
+  for (int i = 2; i <= 4; ++i) log.put({i, false, std::to_string(i), "{}"});
+  EXPECT_EQ(log.list().summaries, "[one,4]");
+  log.clear();
+  EXPECT_EQ(log.list().summaries, "[one]");
+  log.put({1, false, "ONE", std::string(1800, 'y')});
+  log.put({5, false, "5", "{}"});
+  EXPECT_EQ(log.list().summaries, "[ONE,5]");
+  std::string told;
+  for (const auto& event : reader.next({}).events) told += event.data;
+  EXPECT_EQ(told, "one234{}ONE5");
+  EXPECT_EQ(log.list().position, feed.position());
 }
 
 TEST(CurvesTest, StayBoundedAndKeepBothEnds) {
@@ -130,12 +149,31 @@ TEST(DashboardTest, EventsAreTakenUpBehindTheLastOneThatCame) {
   const auto start = backend.send("GET", "/sandbox/requests").text("position");
   for (const char* name : {"ann", "bob"}) (void)backend.join(name);
   const auto both = eventsUntil(backend, R"("number":2)", {{"Last-Event-ID", start}});
-  const auto line = both.rfind("id: ", both.find(R"("number":1)"));
+  const auto line = both.rfind("id: ", both.rfind(R"("number":1,)"));
   const auto first = both.substr(line + 4, both.find('\n', line) - line - 4);
   EXPECT_THAT(eventsUntil(backend, R"("number":2)", {{"Last-Event-ID", first}}),
               AllOf(HasSubstr("event: call"), Not(HasSubstr(R"("number":1,)"))));
   EXPECT_THAT(eventsUntil(backend, "resync", {{"Last-Event-ID", "another-1"}}),
               HasSubstr("event: resync"));
+}
+
+TEST(DashboardTest, CallsAreShownWhileTheyAreCarriedOut) {
+  const Backend backend;
+  const auto start = backend.send("GET", "/sandbox/requests").text("position");
+  const auto token = backend.join("ann").text("accessToken");
+  const json::Object delay{
+      {"endpoint", "/api/users/logout"}, {"fault", "delay"}, {"milliseconds", 600'000}};
+  ASSERT_THAT(backend.post("/sandbox/faults", delay), HasCode(1));
+  std::thread caller([&] { (void)backend.post("/api/users/logout", {}, token); });
+  EXPECT_THAT(eventsUntil(backend, R"("number":2)", {{"Last-Event-ID", start}}),
+              AllOf(HasSubstr(R"("number":1,)"), HasSubstr(R"("path":"/api/users/logout")")));
+  EXPECT_THAT(logged(backend, 2),
+              AllOf(HasSubstr(R"("caller":"ann")"), HasSubstr("bearer "),
+                    HasSubstr(R"("milliseconds":null)"), HasSubstr(R"("responseBody":null)")));
+  EXPECT_THAT(backend.send("DELETE", "/sandbox/requests").body,
+              AllOf(HasSubstr(R"("calls":[{"number":2,)"), Not(HasSubstr(R"("number":1,)"))));
+  backend.sandbox->stop();
+  caller.join();
 }
 
 TEST(DashboardTest, ReadersOfEventsHoldUpNeitherCallsNorTheEnd) {

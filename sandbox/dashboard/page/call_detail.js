@@ -1,14 +1,14 @@
 // One call in full.
 
 import {read} from './api.js';
-import {byId, element, exactTime, notice, sizeText} from './dom.js';
+import {byId, element, exactTime, notice, refill, sizeText} from './dom.js';
 import {curlOf} from './curl.js';
 import {jsonBlock} from './json_text.js';
-import {outcomeChips} from './outcome.js';
+import {isPending, outcomeChips} from './outcome.js';
 
 let wanted = 0;
 
-/** Shows the call in the pane, or with 0 nothing. */
+/** Shows the call in the pane as it is now, or with 0 nothing. */
 export async function showCall(number, close) {
   wanted = number;
   const pane = byId('call');
@@ -16,18 +16,15 @@ export async function showCall(number, close) {
   try {
     const call = await read(`/sandbox/requests/${number}`);
     if (wanted !== number) return;
-    pane.replaceChildren(...paneOf(call, close));
+    refill(pane, ...paneOf(call, close));
   } catch (error) {
     if (wanted !== number) return;
-    pane.replaceChildren(closeButton(close), element('p', {class: 'hint'}, error.message));
+    refill(pane, closeButton(close), element('p', {class: 'hint'}, error.message));
   }
-  pane.scrollTop = 0;
-  // Where the pane covers the list, the keyboard goes along.
-  if (matchMedia('(max-width: 60rem)').matches) pane.focus();
 }
 
 const closeButton = (close) =>
-  element('button', {type: 'button', class: 'close', 'aria-label': 'Close the call', onclick: close}, '×');
+  element('button', {type: 'button', class: 'close', 'aria-label': 'Close the call', 'data-key': 'close', onclick: close}, '×');
 
 async function copyCurl(call) {
   try {
@@ -41,19 +38,21 @@ async function copyCurl(call) {
 function paneOf(call, close) {
   const {summary, detail} = call;
   const isCall = summary.path !== '';
+  const facts = [exactTime(summary.at), !isPending(summary) && `${summary.milliseconds.toFixed(2)} ms`, summary.caller];
   return [
     element('header', {class: 'bar'},
       element('h2', {}, isCall ? `${summary.method} ${summary.path}` : 'Not a sound request'),
       closeButton(close)),
-    element('p', {class: 'facts'}, ...outcomeChips(summary), ` ${exactTime(summary.at)} · `,
-      `${summary.milliseconds.toFixed(2)} ms`, summary.caller ? ` · ${summary.caller}` : ''),
+    element('p', {class: 'facts'}, ...outcomeChips(summary), ` ${facts.filter(Boolean).join(' · ')}`),
     isCall && element('p', {class: 'actions'},
-      element('button', {type: 'button', onclick: () => copyCurl(call)}, 'Copy as curl'),
-      summary.path.startsWith('/api/') && element('a', {class: 'button', href: `#faults${summary.path}`}, 'Break the next one')),
+      element('button', {type: 'button', 'data-key': 'copy', onclick: () => copyCurl(call)}, 'Copy as curl'),
+      summary.path.startsWith('/api/') && element('a', {class: 'button', 'data-key': 'break', href: `#faults${summary.path}`}, 'Break the next one')),
     ...partOf('Request', detail.requestHeaders, detail.requestBody),
-    ...partOf('Response', detail.responseHeaders, detail.responseBody),
+    ...(isPending(summary) ? notYet() : partOf('Response', detail.responseHeaders, detail.responseBody)),
   ].filter(Boolean);
 }
+
+const notYet = () => [element('h3', {}, 'Response'), element('p', {class: 'hint'}, 'There is no answer yet.')];
 
 function partOf(title, headers, body) {
   const blocks = body.parts ? body.parts.flatMap(formPart) : bodyBlocks(title, body);

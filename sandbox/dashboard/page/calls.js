@@ -2,16 +2,17 @@
 
 import {drop} from './api.js';
 import {byId, code, element, emptyState, exactTime, told} from './dom.js';
-import {outcomeChips, outcomeOf} from './outcome.js';
+import {isPending, outcomeChips, outcomeOf} from './outcome.js';
 import {showCall} from './call_detail.js';
 
-const mostRows = 1000;
+/** As many as the sandbox keeps. */
+const mostCalls = 1000;
 
 export class Calls {
-  #calls = new Map();  // by number, the oldest first
-  #fresh = [];
+  #calls = new Map();  // by number, as they arrived
+  #rows = new Map();  // of those that fit the filter
+  #fresh = new Set();  // numbers of those whose row is to be drawn
   #chosen = 0;
-  #isDrawing = false;
 
   constructor() {
     for (const id of ['calls-text', 'calls-outcome']) byId(id).addEventListener('input', () => this.#draw());
@@ -25,19 +26,33 @@ export class Calls {
     byId('call').addEventListener('keydown', (event) => event.key === 'Escape' && this.#choose(0));
   }
 
+  /** The log as it is now. */
   reset(calls) {
+    const wasPending = isPending(this.#calls.get(this.#chosen) ?? {});
     this.#calls = new Map(calls.map((call) => [call.number, call]));
     this.#draw();
+    if (wasPending) this.#showChosen();
   }
 
-  add(call) {
-    if (this.#calls.has(call.number)) return;
+  /** Only those that are pending stay. */
+  clear() {
+    this.reset([...this.#calls.values()].filter(isPending));
+  }
+
+  /** A call that arrived, or one that was shown as pending and has ended. */
+  put(call) {
     this.#calls.set(call.number, call);
-    if (this.#calls.size > mostRows) this.#calls.delete(this.#calls.keys().next().value);
-    this.#fresh.push(call);
-    if (this.#isDrawing) return;
-    this.#isDrawing = true;
-    requestAnimationFrame(() => this.#drawFresh());
+    if (this.#calls.size > mostCalls) this.#forgetOldest();
+    if (call.number === this.#chosen) this.#showChosen();
+    this.#fresh.add(call.number);
+    if (this.#fresh.size === 1) requestAnimationFrame(() => this.#drawFresh());
+  }
+
+  #forgetOldest() {
+    const oldest = [...this.#calls.values()].find((call) => !isPending(call));
+    if (!oldest) return;
+    this.#calls.delete(oldest.number);
+    this.#fresh.add(oldest.number);
   }
 
   #matches(call) {
@@ -48,19 +63,32 @@ export class Calls {
   }
 
   #drawFresh() {
-    this.#isDrawing = false;
-    const rows = this.#fresh.filter((call) => this.#matches(call)).map((call) => this.#row(call, true));
-    this.#fresh = [];
-    const body = byId('calls-rows');
-    body.prepend(...rows.reverse());
-    while (body.rows.length > mostRows) body.lastElementChild.remove();
+    for (const number of this.#fresh) this.#drawOne(number);
+    this.#fresh.clear();
     this.#drawRest();
   }
 
+  #drawOne(number) {
+    const call = this.#calls.get(number);
+    const row = this.#rows.get(number);
+    if (!call || !this.#matches(call)) {
+      row?.remove();
+      this.#rows.delete(number);
+    } else if (row) {
+      fillOutcome(row, call);
+    } else {
+      let below = byId('calls-rows').firstElementChild;
+      while (below && Number(below.dataset.number) > number) below = below.nextElementSibling;
+      byId('calls-rows').insertBefore(this.#row(call, true), below);
+    }
+  }
+
   #draw() {
-    this.#fresh = [];
+    this.#fresh.clear();
+    this.#rows.clear();
     const shown = [...this.#calls.values()].filter((call) => this.#matches(call));
-    byId('calls-rows').replaceChildren(...shown.reverse().map((call) => this.#row(call, false)));
+    shown.sort((one, other) => other.number - one.number);
+    byId('calls-rows').replaceChildren(...shown.map((call) => this.#row(call, false)));
     this.#drawRest();
   }
 
@@ -80,27 +108,33 @@ export class Calls {
     // Nearly all of them are POST: only another method is worth its place.
     const method = call.method === 'POST' ? '' : `${call.method} `;
     const name = call.path ? method + call.path : 'not a sound request';
-    return element('tr', {'data-number': call.number, class: isFresh ? 'fresh' : null,
+    const row = element('tr', {'data-number': call.number, class: isFresh ? 'fresh' : null,
       'aria-current': call.number === this.#chosen && 'true'},
     element('td', {class: 'when'}, exactTime(call.at)),
     element('td', {class: 'path'}, element('button', {type: 'button', class: 'plain'}, name)),
     element('td', {class: 'who'}, call.caller),
-    element('td', {}, ...outcomeChips(call)),
-    element('td', {class: 'number'}, call.milliseconds.toFixed(1)));
+    element('td', {class: 'outcome'}),
+    element('td', {class: 'number'}));
+    fillOutcome(row, call);
+    this.#rows.set(call.number, row);
+    return row;
   }
 
   #choose(number) {
-    const before = this.#rowOf(this.#chosen);
+    const before = this.#rows.get(this.#chosen);
     before?.removeAttribute('aria-current');
     this.#chosen = number;
-    this.#rowOf(number)?.setAttribute('aria-current', 'true');
+    this.#rows.get(number)?.setAttribute('aria-current', 'true');
     byId('calls').classList.toggle('has-choice', number !== 0);
-    showCall(number, () => this.#choose(0));
+    this.#showChosen();
+    byId('call').scrollTop = 0;
+    // Where the pane covers the list, the keyboard goes along.
+    if (number !== 0 && matchMedia('(max-width: 60rem)').matches) byId('call').focus();
     if (number === 0) before?.querySelector('button').focus();
   }
 
-  #rowOf(number) {
-    return byId('calls-rows').querySelector(`tr[data-number="${number}"]`);
+  #showChosen() {
+    showCall(this.#chosen, () => this.#choose(0));
   }
 
   /** Up and down through the rows. */
@@ -111,4 +145,9 @@ export class Calls {
     event.preventDefault();
     row.querySelector('button').focus();
   }
+}
+
+function fillOutcome(row, call) {
+  row.querySelector('.outcome').replaceChildren(...outcomeChips(call));
+  row.querySelector('.number').textContent = isPending(call) ? '' : call.milliseconds.toFixed(1);
 }

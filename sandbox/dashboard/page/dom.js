@@ -33,7 +33,7 @@ export function refill(parent, ...children) {
   }
 }
 
-export const chip = (kind, text) => element('span', {class: `chip ${kind}`}, text);
+export const chip = (kind, ...text) => element('span', {class: `chip ${kind}`}, ...text);
 
 export const emptyState = (title, ...help) =>
   element('div', {class: 'empty is-shown'}, element('p', {}, element('b', {}, title)), ...help);

@@ -5,6 +5,7 @@ import {byId, notice, told} from './dom.js';
 import {Calls} from './calls.js';
 import {Faults} from './faults.js';
 import {Feed} from './feed.js';
+import {setClock} from './running_time.js';
 import {Streams} from './streams.js';
 import {Users} from './users.js';
 
@@ -61,6 +62,7 @@ const feed = new Feed((state) => {
 async function begin() {
   try {
     const [log, {paths}] = await Promise.all([read('/sandbox/requests'), read('/sandbox/endpoints')]);
+    setClock(log.now);
     calls.reset(log.calls);
     faults.setPaths(paths);
     feed.startBehind(log.position);
@@ -74,9 +76,9 @@ async function begin() {
   }
 }
 
-feed.on('call', (call) => calls.add(call));
+feed.on('call', (call) => calls.put(call));
 feed.on('chat', (entry) => streams.chat.add(entry));
-feed.on('cleared', () => calls.reset([]));
+feed.on('cleared', () => calls.clear());
 feed.on('state', () => {
   refresh(shown);
   if (shown !== 'faults') refresh('faults');

@@ -1,11 +1,15 @@
 // How a call ended, in a word for filters and a chip for the eye.
 
 import {chip} from './dom.js';
+import {runningTime} from './running_time.js';
 
 const names = {401: '401', 603: 'banned', 652: 'user not found', 750: 'parameter', 1018: 'refresh token',
   1059: 'stream ended', 1068: 'already liked', 1098: 'no permission', 1341: 'signed in elsewhere'};
 
+export const isPending = (call) => call.milliseconds === null;
+
 export function outcomeOf(call) {
+  if (isPending(call)) return 'pending';
   if (call.fault) return 'spoilt';
   if (call.status === 401) return 'unauthorized';
   if (call.status !== 200 && call.status !== 304) return 'http';
@@ -20,6 +24,7 @@ function textOf(call) {
 }
 
 export function outcomeChips(call) {
+  if (isPending(call)) return [chip('quiet pending', 'pending', runningTime(call.at))];
   const outcome = outcomeOf(call);
   const isBad = call.status !== 200 || (call.code !== null && call.code !== 1);
   const kind = isBad ? 'bad' : outcome === 'spoilt' ? 'odd' : 'good';

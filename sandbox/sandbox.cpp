@@ -92,6 +92,7 @@ struct Sandbox::Parts {
                               log,
                               chat,
                               watch,
+                              settings,
                               [this] { return sessions.now(); },
                               [this] { return router.paths(); }};
   CallRecorder recorder{{router, log, [this] { return sessions.now(); },

@@ -53,14 +53,16 @@ json::Array streamsWhere(Transaction& transaction, const std::string& condition,
 json::Array viewersOf(Transaction& transaction, std::string_view slug) {
   json::Array viewers;
   for (const auto& row :
-       transaction.all("SELECT coalesce(m.user_name, 'guest ' || v.guest), "
+       transaction.all("SELECT coalesce(m.user_name, 'guest ' || v.guest), v.member IS NULL, "
                        "coalesce(m.display_name, ''), v.begun "
                        "FROM view_sessions v JOIN streams s ON s.id = v.stream "
                        "LEFT JOIN members m ON m.id = v.member "
                        "WHERE s.slug = ? AND v.ended IS NULL ORDER BY v.id LIMIT ?",
                        slug, mostShown)) {
-    viewers.emplace_back(json::Object{
-        {"name", row.text(0)}, {"displayName", row.text(1)}, {"since", row.integer(2)}});
+    viewers.emplace_back(json::Object{{"name", row.text(0)},
+                                      {"isGuest", row.integer(1) != 0},
+                                      {"displayName", row.text(2)},
+                                      {"since", row.integer(3)}});
   }
   return viewers;
 }
@@ -133,6 +135,15 @@ Response showStream(DashboardRoom& room, const Call& call) {
   });
 }
 
+/// What can be given.
+Response listGifts(DashboardRoom& room, const Call&) {
+  json::Array gifts;
+  for (const auto& gift : room.settings.gifts) {
+    gifts.emplace_back(json::Object{{"giftId", gift.id}, {"name", gift.name}, {"gold", gift.gold}});
+  }
+  return succeed(json::Value(json::Object{{"gifts", std::move(gifts)}}));
+}
+
 /// What was said lately in the channel of that id.
 Response showChat(DashboardRoom& room, const Call& call) {
   const auto channelId = std::string_view(call.request.path).substr(channels.size());
@@ -144,7 +155,7 @@ Response showChat(DashboardRoom& room, const Call& call) {
 std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room) {
   const auto at = handlersIn(room);
   return {get("/sandbox/streams", at(listStreams)), get("/sandbox/streams/*", at(showStream)),
-          get("/sandbox/channels/*", at(showChat))};
+          get("/sandbox/gifts", at(listGifts)), get("/sandbox/channels/*", at(showChat))};
 }
 
 }  // namespace zavelo::sandbox

@@ -8,6 +8,7 @@
 #include "sandbox/dashboard/call_log.hpp"
 #include "sandbox/dashboard/chat_log.hpp"
 #include "sandbox/dashboard/state_watch.hpp"
+#include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 
 namespace zavelo::sandbox {
@@ -18,6 +19,7 @@ struct DashboardRoom {
   CallLog& log;
   const ChatLog& chat;
   const StateWatch& watch;
+  const Settings& settings;
   std::function<Time()> now;
   std::function<std::vector<std::string>()> paths;  ///< of all endpoints
 };

@@ -159,6 +159,48 @@ test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
   await page.getByText('6000 gold').waitFor();
 });
 
+test('what hosts, viewers and administrators do is done by buttons', async (t) => {
+  const stage = await Stage.open(t);
+  await stage.join('ann', 'Ann');
+  await stage.join('bob', 'Bob');
+  const slug = await stage.broadcast('ann', 'Soup');
+  const page = await stage.look('#streams');
+  const pane = page.getByRole('region', {name: 'The chosen stream'});
+  const press = (name) => pane.getByRole('button', {name, exact: true}).press('Enter');
+  await press('Send a statistic');
+  await page.getByText('Nothing was sent: nobody is in the channel').waitFor();
+  await pane.getByLabel('Giver').fill('bob');
+  await pane.getByLabel('How many').fill('2');
+  await press('Give');
+  await page.getByText('bob gave it, but nobody is in the channel').waitFor();
+  await page.locator('#givers li', {hasText: 'Bob 2 given'}).waitFor();
+
+  stage.listen('bob', slug);
+  await page.locator('#chat li', {hasText: 'came'}).waitFor();
+  await stage.app('bob', 'stream', 'update-stream-view-count', '--slug', slug);
+  await pane.getByRole('button', {name: 'Bob since'}).press('Enter');
+  for (const [name, told] of [['Kick', 'kicked'], ['Unkick', 'unkicked'], ['Mute', 'muted'], ['Unmute', 'unmuted']]) {
+    await press(name);
+    const line = page.locator('#chat li').filter({has: page.getByText(told, {exact: true})});
+    await line.getByText('JSON').click();
+    await line.getByText('"targetUsername": "bob"').waitFor();
+  }
+  await pane.getByLabel('Text', {exact: true}).fill('Leeks!');
+  await pane.getByLabel('x, if any').fill('0.5');
+  await press('Show the text');
+  await page.locator('#chat li', {hasText: 'floating text Leeks!'}).waitFor();
+  await press('Lock with it');
+  assert.equal(await pane.getByText('locked', {exact: true}).count(), 0);  // without a password
+  await pane.getByLabel('Password').fill('sesame');
+  await press('Lock with it');
+  await pane.getByText('locked', {exact: true}).waitFor();
+  await press('Unlock');
+  await pane.getByText('Everybody can watch.').waitFor();
+  await stage.app('ann', 'stream', 'end-stream', '--slug', slug);
+  await pane.getByText('It has ended').waitFor();
+  assert.equal(await pane.getByRole('button', {name: 'Kick', exact: true}).count(), 0);
+});
+
 const hostile = '<img src=x onerror=alert(1)><b>Bob</b>';
 
 test('names and titles stay text', async (t) => {

@@ -20,6 +20,7 @@ const browser = await chromium.launch({executablePath: DASHBOARD_BROWSER,
 export class Stage {
   #folder = mkdtempSync(join(tmpdir(), 'dashboard-'));
   #process;
+  #listeners = [];
   #contexts = [];
   #errors = [];
   /** What the console may say: a test that stops the sandbox expects failing loads. */
@@ -51,9 +52,18 @@ export class Stage {
   /** An app: `await stage.app('ann', 'user', 'login-zavelo', …)`, with a session of its own. */
   app(name, ...words) {
     return new Promise((resolve) => {
-      execFile(DASHBOARD_COMMAND, ['--api', this.url, '--rtm', this.rtmUrl, '--store', join(this.#folder, name), '--json', ...words],
+      execFile(DASHBOARD_COMMAND, [...this.#optionsOf(name), ...words],
         (error, output, complaint) => resolve({ok: !error, output: output.trim(), complaint}));
     });
+  }
+
+  /** One that stays in the channel. */
+  listen(name, channel) {
+    this.#listeners.push(spawn(DASHBOARD_COMMAND, [...this.#optionsOf(name), 'chat', '--channel', channel], {stdio: 'ignore'}));
+  }
+
+  #optionsOf(name) {
+    return ['--api', this.url, '--rtm', this.rtmUrl, '--store', join(this.#folder, name), '--json'];
   }
 
   async join(name, displayName = name) {
@@ -108,6 +118,7 @@ export class Stage {
 
   async #close() {
     await Promise.all(this.#contexts.map((context) => context.close()));
+    for (const listener of this.#listeners) listener.kill();
     if (this.#process.exitCode === null) await this.stopSandbox();
     rmSync(this.#folder, {recursive: true});
     assert.deepEqual(this.#errors.filter((text) => !this.tolerated?.test(text)), []);

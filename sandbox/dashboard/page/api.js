@@ -16,4 +16,6 @@ export const read = (path) => call(path);
 export const drop = (path) => call(path, {method: 'DELETE'});
 export const post = (path, body) =>
   call(path, {method: 'POST', headers: {'Content-Type': 'application/json'}, body: JSON.stringify(body)});
+/** Members whose names contain the text, and guests. */
+export const findUsers = (text) => read(text ? `/sandbox/users/${encodeURIComponent(text)}` : '/sandbox/users');
 export const act = (action, target = {}) => post('/sandbox/actions', {action, ...target});

@@ -61,10 +61,11 @@ const feed = new Feed((state) => {
 /** Reads everything, and follows from there. */
 async function begin() {
   try {
-    const [log, {paths}] = await Promise.all([read('/sandbox/requests'), read('/sandbox/endpoints')]);
+    const [log, {paths}, {gifts}] = await Promise.all(['requests', 'endpoints', 'gifts'].map((what) => read(`/sandbox/${what}`)));
     setClock(log.now);
     calls.reset(log.calls);
     faults.setPaths(paths);
+    streams.desk.setGifts(gifts);
     feed.startBehind(log.position);
     refresh('faults');
     refresh(shown);

@@ -10,3 +10,13 @@ export async function perform(action, target, done) {
     notice(error.message, true);
   }
 }
+
+/** These change the state, too; the others are nothing but an event. */
+const lasting = ['start-poll', 'add-votes', 'stop-poll', 'gift'];
+
+/** Carries out an action that the channel is told of. */
+export function performInChannel(action, target, done) {
+  const unheard = lasting.includes(action)
+    ? `${done}, but nobody is in the channel to hear of it` : 'Nothing was sent: nobody is in the channel';
+  return perform(action, target, (changed) => changed ? done : unheard);
+}

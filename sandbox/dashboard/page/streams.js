@@ -3,15 +3,16 @@
 import {read} from './api.js';
 import {byId, chip, clockTime, code, element, emptyState, refill, told} from './dom.js';
 import {Chat} from './chat.js';
-import {PollDesk} from './poll.js';
+import {StreamDesk, chooseMember} from './stream_desk.js';
 import {curveFigure} from './curve.js';
+import {showPoll} from './poll.js';
 
 const kinds = {live: 'good', paused: 'odd'};
 const statusChip = ({status}) => chip(kinds[status] ?? 'quiet', status);
 
 export class Streams {
   #chosen = '';
-  #poll = new PollDesk();
+  desk = new StreamDesk();
   chat = new Chat();
 
   async refresh() {
@@ -33,7 +34,8 @@ export class Streams {
     const detail = await read(`/sandbox/streams/${encodeURIComponent(slug)}`);
     if (slug !== this.#chosen) return;
     refill(byId('stream-facts'), ...this.#facts(detail));
-    this.#poll.show(detail.stream, detail.poll);
+    this.desk.show(detail.stream);
+    showPoll(detail.stream, detail.poll);
     refill(byId('givers'), ...giverRows(detail.givers));
     byId('watchers-title').textContent = `Watching now (${detail.viewers.length})`;
     refill(byId('watchers'), ...watcherRows(detail.viewers));
@@ -83,9 +85,16 @@ function giverRows(givers) {
 
 function watcherRows(viewers) {
   if (viewers.length === 0) return [element('li', {class: 'hint'}, 'Nobody. Apps say that they watch by update-viewcount.')];
-  return viewers.map((viewer) => element('li', {}, viewer.displayName || viewer.name, element('small', {}, ` since ${clockTime(viewer.since)}`)));
+  return viewers.map(({name, displayName, isGuest, since}) => {
+    const label = [displayName || name, element('small', {}, ` since ${clockTime(since)}`)];
+    if (isGuest) return element('li', {}, element('span', {}, ...label));
+    return element('li', {}, element('button', {type: 'button', 'data-key': `viewer ${name}`, title: 'Choose',
+      onclick: () => chooseMember(name)}, ...label));
+  });
 }
 
 const nothing = () => element('li', {}, emptyState('There is no stream yet.',
-  element('p', {}, 'Create one in an app, or watch a whole broadcast:'),
-  element('p', {}, code('zavelo demo'), ' plays one; ', code('zavelo stream create-stream'), ' makes one.')));
+  element('p', {}, 'Sign a member in and create one, in an app or by'),
+  element('p', {}, code(`zavelo --api ${location.origin} stream create-stream --title Soup --tag-id 1 --address Hue`
+    + ' --country-code VN --screen-type portrait --stream-type user')),
+  element('p', {}, code('zavelo demo --stay'), ' plays a whole broadcast, in a sandbox of its own.')));

@@ -1,6 +1,6 @@
 // Members, guests and their sessions, and what befalls them.
 
-import {read} from './api.js';
+import {findUsers} from './api.js';
 import {byId, chip, clockTime, code, element, emptyState, refill, told} from './dom.js';
 import {perform} from './perform.js';
 
@@ -15,7 +15,7 @@ export class Users {
 
   async refresh() {
     const text = byId('users-text').value.trim();
-    const users = await read(text ? `/sandbox/users/${encodeURIComponent(text)}` : '/sandbox/users');
+    const users = await findUsers(text);
     if (text !== byId('users-text').value.trim()) return;
     const {total, members, guests, now} = users;
     byId('users-total').textContent = members.length < total ? `${members.length} of ${total}` : count(total, 'member');

@@ -203,20 +203,53 @@ test('what hosts, viewers and administrators do is done by buttons', async (t) =
 
 const hostile = '<img src=x onerror=alert(1)><b>Bob</b>';
 
-test('names and titles stay text', async (t) => {
-  const stage = await Stage.open(t);
+test('what others write stays text wherever it is shown', async (t) => {
+  const stage = await Stage.open(t, {
+    tags: [{tagId: 2, tagName: `Tag ${hostile}`}],
+    gifts: [{giftId: 1, giftName: `Gift ${hostile}`, costGold: 1}],
+  });
   await stage.join('bob', hostile);
-  const slug = await stage.broadcast('bob', hostile);
+  await stage.join('eve', 'Eve');
+  await stage.app('gus', 'user', 'login-guest');
+  const slug = await stage.broadcast('eve', hostile);
+  await stage.app('bob', 'stream', 'update-stream-view-count', '--slug', slug);
+  const page = await stage.look('#streams');
+  const sees = (place, text = hostile) => page.locator(place).filter({hasText: text}).first().waitFor();
+
+  stage.listen('eve', slug);
+  await page.locator('#chat li', {hasText: 'came'}).waitFor();
   await stage.say('bob', slug, hostile);
-  const page = await stage.look('#users');
-  await page.locator('#members').getByText(hostile).waitFor();
-  await page.getByRole('link', {name: 'Streams'}).click();
-  await page.getByRole('heading', {name: hostile}).waitFor();
-  await page.locator('#chat p', {hasText: `${hostile} ${hostile}`}).waitFor();
+  await sees('#chat p', `${hostile} ${hostile}`);
+  await stage.app('bob', 'chat', 'send', '--channel', slug, '--type', 'gift', '--gift-name', hostile, '--message', `gift ${hostile}`);
+  await stage.act('floating-text', {slug, content: `float ${hostile}`, color: '"><script>'});
+  await stage.act('start-poll', {slug, question: hostile, option1: `1 ${hostile}`, option2: `2 ${hostile}`});
+  await stage.act('gift', {slug, userName: 'bob', giftId: 1});
+  for (const kind of ['gift', 'float']) await sees('#chat p', `${kind} ${hostile}`);
+  for (const details of await page.locator('#chat summary').all()) await details.click();
+  for (const place of ['#stream-list b', '#stream-facts h2', '#poll b', '#givers .name', '#watchers button', '#chat pre']) await sees(place, 'onerror');
+  await sees('#stream-facts .facts', `Tag ${hostile}`);
+  await page.locator('option', {hasText: `Gift ${hostile}`}).waitFor({state: 'attached'});
+  await page.getByRole('button', {name: `+1 for 1 ${hostile}`}).click();
+  await sees('#notice', `One more vote for “1 ${hostile}”`);
+  await page.locator('#moderated').fill(hostile);
+  await page.getByRole('button', {name: 'Mute', exact: true}).click();
+  await sees('#notice', 'There is no member');
+
+  await page.getByRole('link', {name: 'Users'}).click();
+  await sees('#members .name');
+  await page.getByRole('link', {name: 'Faults'}).click();
+  await stage.spoil('/api/users/search', 'code', {code: 5, message: hostile});
+  await sees('#faults-rows .chip');
+
+  const file = new FormData();
+  file.append(hostile, new Blob([hostile], {type: 'text/plain'}), hostile);
+  await fetch(`${stage.url}/api/${encodeURIComponent(hostile)}?${hostile}`, {method: 'POST', body: file, headers: {'X-Odd': hostile}});
   await page.getByRole('link', {name: 'Calls'}).click();
-  await row(page, '/create').getByRole('button').click();
-  await page.locator('#call pre').first().getByText('onerror').waitFor();
-  assert.equal(await page.locator('main img, main b b').count(), 0);
+  await row(page, `/api/${hostile}`).getByRole('button').click();
+  for (const place of ['#call h2', '#call .part b', '#call pre', '#call .headers dd']) {
+    await page.locator(place, {hasText: 'onerror'}).first().waitFor({state: 'attached'});
+  }
+  assert.equal(await page.locator('main img, main b b, main script').count(), 0);
 });
 
 const forms = {

@@ -2,7 +2,7 @@
 
 import {execFile, spawn} from 'node:child_process';
 import assert from 'node:assert/strict';
-import {mkdtempSync, rmSync} from 'node:fs';
+import {mkdtempSync, rmSync, writeFileSync} from 'node:fs';
 import {createRequire} from 'node:module';
 import {tmpdir} from 'node:os';
 import {join} from 'node:path';
@@ -19,6 +19,7 @@ const browser = await chromium.launch({executablePath: DASHBOARD_BROWSER,
 
 export class Stage {
   #folder = mkdtempSync(join(tmpdir(), 'dashboard-'));
+  #seedFile = join(this.#folder, 'seed.json');
   #process;
   #listeners = [];
   #contexts = [];
@@ -26,15 +27,17 @@ export class Stage {
   /** What the console may say: a test that stops the sandbox expects failing loads. */
   tolerated = null;
 
-  static async open(t) {
+  /** `seed`: what the sandbox's seed file says. */
+  static async open(t, seed = {}) {
     const stage = new Stage();
     t.after(() => stage.#close());
+    writeFileSync(stage.#seedFile, JSON.stringify(seed));
     await stage.startSandbox();
     return stage;
   }
 
   async startSandbox() {
-    this.#process = spawn(DASHBOARD_COMMAND, ['sandbox', '--ephemeral', '--port', String(this.port ?? 0), '--broker-port', '0'],
+    this.#process = spawn(DASHBOARD_COMMAND, ['sandbox', '--ephemeral', '--seed', this.#seedFile, '--port', String(this.port ?? 0), '--broker-port', '0'],
       {stdio: ['ignore', 'pipe', 'inherit']});
     for await (const line of createInterface({input: this.#process.stdout})) {
       ({url: this.url, port: this.port, rtmUrl: this.rtmUrl} = JSON.parse(line));

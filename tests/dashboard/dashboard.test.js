@@ -82,6 +82,7 @@ test('a delayed call is shown at once, and becomes the answered one', async (t) 
   const answered = stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
   await delayed.getByRole('button').click();
   await pane.getByText('There is no answer yet.').waitFor();
+  await pane.getByText('Request headers').click();
   await stage.join('bob');
   await page.locator('tr:has-text("zavelo-login") + tr', {hasText: 'pending'}).waitFor();
   await page.getByRole('button', {name: 'Clear the log'}).click();
@@ -91,6 +92,7 @@ test('a delayed call is shown at once, and becomes the answered one', async (t) 
   assert.ok((await answered).ok);
   await page.getByText('No call fits the filter.').waitFor();
   await pane.getByText('⚡ delay').waitFor();
+  assert.ok(await pane.getByText('authorization').isVisible());
   await page.getByLabel('Outcome').selectOption('spoilt');
   assert.equal(await delayed.count(), 1);
 });
@@ -270,11 +272,13 @@ test('every view is accessible and fits, in light, dark and on a phone', async (
   await stage.act('start-poll', {slug, question: 'Which soup next?', option1: 'Pumpkin', option2: 'Leek'});
   await stage.act('add-votes', {slug, choice: 1, amount: 7});
   await stage.act('gift', {slug, userName: 'bob', giftId: 1, amount: 3});
+  await stage.spoil('/api/streams/detail', 'delay', {milliseconds: 600000});
+  stage.app('ann', 'stream', 'get-stream-detail', '--slug', slug);
   for (const [form, options] of Object.entries(forms)) {
     const page = await stage.look('', options);
     for (const view of ['calls', 'users', 'streams', 'faults']) {
       await page.goto(`${stage.url}/#${view}`);
-      if (view === 'calls') await row(page, '1098').getByRole('button').click();
+      if (view === 'calls') await row(page, 'pending').getByRole('button').click();
       if (view === 'streams') await page.getByRole('button', {name: 'Morning soup'}).click();
       await page.locator(`#${view} :is(.chip, .empty):visible`).first().waitFor();
       await picture(page, `${view}-${form}`);

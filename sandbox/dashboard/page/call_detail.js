@@ -61,7 +61,7 @@ function partOf(title, headers, body) {
 }
 
 const headerList = (title, headers) =>
-  element('details', {}, element('summary', {}, `${title} headers (${headers.length})`),
+  element('details', {}, element('summary', {'data-key': `${title} headers`}, `${title} headers (${headers.length})`),
     element('dl', {class: 'headers'},
       ...headers.flatMap(([name, value]) => [element('dt', {}, name), element('dd', {}, value)])));
 

@@ -23,12 +23,14 @@ function dress(made, attributes, children) {
 
 export const byId = (id) => document.getElementById(id);
 
-/** Replaces the children but leaves the keyboard where it was: `data-key` names a control. */
+/** Replaces the children but leaves the keyboard where it was, and open what was: `data-key` names a
+ *  control or a summary. */
 export function refill(parent, ...children) {
   const key = parent.contains(document.activeElement) && document.activeElement.dataset.key;
+  const open = [...parent.querySelectorAll('details[open] > summary')].map((summary) => summary.dataset.key);
   parent.replaceChildren(...children);
-  if (!key) return;
   for (const control of parent.querySelectorAll('[data-key]')) {
+    if (open.includes(control.dataset.key)) control.parentElement.open = true;
     if (control.dataset.key === key) control.focus();
   }
 }

@@ -65,10 +65,12 @@ test('the next call of an endpoint is broken as told, and no other', async (t) =
   const page = await stage.look('#faults/api/users/search');
   await page.getByRole('combobox', {name: 'Fault', exact: true}).selectOption('code');
   await page.getByLabel('Message').fill('Elsewhere');
+  await page.getByLabel('Pass first').fill('1');
   await page.getByRole('button', {name: 'Break it'}).click();
   await page.getByText('⚡ code 1341 Elsewhere').waitFor();
-  const {complaint} = await stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
-  assert.match(complaint, /1341.*Elsewhere/);
+  const search = () => stage.app('ann', 'user', 'search-for-user', '--display-name', 'a');
+  assert.ok((await search()).ok);
+  assert.match((await search()).complaint, /1341.*Elsewhere/);
   await page.getByText('Nothing is broken.').waitFor();
 });
 

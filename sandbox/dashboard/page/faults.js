@@ -53,7 +53,8 @@ export class Faults {
 
   async #add() {
     const fault = byId('fault-kind').value;
-    const body = {endpoint: byId('fault-endpoint').value, fault, count: byId('fault-count').valueAsNumber};
+    const body = {endpoint: byId('fault-endpoint').value, fault, count: byId('fault-count').valueAsNumber,
+      after: byId('fault-after').valueAsNumber};
     if (fault === 'delay') body.milliseconds = byId('fault-milliseconds').valueAsNumber;
     if (fault === 'code') {
       body.code = byId('fault-code').valueAsNumber;
@@ -79,5 +80,10 @@ function rowOf(rule) {
   const more = {delay: ` by ${rule.milliseconds} ms`, code: ` ${rule.code} ${rule.message ?? ''}`}[rule.fault] ?? '';
   return element('li', {}, element('p', {class: 'name'}, element('b', {}, rule.endpoint === '*' ? 'every endpoint' : rule.endpoint)),
     element('p', {class: 'states'}, chip('odd', `⚡ ${kinds[rule.fault][0]}${more}`)),
-    element('p', {class: 'actions'}, rule.count === 1 ? 'the next call' : `the next ${rule.count} calls`));
+    element('p', {class: 'actions'}, callsOf(rule)));
+}
+
+function callsOf({count, after = 0}) {
+  const calls = count === 1 ? 'call' : `${count} calls`;
+  return after === 0 ? `the next ${calls}` : `the next ${calls} after ${after}`;
 }

@@ -84,7 +84,9 @@ struct Sandbox::Parts {
   EventFeed feed;
   CallLog log{feed};
   StateWatch watch{*database, feed, [this] { return sessions.now(); }};
-  ChatLog chat{feed, [this] { return sessions.now(); }, [this] { watch.touch(); }};
+  ChatLog chat{{feed, [this] { return sessions.now(); },
+                [this](const std::string& userId) { return nameOf(*database, userId); },
+                [this] { watch.touch(); }}};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
   ControlRoom controlRoom{*database, sessions, throttle, faults, giftRoom, channels};

@@ -15,23 +15,20 @@ constexpr std::size_t idKept = 256;
 
 }  // namespace
 
-ChatLog::ChatLog(EventFeed& feed, std::function<Time()> now, std::function<void()> changed)
-    : feed_(feed), now_(std::move(now)), changed_(std::move(changed)) {}
-
 void ChatLog::heard(const ChannelMember& sender, const std::string& text) {
-  add(sender, "text", text);
+  add(sender, "text", text, {});
 }
 
 void ChatLog::came(const ChannelMember& member) {
-  add(member, "came", {});
+  add(member, "came", {}, room_.nameOf(member.userId));
 }
 
 void ChatLog::went(const ChannelMember& member) {
-  add(member, "went", {});
+  add(member, "went", {}, room_.nameOf(member.userId));
 }
 
 void ChatLog::given(const GivenGift& /*gift*/) {
-  changed_();
+  room_.changed();
 }
 
 std::string ChatLog::entries(std::string_view channelId) const {
@@ -43,10 +40,12 @@ std::string ChatLog::entries(std::string_view channelId) const {
   return list.append("]");
 }
 
-void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text) {
-  json::Object object{{"at", stored(now_())},
+void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text,
+                  std::string_view name) {
+  json::Object object{{"at", stored(room_.now())},
                       {"channel", repaired(member.channelId.substr(0, idKept))},
                       {"user", repaired(member.userId.substr(0, idKept))},
+                      {"name", name},
                       {"kind", kind},
                       {"text", repaired(text.substr(0, textKept))},
                       {"isCut", text.size() > textKept}};
@@ -62,9 +61,9 @@ void ChatLog::add(const ChannelMember& member, std::string_view kind, std::strin
       bytes_ -= entries_.front().json.size();
       entries_.pop_front();
     }
-    feed_.publish("chat", *std::move(json));
+    room_.feed.publish("chat", *std::move(json));
   }
-  changed_();
+  room_.changed();
 }
 
 }  // namespace zavelo::sandbox

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "sandbox/channels/channel_listener.hpp"
 #include "sandbox/events/event_feed.hpp"
@@ -17,8 +18,17 @@ namespace zavelo::sandbox {
 /// The latest that was said in the channels, and who came and went. Tells the feed: `chat`.
 class ChatLog final : public ChannelListener {
  public:
-  /// `changed` is called when what was said or given may have changed the state.
-  ChatLog(EventFeed& feed, std::function<Time()> now, std::function<void()> changed);
+  /// What the log works with.
+  struct Room {
+    EventFeed& feed;
+    std::function<Time()> now;
+    /// The name of a user of the channel; empty: nobody knows.
+    std::function<std::string(const std::string& userId)> nameOf;
+    /// Called when what was said or given may have changed the state.
+    std::function<void()> changed;
+  };
+
+  explicit ChatLog(Room room) : room_(std::move(room)) {}
 
   void heard(const ChannelMember& sender, const std::string& text) override;
   void came(const ChannelMember& member) override;
@@ -33,11 +43,11 @@ class ChatLog final : public ChannelListener {
     std::string channelId;
     std::string json;
   };
-  void add(const ChannelMember& member, std::string_view kind, std::string_view text);
+  /// A text brings its sender's name along; who came or went has the name that is given here.
+  void add(const ChannelMember& member, std::string_view kind, std::string_view text,
+           std::string_view name);
 
-  EventFeed& feed_;
-  const std::function<Time()> now_;
-  const std::function<void()> changed_;
+  const Room room_;
   mutable std::mutex mutex_;
   std::int64_t lastNumber_ = 0;
   std::size_t bytes_ = 0;

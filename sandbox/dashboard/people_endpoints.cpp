@@ -81,6 +81,13 @@ std::vector<Endpoint> peopleEndpoints(DashboardRoom& room) {
   return {get("/sandbox/users", at(listUsers)), get("/sandbox/users/*", at(listUsers))};
 }
 
+std::string nameOf(Database& database, const std::string& userId) {
+  const auto row = database.transact([&](Transaction& transaction) {
+    return transaction.first("SELECT display_name FROM members WHERE id = ?", userId);
+  });
+  return row ? row->text(0) : std::string();
+}
+
 std::string callerOf(Database& database, const Request& request) {
   const auto token = bearerToken(request);
   if (token.empty()) return {};

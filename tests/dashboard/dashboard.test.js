@@ -146,6 +146,7 @@ test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
   const line = page.locator('#chat li', {hasText: 'Bob Hello'});
   await line.getByText('JSON').click();
   await line.getByText('"senderUserName": "bob"').waitFor();
+  await page.locator('#chat li', {hasText: 'Bob went'}).waitFor();
 
   await page.getByLabel('Question').fill('Which?');
   await page.getByLabel('First option').fill('Leek');

@@ -72,7 +72,7 @@ export class Chat {
 
 function lineOf(entry) {
   if (entry.kind !== 'text') {
-    return element('li', {class: 'hint'}, element('time', {}, clockTime(entry.at)), ` user ${entry.user} ${entry.kind}`);
+    return element('li', {class: 'hint'}, element('time', {}, clockTime(entry.at)), ` ${entry.name || `user ${entry.user}`} ${entry.kind}`);
   }
   const outer = parsed(entry.text);
   const inner = parsed(outer.message);

@@ -15,16 +15,6 @@ CLI::Option* addChannel(CLI::App& app) {
   return addOption(app, "--channel", "The channel; a stream's is named by its slug", "TEXT");
 }
 
-std::optional<std::string> givenText(const CLI::Option* option) {
-  if (option->count() == 0) return {};
-  return textOf(option);
-}
-
-[[noreturn]] void refuse(const CLI::Option* option, const std::string& expected) {
-  throw CLI::ValidationError(option->get_name(),
-                             "expected " + expected + ", got \"" + textOf(option) + "\"");
-}
-
 std::string kindNames() {
   std::string names;
   for (const auto& kind : codedCases<ZVMessageType>)

@@ -1,11 +1,10 @@
-#include <limits>
-
 #include "tools/zavelo/catalogue.hpp"
 #include "tools/zavelo/chat_grammar.hpp"
 #include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
 #include "tools/zavelo/trigger_grammar.hpp"
+#include "tools/zavelo/sandbox_grammar.hpp"
 
 namespace zavelo::command {
 namespace {
@@ -28,8 +27,8 @@ class Grammar {
     replay_.emplace(root_);
     inspect_.emplace(root_);
     addCensor();
-    addSandbox();
     trigger_.emplace(root_);
+    sandbox_.emplace(root_);
     addDemo();
     version_ = addCommand(root_, "version", "Show the version");
   }
@@ -102,23 +101,6 @@ class Grammar {
         std::string(globalOptionsNote));
   }
 
-  void addSandbox() {
-    sandbox_ = addCommand(root_, "sandbox", "Run a local backend until SIGINT or SIGTERM");
-    port_ = addOption(*sandbox_, "--port",
-                      "Where it listens; 0 for any free port; 8080 if left out", "INTEGER");
-    state_ = addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE");
-    seed_ = addOption(*sandbox_, "--seed",
-                      "Its words, configuration, tags, gifts and first members, as JSON", "FILE");
-    ephemeral_ = sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_);
-    brokerPort_ = addOption(*sandbox_, "--broker-port",
-                            "Where its message broker listens; 0 for any free port; 1883 if left "
-                            "out, or any beside --port 0",
-                            "INTEGER");
-    noBroker_ = sandbox_->add_flag("--no-broker")
-                    ->description("Start no message broker")
-                    ->excludes(brokerPort_);
-  }
-
   GlobalOptions globalOptions() const {
     GlobalOptions options{originOf(textOf(api_)), textOf(store_), textOf(appId_), textOf(rtm_)};
     if (textOf(log_) == "simple") options.log = ZVAPIService::APILogLevel::simple;
@@ -149,8 +131,8 @@ class Grammar {
     if (demo_->parsed()) return ask(DemoRequest{stay_->count() > 0});
     if (censor_->parsed())
       return ask(CensorRequest{textOf(text_), attributed_->count() > 0, helpCommand()});
-    if (sandbox_->parsed()) return ask(sandboxRequest());
     if (auto asked = trigger_->request(helpCommand())) return ask(*std::move(asked));
+    if (auto asked = sandbox_->request()) return ask(*std::move(asked));
     if (auto asked = chat_->request(helpCommand())) return ask(*std::move(asked));
     if (auto asked = replay_->request()) return ask(*std::move(asked));
     if (auto asked = inspect_->request(helpCommand())) return ask(*std::move(asked));
@@ -168,26 +150,6 @@ class Grammar {
       if (leaf.options[i]->count() > 0)
         request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});
     return request;
-  }
-
-  SandboxRequest sandboxRequest() const {
-    SandboxRequest request;
-    request.isEphemeral = ephemeral_->count() > 0;
-    if (state_->count() > 0) request.state = textOf(state_);
-    if (seed_->count() > 0) request.seed = textOf(seed_);
-    request.port = portIn(port_).value_or(request.port);
-    request.hasBroker = noBroker_->count() == 0;
-    request.brokerPort = portIn(brokerPort_);
-    return request;
-  }
-
-  static std::optional<std::uint16_t> portIn(const CLI::Option* option) {
-    if (option->count() == 0) return {};
-    const auto port = integerOf(textOf(option));
-    if (!port || *port < 0 || *port > std::numeric_limits<std::uint16_t>::max())
-      throw CLI::ValidationError(option->get_name(),
-                                 "expected a port, 0 to 65535, got " + textOf(option));
-    return static_cast<std::uint16_t>(*port);
   }
 
   // ---- errors ----
@@ -242,16 +204,10 @@ class Grammar {
   std::optional<ChatGrammar> chat_;
   std::optional<ReplayGrammar> replay_;
   std::optional<InspectGrammar> inspect_;
+  std::optional<SandboxGrammar> sandbox_;
   CLI::App* censor_ = nullptr;
   CLI::Option* text_ = nullptr;
   CLI::Option* attributed_ = nullptr;
-  CLI::App* sandbox_ = nullptr;
-  CLI::Option* port_ = nullptr;
-  CLI::Option* state_ = nullptr;
-  CLI::Option* seed_ = nullptr;
-  CLI::Option* ephemeral_ = nullptr;
-  CLI::Option* brokerPort_ = nullptr;
-  CLI::Option* noBroker_ = nullptr;
   std::optional<TriggerGrammar> trigger_;
   CLI::App* demo_ = nullptr;
   CLI::Option* stay_ = nullptr;

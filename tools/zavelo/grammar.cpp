@@ -30,4 +30,14 @@ std::string textOf(const CLI::Option* option) {
   return option->count() == 0 ? std::string() : option->results().front();
 }
 
+std::optional<std::string> givenText(const CLI::Option* option) {
+  if (option->count() == 0) return {};
+  return textOf(option);
+}
+
+void refuse(const CLI::Option* option, const std::string& expected) {
+  throw CLI::ValidationError(option->get_name(),
+                             "expected " + expected + ", got \"" + textOf(option) + "\"");
+}
+
 }  // namespace zavelo::command

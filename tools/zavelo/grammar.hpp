@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,10 @@ CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view
 
 /// The text that was given; empty when none was.
 [[nodiscard]] std::string textOf(const CLI::Option* option);
+[[nodiscard]] std::optional<std::string> givenText(const CLI::Option* option);
+
+/// Throws what the command line answers to a text that the option cannot take.
+[[noreturn]] void refuse(const CLI::Option* option, const std::string& expected);
 
 inline constexpr std::string_view globalOptionsNote =
     "The options of \"zavelo --help\" may stand here, too.";

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+
+#include "tools/zavelo/request.hpp"
+
+namespace zavelo::command {
+
+/// The sandbox on the command line. Tells what was asked for when it was, and throws a
+/// CLI::ParseError at a text that it cannot take.
+class SandboxGrammar {
+ public:
+  explicit SandboxGrammar(CLI::App& root);
+  [[nodiscard]] std::optional<Request> request() const;
+
+ private:
+  CLI::App* sandbox_;
+  CLI::Option* port_;
+  CLI::Option* state_;
+  CLI::Option* seed_;
+  CLI::Option* ephemeral_;
+  CLI::Option* brokerPort_;
+  CLI::Option* noBroker_;
+};
+
+}  // namespace zavelo::command

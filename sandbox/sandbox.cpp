@@ -106,13 +106,9 @@ struct Sandbox::Parts {
 
 namespace {
 
-Failure<std::string> unusable(const std::filesystem::path& file, const char* what,
-                              const std::string& why) {
-  return Failure{"cannot use \"" + file.string() + "\" as the " + what + ": " + why};
+Failure<std::string> unusableScript(const std::filesystem::path& file, const std::string& why) {
+  return Failure{"cannot use \"" + file.string() + "\" as the fault script: " + why};
 }
-
-constexpr const char* seedFile = "seed file";
-constexpr const char* faultScript = "fault script";
 
 /// An empty path: nothing is broken on purpose.
 testing::FaultScript faultsIn(const std::filesystem::path& file) {
@@ -136,9 +132,9 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
   try {
     if (sodium_init() < 0) return Failure{std::string("no random numbers are to be had")};
     auto seed = readSeed(options.seed);
-    if (!seed) return unusable(options.seed, seedFile, seed.error());
+    if (!seed) return Failure{unusableSeed(options.seed, seed.error())};
     const auto script = faultsIn(options.faults);
-    if (!script) return unusable(options.faults, faultScript, script.error());
+    if (!script) return unusableScript(options.faults, script.error());
     auto listener = Listener::bind(options.port);
     if (!listener) return Failure{std::move(listener).error()};
     auto database = Database::open(options.state);
@@ -146,10 +142,10 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database),
                                          seed->settings);
     if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
-      return unusable(options.seed, seedFile, planted.error());
+      return Failure{unusableSeed(options.seed, planted.error())};
     }
     if (const auto problem = parts->faults.add(*script)) {
-      return unusable(options.faults, faultScript, *problem);
+      return unusableScript(options.faults, *problem);
     }
     if (options.brokerPort) {
       const auto opened = parts->channels.open(*options.brokerPort, options.statisticsPeriod);

@@ -27,6 +27,12 @@ Product productIn(const Row& row) {
           .pictureName = row.textOrNone(9)};
 }
 
+std::vector<Product> productsIn(const std::vector<Row>& rows) {
+  std::vector<Product> products;
+  for (const auto& row : rows) products.push_back(productIn(row));
+  return products;
+}
+
 }  // namespace
 
 std::vector<Parameter> productParameters() {
@@ -54,26 +60,25 @@ std::optional<Product> productById(Transaction& transaction, std::int64_t id) {
   return row ? std::optional(productIn(*row)) : std::nullopt;
 }
 
-std::optional<Product> productByName(Transaction& transaction, std::int64_t seller,
-                                     std::string_view name) {
-  static const std::string query = productsWhere("p.seller = ? AND p.name = ?");
-  const auto row = transaction.first(query, seller, name);
-  return row ? std::optional(productIn(*row)) : std::nullopt;
-}
-
 std::vector<Product> productsOf(Transaction& transaction, std::int64_t seller, std::int64_t skip,
                                 std::int64_t limit) {
   static const std::string query =
       productsWhere("p.seller = ? AND p.order_index >= ? ORDER BY p.order_index LIMIT ?");
-  std::vector<Product> products;
-  for (const auto& row : transaction.all(query, seller, skip, limit)) {
-    products.push_back(productIn(row));
-  }
-  return products;
+  return productsIn(transaction.all(query, seller, skip, limit));
+}
+
+std::vector<Product> allProducts(Transaction& transaction) {
+  return productsIn(transaction.all(productsWhere("true ORDER BY p.seller, p.order_index")));
 }
 
 std::int64_t productCountOf(Transaction& transaction, std::int64_t seller) {
   return transaction.first("SELECT count(*) FROM products WHERE seller = ?", seller)->integer(0);
+}
+
+std::int64_t productCountOf(Transaction& transaction, std::int64_t seller, std::string_view name) {
+  return transaction
+      .first("SELECT count(*) FROM products WHERE seller = ? AND name = ?", seller, name)
+      ->integer(0);
 }
 
 std::int64_t addProduct(Transaction& transaction, const Product& product) {

@@ -31,12 +31,15 @@ struct Product {
 void assign(Product& product, const Arguments& arguments);
 
 [[nodiscard]] std::optional<Product> productById(Transaction& transaction, std::int64_t id);
-[[nodiscard]] std::optional<Product> productByName(Transaction& transaction, std::int64_t seller,
-                                                   std::string_view name);
 /// Up to `limit` of the seller's products in their order, without the first `skip`.
 [[nodiscard]] std::vector<Product> productsOf(Transaction& transaction, std::int64_t seller,
                                               std::int64_t skip, std::int64_t limit);
 [[nodiscard]] std::int64_t productCountOf(Transaction& transaction, std::int64_t seller);
+/// How many of the seller's products have that name.
+[[nodiscard]] std::int64_t productCountOf(Transaction& transaction, std::int64_t seller,
+                                          std::string_view name);
+/// Of all sellers, each one's in their order.
+[[nodiscard]] std::vector<Product> allProducts(Transaction& transaction);
 
 /// Adds it behind the seller's last one and returns its id; id and index in the record do not
 /// count.

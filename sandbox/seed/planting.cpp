@@ -1,9 +1,11 @@
 #include "sandbox/seed/planting.hpp"
 
+#include <map>
 #include <optional>
 #include <utility>
 
 #include "sandbox/products/product.hpp"
+#include "sandbox/seed/entries.hpp"
 #include "sandbox/streams/stream.hpp"
 #include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/members.hpp"
@@ -17,26 +19,43 @@ struct Unusable {
   Problem problem;
 };
 
-std::optional<std::string> hashOf(const std::optional<std::string>& password) {
+/// Of the entry's password, made here or brought along.
+std::optional<std::string> hashIn(const Arguments& entry) {
+  if (auto hash = entry.text("passwordHash")) return hash;
+  const auto password = entry.text("password");
   return password ? std::optional(hashPassword(*password)) : std::nullopt;
 }
 
-void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
-  Member member;
-  member.zaveloId = *entry.text("zaveloId");
-  if (memberByZaveloId(transaction, member.zaveloId)) return;
-  const auto userName = entry.text("userName");
-  if (userName && (!isUserName(*userName) || memberByUserName(transaction, *userName))) {
+std::string userNameFor(Transaction& transaction, const Arguments& entry) {
+  const auto name = entry.text("userName");
+  if (name && (!isUserName(*name) || memberByUserName(transaction, *name))) {
     throw Unusable{parameterProblem(
         "userName", R"(is taken or not of ASCII letters, digits, ".", "_" and "-")")};
   }
-  member.userName = freeUserName(transaction, userName.value_or(member.zaveloId));
-  member.displayName = entry.text("displayName").value_or(member.zaveloId);
-  member.passwordHash = hashOf(entry.text("password"));
+  return name ? *name : freeUserName(transaction, *entry.text("zaveloId"));
+}
+
+void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
+  const std::string zaveloId = *entry.text("zaveloId");
+  if (memberByZaveloId(transaction, zaveloId)) return;
+  Member member;
+  member.zaveloId = zaveloId;
+  member.userName = userNameFor(transaction, entry);
+  member.displayName = entry.text("displayName").value_or(zaveloId);
+  member.passwordHash = hashIn(entry);
+  member.gender = entry.text("gender").value_or("");
+  member.dob = entry.text("dob").value_or("");
+  member.about = entry.text("about").value_or("");
+  member.image = entry.text("profileImage").value_or("");
+  member.latitude = entry.number("latitude");
+  member.longitude = entry.number("longitude");
+  member.promoCode = entry.text("promoCode").value_or("");
+  member.promoDescription = entry.text("promoCodeDescription").value_or("");
   member.gold = entry.integer("gold").value_or(startingGold);
+  member.beans = entry.integer("beans").value_or(0);
+  member.banned = entry.flag("isBanned").value_or(false);
   member.created = now;
-  setPromoCode(transaction, addMember(transaction, member), entry.text("promoCode").value_or(""),
-               entry.text("promoCodeDescription").value_or(""));
+  addMember(transaction, member);
 }
 
 /// The member whose zaveloId stands under that name.
@@ -46,6 +65,13 @@ std::int64_t memberNamed(Transaction& transaction, const Arguments& entry, std::
   return member->id;
 }
 
+/// Lets a stream that was just added live until it stands where it shall.
+void bring(Transaction& transaction, const Stream& stream, StreamStatus status, Time now) {
+  if (status != StreamStatus::created) goLive(transaction, stream, now);
+  if (status == StreamStatus::paused) goPaused(transaction, stream, now);
+  if (status == StreamStatus::ended) goEnded(transaction, stream, now);
+}
+
 void plantStream(Transaction& transaction, const Arguments& entry, const Settings& settings,
                  Time now) {
   const std::int64_t owner = memberNamed(transaction, entry, "owner");
@@ -53,14 +79,26 @@ void plantStream(Transaction& transaction, const Arguments& entry, const Setting
   if (!plan) throw Unusable{plan.error()};
   const std::string slug = *entry.text("slug");
   if (streamBySlug(transaction, slug)) return;
-  addStream(transaction, slug, owner, *plan, hashOf(entry.text("password")), now);
+  const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry), now);
+  setPinned(transaction, stream, entry.text("pinned").value_or(""));
+  setPosition(transaction, stream, entry.text("position").value_or(""));
+  if (const auto status = entry.text("status")) {
+    bring(transaction, stream, *statusNamed(*status), now);
+  }
 }
 
-void plantProduct(Transaction& transaction, const Arguments& entry) {
+/// How many products of a name the seed has had so far, by seller.
+using Met = std::map<std::pair<std::int64_t, std::string>, std::int64_t>;
+
+/// A seller may have several products of one name: as many as the seed has stand there in the end.
+void plantProduct(Transaction& transaction, const Arguments& entry, Met& met) {
   Product product;
   product.seller = memberNamed(transaction, entry, "seller");
   assign(product, entry);
-  if (!productByName(transaction, product.seller, product.name)) addProduct(transaction, product);
+  const auto count = ++met[{product.seller, product.name}];
+  if (productCountOf(transaction, product.seller, product.name) < count) {
+    addProduct(transaction, product);
+  }
 }
 
 /// Plants each entry and, when one cannot be, adds to the problem where it stands.
@@ -82,12 +120,13 @@ void each(std::string_view list, const std::vector<Arguments>& entries, Plant pl
 Status<std::string> plant(const Seed& seed, Database& database, Time now) {
   try {
     database.transact([&](Transaction& transaction) {
-      each("members", seed.members,
+      each(memberEntries().list, seed.members,
            [&](const Arguments& entry) { plantMember(transaction, entry, now); });
-      each("streams", seed.streams,
+      each(streamEntries().list, seed.streams,
            [&](const Arguments& entry) { plantStream(transaction, entry, seed.settings, now); });
-      each("products", seed.products,
-           [&](const Arguments& entry) { plantProduct(transaction, entry); });
+      Met met;
+      each(productEntries().list, seed.products,
+           [&](const Arguments& entry) { plantProduct(transaction, entry, met); });
     });
   } catch (const Unusable& unusable) {
     return Failure{unusable.problem.message};

@@ -10,17 +10,13 @@
 #include <utility>
 
 #include "sandbox/gifts/wallet.hpp"
-#include "sandbox/products/product.hpp"
-#include "sandbox/streams/stream_plan.hpp"
-#include "sandbox/users/member_parameters.hpp"
+#include "sandbox/seed/entries.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/json/record.hpp"
 #include "zavelo/models/config.hpp"
 
 namespace zavelo::sandbox {
 namespace {
-
-constexpr std::uintmax_t sizeLimit = 16 * 1024 * 1024;
 
 /// No value when all is well, else what is wrong, and where.
 using Complaint = std::optional<std::string>;
@@ -30,8 +26,8 @@ Result<std::string, std::string> contentOf(const std::filesystem::path& file) {
   if (!std::filesystem::is_regular_file(file, error)) {
     return Failure{error ? error.message() : std::string("it is not a file")};
   }
-  if (std::filesystem::file_size(file, error) > sizeLimit) {
-    return Failure{error ? error.message() : std::string("it is larger than 16 MB")};
+  if (std::filesystem::file_size(file, error) > seedSizeLimit) {
+    return Failure{error ? error.message() : std::string("it is larger than 64 MB")};
   }
   std::ifstream stream(file, std::ios::binary);
   std::string content(std::istreambuf_iterator<char>(stream), {});
@@ -143,38 +139,33 @@ Complaint readWords(const json::Value& value, std::vector<std::string>& words) {
   return {};
 }
 
-std::vector<Parameter> with(std::vector<Parameter> first, const std::vector<Parameter>& more) {
-  first.insert(first.end(), more.begin(), more.end());
-  return first;
+Complaint readPlants(const json::Value& value, const EntryKind& kind,
+                     std::vector<Arguments>& entries) {
+  const std::string name(kind.list);
+  if (auto complaint = readEntries(value, name, kind.parameters, entries)) return complaint;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (const auto problem = kind.problemOf(entries[i])) {
+      return name + "[" + std::to_string(i) + "]: " + problem->message;
+    }
+  }
+  return {};
+}
+
+Complaint readSetting(const std::string& name, const json::Value& value, Settings& settings) {
+  if (name == "naughtyWords") return readWords(value, settings.naughtyWords);
+  if (name == "config") return readConfig(value, settings.config);
+  if (name == "tags") return readTags(value, settings.tags);
+  if (name == "gifts") return readGifts(value, settings.gifts);
+  return name +
+         ": unknown; expected naughtyWords, config, tags, gifts, members, streams or products";
 }
 
 Complaint readMember(const std::string& name, const json::Value& value, Seed& seed) {
-  if (name == "naughtyWords") return readWords(value, seed.settings.naughtyWords);
-  if (name == "config") return readConfig(value, seed.settings.config);
-  if (name == "tags") return readTags(value, seed.settings.tags);
-  if (name == "gifts") return readGifts(value, seed.settings.gifts);
-  if (name == "members") {
-    const Parameter parameters[] = {required(zaveloIdParameter),
-                                    userNameParameter,
-                                    displayNameParameter,
-                                    passwordParameter,
-                                    promoCodeParameter,
-                                    promoDescriptionParameter,
-                                    integer("gold", 0, mostGoldAtOnce)};
-    return readEntries(value, name, parameters, seed.members);
-  }
-  if (name == "streams") {
-    const auto parameters =
-        with({required(text("owner", 1, 100)), required(slugParameter), streamPasswordParameter},
-             planParameters(Parameter::Presence::optional));
-    return readEntries(value, name, parameters, seed.streams);
-  }
-  if (name == "products") {
-    const auto parameters = with({required(text("seller", 1, 100))}, productParameters());
-    return readEntries(value, name, parameters, seed.products);
-  }
-  return name +
-         ": unknown; expected naughtyWords, config, tags, gifts, members, streams or products";
+  if (name == memberEntries().list) return readPlants(value, memberEntries(), seed.members);
+  if (name == streamEntries().list) return readPlants(value, streamEntries(), seed.streams);
+  if (name == productEntries().list) return readPlants(value, productEntries(), seed.products);
+  seed.writtenSettings.set(name, value);
+  return readSetting(name, value, seed.settings);
 }
 
 }  // namespace
@@ -192,6 +183,10 @@ Result<Seed, std::string> readSeed(const std::filesystem::path& file) {
     if (auto complaint = readMember(name, member, seed)) return Failure{*std::move(complaint)};
   }
   return seed;
+}
+
+std::string unusableSeed(const std::filesystem::path& file, const std::string& why) {
+  return "cannot use \"" + file.string() + "\" as the seed file: " + why;
 }
 
 }  // namespace zavelo::sandbox

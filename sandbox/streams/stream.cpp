@@ -1,5 +1,6 @@
 #include "sandbox/streams/stream.hpp"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -7,6 +8,8 @@
 
 namespace zavelo::sandbox {
 namespace {
+
+constexpr std::array<std::string_view, 4> statusNames{"created", "live", "paused", "ended"};
 
 /// The query of whole streams under that condition.
 std::string streamsWhere(std::string_view condition) {
@@ -78,8 +81,13 @@ std::chrono::milliseconds timeLive(const Stream& stream, Time now) {
 }  // namespace
 
 std::string_view nameOf(StreamStatus status) {
-  constexpr std::array<std::string_view, 4> names{"created", "live", "paused", "ended"};
-  return names.at(static_cast<std::size_t>(status));
+  return statusNames.at(static_cast<std::size_t>(status));
+}
+
+std::optional<StreamStatus> statusNamed(std::string_view name) {
+  const auto* found = std::ranges::find(statusNames, name);
+  if (found == statusNames.end()) return {};
+  return static_cast<StreamStatus>(found - statusNames.begin());
 }
 
 std::optional<Stream> streamBySlug(Transaction& transaction, std::string_view slug) {
@@ -100,6 +108,10 @@ std::vector<Stream> streamsOf(Transaction& transaction, std::int64_t owner, bool
       "s.owner = ?1 AND (?2 OR s.begun IS NOT NULL) AND (?3 = 0 OR s.id < ?3) "
       "ORDER BY s.id DESC LIMIT ?4");
   return streamsIn(transaction.all(query, owner, withUnbegun, olderThan, limit));
+}
+
+std::vector<Stream> allStreams(Transaction& transaction) {
+  return streamsIn(transaction.all(streamsWhere("true ORDER BY s.id")));
 }
 
 Stream addStream(Transaction& transaction, std::string_view slug, std::int64_t owner,
@@ -142,6 +154,14 @@ void setPassword(Transaction& transaction, const Stream& stream,
                  const std::optional<std::string>& hash) {
   transaction.run("UPDATE streams SET password = ? WHERE id = ?", hash, stream.id);
   transaction.run("UPDATE reactions SET unlocked = 0 WHERE stream = ?", stream.id);
+}
+
+void setPinned(Transaction& transaction, const Stream& stream, std::string_view text) {
+  transaction.run("UPDATE streams SET pinned = ? WHERE id = ?", text, stream.id);
+}
+
+void setPosition(Transaction& transaction, const Stream& stream, std::string_view position) {
+  transaction.run("UPDATE streams SET position = ? WHERE id = ?", position, stream.id);
 }
 
 std::int64_t secondsLive(const Stream& stream, Time now) {

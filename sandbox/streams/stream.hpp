@@ -21,6 +21,7 @@ enum class StreamStatus : std::int64_t {
 };
 /// The record's `statusMessage`: "live".
 [[nodiscard]] std::string_view nameOf(StreamStatus status);
+[[nodiscard]] std::optional<StreamStatus> statusNamed(std::string_view name);
 
 /// What its owner says about a stream when creating it.
 struct StreamPlan {
@@ -70,6 +71,9 @@ struct Stream {
                                             bool withUnbegun, std::int64_t olderThan,
                                             std::int64_t limit);
 
+/// The oldest first.
+[[nodiscard]] std::vector<Stream> allStreams(Transaction& transaction);
+
 /// Adds a stream and returns it. The slug is free.
 Stream addStream(Transaction& transaction, std::string_view slug, std::int64_t owner,
                  const StreamPlan& plan, const std::optional<std::string>& passwordHash, Time now);
@@ -84,6 +88,9 @@ void goEnded(Transaction& transaction, const Stream& stream, Time now);
 /// Locks the stream, or unlocks it without a password. Who gave the one before must give this one.
 void setPassword(Transaction& transaction, const Stream& stream,
                  const std::optional<std::string>& hash);
+
+void setPinned(Transaction& transaction, const Stream& stream, std::string_view text);
+void setPosition(Transaction& transaction, const Stream& stream, std::string_view position);
 
 /// How long it has been live, pauses aside; whole seconds.
 [[nodiscard]] std::int64_t secondsLive(const Stream& stream, Time now);

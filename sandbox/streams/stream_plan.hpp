@@ -17,6 +17,10 @@ namespace zavelo::sandbox {
                                                    const Settings& settings);
 
 inline constexpr Parameter slugParameter = text("slug", 1, 100);
+/// The pinned text, and the position of the floating one, as the app writes it.
+[[nodiscard]] constexpr Parameter pinnedParameter(std::string_view name) {
+  return text(name, 0, 2000);
+}
 /// What a locked stream's password may be.
 inline constexpr Parameter streamPasswordParameter = text("password", 1, 256);
 

@@ -29,8 +29,7 @@ Response pinned(const StreamCall& of) {
 }
 
 Response pin(const StreamCall& of) {
-  of.transaction.run("UPDATE streams SET pinned = ? WHERE id = ?", *of.call.arguments.text("data"),
-                     of.stream.id);
+  setPinned(of.transaction, of.stream, *of.call.arguments.text("data"));
   return succeed(true);
 }
 
@@ -39,8 +38,7 @@ Response position(const StreamCall& of) {
 }
 
 Response movePosition(const StreamCall& of) {
-  of.transaction.run("UPDATE streams SET position = ? WHERE id = ?",
-                     *of.call.arguments.text("data"), of.stream.id);
+  setPosition(of.transaction, of.stream, *of.call.arguments.text("data"));
   return succeed(true);
 }
 
@@ -122,13 +120,13 @@ std::vector<Endpoint> studioEndpoints(StreamRoom& room) {
                  Who::owner,
                  When::unended,
                  pin,
-                 {required(text("data", 0, 2000))}},
+                 {required(pinnedParameter("data"))}},
                 {"/api/streams/position", Who::viewer, When::ever, position},
                 {"/api/streams/update-position",
                  Who::owner,
                  When::unended,
                  movePosition,
-                 {required(text("data", 0, 2000))}},
+                 {required(pinnedParameter("data"))}},
                 {"/api/streams/add-co-host", Who::owner, When::unended, inviteCoHost, coHost},
                 {"/api/streams/remove-co-host", Who::owner, When::unended, dismissCoHost, coHost},
                 {"/api/streams/co-hosts-credits", Who::viewer, When::ever, coHostCredits},

@@ -51,6 +51,12 @@ std::optional<Member> memberIn(const std::optional<Row>& row) {
   return row ? std::optional(memberIn(*row)) : std::nullopt;
 }
 
+std::vector<Member> membersIn(const std::vector<Row>& rows) {
+  std::vector<Member> members;
+  for (const auto& row : rows) members.push_back(memberIn(row));
+  return members;
+}
+
 std::optional<std::int64_t> rounded(const std::optional<double>& degrees) {
   return degrees ? std::optional(static_cast<std::int64_t>(std::llround(*degrees))) : std::nullopt;
 }
@@ -73,20 +79,23 @@ std::vector<Member> searchMembers(Transaction& transaction, std::string_view dis
                                   std::int64_t afterId, std::int64_t limit) {
   static const std::string query = membersWhere(
       "m.id > ? AND m.banned = 0 AND instr(m.folded_name, ?) > 0 ORDER BY m.id LIMIT ?");
-  std::vector<Member> found;
-  for (const auto& row : transaction.all(query, afterId, caseFolded(displayName), limit)) {
-    found.push_back(memberIn(row));
-  }
-  return found;
+  return membersIn(transaction.all(query, afterId, caseFolded(displayName), limit));
+}
+
+std::vector<Member> allMembers(Transaction& transaction) {
+  return membersIn(transaction.all(membersWhere("true ORDER BY m.id")));
 }
 
 std::int64_t addMember(Transaction& transaction, const Member& member) {
   transaction.run(
       "INSERT INTO members (zavelo_id, user_name, display_name, folded_name, password, gender, "
-      "image, latitude, longitude, gold, created) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+      "dob, "
+      "about, image, latitude, longitude, promo_code, promo_description, banned, gold, beans, "
+      "created) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
       member.zaveloId, member.userName, member.displayName, caseFolded(member.displayName),
-      member.passwordHash, member.gender, member.image, member.latitude, member.longitude,
-      member.gold, stored(member.created));
+      member.passwordHash, member.gender, member.dob, member.about, member.image, member.latitude,
+      member.longitude, member.promoCode, member.promoDescription, member.banned, member.gold,
+      member.beans, stored(member.created));
   return transaction.lastId();
 }
 

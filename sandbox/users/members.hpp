@@ -53,8 +53,11 @@ struct Member {
                                                 std::string_view displayName, std::int64_t afterId,
                                                 std::int64_t limit);
 
-/// Adds the member and returns its id, which counts and not the one in the record. Its zaveloId and
-/// userName are free.
+/// In the order of their ids, banned ones too.
+[[nodiscard]] std::vector<Member> allMembers(Transaction& transaction);
+
+/// Adds the member and returns its id, which counts and not the one in the record; nor do a picture
+/// and what gifts have brought. Its zaveloId and userName are free.
 std::int64_t addMember(Transaction& transaction, const Member& member);
 /// Writes what a profile edit or a sign-in changes: display name, gender, dob, about, position.
 void updateMember(Transaction& transaction, const Member& member);

@@ -17,6 +17,11 @@ std::string hashPassword(const std::string& password) {
   return text.data();
 }
 
+bool isPasswordHash(const std::string& text) {
+  return crypto_pwhash_str_needs_rehash(text.c_str(), crypto_pwhash_OPSLIMIT_INTERACTIVE,
+                                        crypto_pwhash_MEMLIMIT_INTERACTIVE) == 0;
+}
+
 bool verifyPassword(const std::optional<std::string>& hash, const std::string& password) {
   if (!hash) {
     [[maybe_unused]] const auto spent = hashPassword(password);

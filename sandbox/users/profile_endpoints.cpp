@@ -65,9 +65,8 @@ std::vector<Endpoint> profileEndpoints(UserRoom& room) {
       post("/api/users/search", Access::session, at(search),
            {required(displayNameParameter), nextIdParameter, limitParameter}),
       post("/api/users/edit-profile", Access::member, at(editProfile),
-           {required(text("displayName", 1, displayNameLimit)), required(date("dob")),
-            required(text("gender", 0, 30)), required(text("about", 0, 2000)),
-            jpeg("profile", pictureLimit)}),
+           {required(text("displayName", 1, displayNameLimit)), required(dobParameter),
+            required(genderParameter), required(aboutParameter), jpeg("profile", pictureLimit)}),
       post("/api/users/update-promo-code", Access::member, at(updatePromoCode),
            {required(promoCodeParameter), required(promoDescriptionParameter)}),
   };

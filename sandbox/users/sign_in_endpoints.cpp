@@ -14,8 +14,6 @@ namespace {
 
 constexpr Parameter deviceUdid = text("deviceUdid", 0, 200);
 constexpr Parameter deviceType = integer("deviceType", 0, 1000);
-constexpr Parameter latitude = number("latitude", -90, 90);
-constexpr Parameter longitude = number("longitude", -180, 180);
 
 ZVUser sessionRecord(const Tokens& tokens, Time now) {
   ZVUser user;
@@ -150,15 +148,15 @@ std::vector<Endpoint> signInEndpoints(UserRoom& room) {
   return {
       post("/api/users/zavelo-register", Access::open, at(registerMember),
            {required(zaveloIdParameter), userNameParameter, displayNameParameter, passwordParameter,
-            text("gender", 0, 30), deviceUdid, text("deviceType", 0, 50), latitude, longitude,
-            address("profileImage"), text("version", 0, 50), text("deviceName", 0, 200),
-            text("osVersion", 0, 50)}),
+            genderParameter, deviceUdid, text("deviceType", 0, 50), latitudeParameter,
+            longitudeParameter, profileImageParameter, text("version", 0, 50),
+            text("deviceName", 0, 200), text("osVersion", 0, 50)}),
       post("/api/users/login", Access::open, at(login),
            {required(zaveloIdParameter), required(passwordParameter), required(deviceUdid),
-            required(deviceType), required(latitude), required(longitude)}),
+            required(deviceType), required(latitudeParameter), required(longitudeParameter)}),
       post("/api/users/zavelo-login", Access::open, at(loginZavelo),
-           {required(zaveloIdParameter), displayNameParameter, latitude, longitude, deviceUdid,
-            required(deviceType)}),
+           {required(zaveloIdParameter), displayNameParameter, latitudeParameter,
+            longitudeParameter, deviceUdid, required(deviceType)}),
       post("/api/users/guest-login", Access::open, at(loginGuest),
            {required(text("deviceUdid", 1, 200)), required(deviceType)}),
       post("/api/users/refresh", Access::open, at(refresh),

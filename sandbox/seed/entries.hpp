@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sandbox/api/parameters.hpp"
+#include "sandbox/products/product.hpp"
+#include "sandbox/streams/stream.hpp"
+#include "sandbox/users/members.hpp"
+#include "zavelo/json/json.hpp"
+
+namespace zavelo::sandbox {
+
+/// A kind of what a seed plants.
+struct EntryKind {
+  std::string_view list;  ///< what the seed calls the list of them
+  std::vector<Parameter> parameters;
+  /// What is wrong with an entry whose parameters are right each by itself.
+  std::optional<Problem> (*problemOf)(const Arguments&);
+};
+[[nodiscard]] const EntryKind& memberEntries();
+[[nodiscard]] const EntryKind& streamEntries();
+[[nodiscard]] const EntryKind& productEntries();
+
+// The entries that plant those again; what would be planted without being said is not said.
+[[nodiscard]] json::Object entryOf(const Member& member);
+[[nodiscard]] json::Object entryOf(const Stream& stream, const std::string& owner,
+                                   std::int64_t tagId);
+[[nodiscard]] json::Object entryOf(const Product& product, const std::string& seller);
+
+}  // namespace zavelo::sandbox

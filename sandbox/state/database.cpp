@@ -16,6 +16,10 @@
 namespace zavelo::sandbox {
 namespace {
 
+constexpr const char* inMemory = ":memory:";
+/// A second sandbox on the file is told so instead of mixing its sessions in.
+constexpr const char* alone = "PRAGMA locking_mode = EXCLUSIVE";
+
 struct Finalize {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 };
@@ -64,22 +68,27 @@ Cell readCell(sqlite3_stmt* statement, int column) {
   }
 }
 
-/// No value when the path can be opened as a state file; else why not. A file that exists is not
-/// opened: closing it again would give up the locks that this process may hold on it (fcntl(2)).
-std::optional<std::string> prepareFile(const std::filesystem::path& file) {
+/// No value when the file can be opened as a state file; else why not. It is not opened: closing it
+/// again would give up the locks that this process may hold on it (fcntl(2)).
+std::optional<std::string> checkFile(const std::filesystem::path& file) {
   struct stat status {};
   if (::stat(file.c_str(), &status) == 0) {
     if (S_ISDIR(status.st_mode)) return "it is a folder";
     if (!S_ISREG(status.st_mode)) return "it is not a file";
     if (::access(file.c_str(), R_OK | W_OK) == 0) return {};
-  } else if (errno == ENOENT) {
-    const int made = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (made >= 0) {
-      ::close(made);
-      return {};
-    }
   }
   return std::generic_category().message(errno);
+}
+
+/// The same of a file that is made where there is none.
+std::optional<std::string> prepareFile(const std::filesystem::path& file) {
+  const int made = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (made >= 0) ::close(made);
+  return made < 0 && errno != EEXIST ? std::generic_category().message(errno) : checkFile(file);
+}
+
+std::string whereIn(const std::filesystem::path& file) {
+  return "cannot use \"" + file.string() + "\" as the state file: ";
 }
 
 std::string complaintOf(const DatabaseError& error) {
@@ -89,7 +98,7 @@ std::string complaintOf(const DatabaseError& error) {
     case SQLITE_CORRUPT:
       return "it is damaged";
     case SQLITE_BUSY:
-      return "another sandbox uses it";
+      return "another sandbox uses it; stop that one first";
     default:
       return error.what();
   }
@@ -169,8 +178,8 @@ Database::Rollback::~Rollback() {
 /// Makes an empty database the sandbox's, brings an older one up to date, and refuses any other,
 /// unchanged.
 void Database::adopt() {
-  // Exclusive: a second sandbox on the file is told so instead of mixing its sessions in.
-  script("PRAGMA locking_mode = EXCLUSIVE; PRAGMA foreign_keys = ON");
+  script(alone);
+  script("PRAGMA foreign_keys = ON");
   transact([this](Transaction& transaction) {
     const auto number = [&](std::string_view sql) { return transaction.first(sql)->integer(0); };
     const bool isNew = number("SELECT count(*) FROM sqlite_schema") == 0;
@@ -194,29 +203,61 @@ void Database::adopt() {
   script("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
 }
 
-Result<std::unique_ptr<Database>, std::string> Database::open(const std::filesystem::path& file) {
-  const std::string where = "cannot use \"" + file.string() + "\" as the state file: ";
-  if (!file.empty()) {
-    if (const auto complaint = prepareFile(file)) return Failure{where + *complaint};
-  }
-  const std::string name = file.empty() ? ":memory:" : std::filesystem::absolute(file).string();
+/// A database that is told nothing yet. Throws where there is none to be had.
+std::unique_ptr<Database> Database::handleOn(const std::string& name, int access) {
   sqlite3* handle = nullptr;
-  const int opened =
-      sqlite3_open_v2(name.c_str(), &handle,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  const int opened = sqlite3_open_v2(name.c_str(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
   std::unique_ptr<Database> database(new Database(handle));
-  if (opened != SQLITE_OK) return Failure{where + sqlite3_errmsg(handle)};
-  try {
-    database->adopt();
-  } catch (const DatabaseError& error) {
-    return Failure{where + complaintOf(error)};
-  }
-  // Now that it is known to be a sandbox's.
-  if (!file.empty()) {
-    ::chmod(name.c_str(), 0600);
-    ::chmod((name + "-wal").c_str(), 0600);
-  }
+  if (opened != SQLITE_OK) raise(handle);
   return database;
+}
+
+/// Takes over all pages of the source, whatever it holds.
+void Database::copy(const Database& source) {
+  sqlite3_backup* backup = sqlite3_backup_init(handle_, "main", source.handle_, "main");
+  if (backup == nullptr) raise(handle_);
+  const int step = sqlite3_backup_step(backup, -1);
+  sqlite3_backup_finish(backup);
+  if (step != SQLITE_DONE) throw DatabaseError(sqlite3_errstr(step), step);
+}
+
+Result<std::unique_ptr<Database>, std::string> Database::open(const std::filesystem::path& file) {
+  try {
+    if (!file.empty()) {
+      if (const auto complaint = prepareFile(file)) return Failure{whereIn(file) + *complaint};
+    }
+    const std::string name = file.empty() ? inMemory : std::filesystem::absolute(file).string();
+    auto database = handleOn(name, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    database->adopt();
+    // Now that it is known to be a sandbox's.
+    if (!file.empty()) {
+      ::chmod(name.c_str(), 0600);
+      ::chmod((name + "-wal").c_str(), 0600);
+    }
+    return database;
+  } catch (const DatabaseError& error) {
+    return Failure{whereIn(file) + complaintOf(error)};
+  }
+}
+
+Result<std::unique_ptr<Database>, std::string> Database::copyOf(const std::filesystem::path& file) {
+  try {
+    if (const auto complaint = checkFile(file)) return Failure{whereIn(file) + *complaint};
+    auto copied = handleOn(inMemory, SQLITE_OPEN_READWRITE);
+    {
+      const auto source = handleOn(std::filesystem::absolute(file).string(), SQLITE_OPEN_READWRITE);
+      source->script(alone);
+      copied->copy(*source);
+    }
+    const auto isEmpty = [](Transaction& transaction) {
+      return transaction.first("SELECT count(*) FROM sqlite_schema")->integer(0) == 0;
+    };
+    if (copied->transact(isEmpty)) throw DatabaseError("it is empty");
+    copied->adopt();
+    return copied;
+  } catch (const DatabaseError& error) {
+    return Failure{whereIn(file) + complaintOf(error)};
+  }
 }
 
 }  // namespace zavelo::sandbox

@@ -88,6 +88,9 @@ class Database {
   /// Opens or makes the file, readable by its owner alone. An empty path: memory. The error is one
   /// sentence for a person; a file that cannot be used is left as it is.
   static Result<std::unique_ptr<Database>, std::string> open(const std::filesystem::path& file);
+  /// A copy in memory of a file that is there, brought up to date. What the file holds stays as it
+  /// is, and no sandbox may use it meanwhile. Errors as above; an empty file is one.
+  static Result<std::unique_ptr<Database>, std::string> copyOf(const std::filesystem::path& file);
   ~Database();
 
   /// `work(Transaction&)`, all of it or, when it throws, nothing.
@@ -118,6 +121,8 @@ class Database {
   };
 
   explicit Database(sqlite3* handle);
+  static std::unique_ptr<Database> handleOn(const std::string& name, int access);
+  void copy(const Database& source);
   void script(const char* sql);
   void adopt();
 

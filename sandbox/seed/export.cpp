@@ -1,0 +1,119 @@
+#include "sandbox/seed/export.hpp"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <utility>
+
+#include "sandbox/seed/entries.hpp"
+#include "sandbox/seed/left_out.hpp"
+#include "sandbox/seed/seed.hpp"
+#include "sandbox/state/database.hpp"
+#include "zavelo/json/json.hpp"
+
+namespace zavelo::sandbox {
+namespace {
+
+/// The tags of a run, and those that streams have besides: a stream knows its tag's name only.
+class TagBook {
+ public:
+  explicit TagBook(std::vector<Tag> tags) : tags_(std::move(tags)) {}
+
+  std::int64_t idOf(const std::string& name) {
+    const auto found = std::ranges::find(tags_, name, &Tag::name);
+    if (found != tags_.end()) return found->id;
+    std::int64_t id = 1;
+    while (std::ranges::find(tags_, id, &Tag::id) != tags_.end()) ++id;
+    tags_.push_back({id, name, {}});
+    added_.append(added_.empty() ? "" : ", ").append(name);
+    added_.append(" (").append(std::to_string(id)).append(")");
+    return id;
+  }
+
+  /// Those that were added: "Cooking (5)".
+  [[nodiscard]] const std::string& added() const { return added_; }
+
+  [[nodiscard]] json::Array list() const {
+    json::Array list;
+    for (const auto& [id, name, image] : tags_) {
+      json::Object tag{{"tagId", id}, {"tagName", name}};
+      if (!image.empty()) tag.set("tagImage", image);
+      list.emplace_back(std::move(tag));
+    }
+    return list;
+  }
+
+ private:
+  std::vector<Tag> tags_;
+  std::string added_;
+};
+
+struct Plants {
+  json::Array members;
+  json::Array streams;
+  json::Array products;
+};
+
+Plants plantsIn(Transaction& transaction, TagBook& tags) {
+  Plants plants;
+  std::map<std::int64_t, std::string> zaveloIds;
+  for (const auto& member : allMembers(transaction)) {
+    zaveloIds[member.id] = member.zaveloId;
+    plants.members.emplace_back(entryOf(member));
+  }
+  for (const auto& stream : allStreams(transaction)) {
+    plants.streams.emplace_back(
+        entryOf(stream, zaveloIds.at(stream.owner), tags.idOf(stream.plan.tag)));
+  }
+  for (const auto& product : allProducts(transaction)) {
+    plants.products.emplace_back(entryOf(product, zaveloIds.at(product.seller)));
+  }
+  return plants;
+}
+
+Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed) {
+  ExportedSeed result;
+  TagBook tags(seed.settings.tags);
+  Plants plants;
+  std::string leftOut;
+  database.transact([&](Transaction& transaction) {
+    plants = plantsIn(transaction, tags);
+    leftOut = leftOutOf(transaction);
+  });
+  if (!leftOut.empty()) result.notes.push_back("not in the seed: " + leftOut);
+  json::Object whole = seed.writtenSettings;
+  if (!tags.added().empty()) {
+    result.notes.push_back("tags with numbers of their own now, unless --seed has them: " +
+                           tags.added());
+    whole.set("tags", tags.list());
+  }
+  result.members = plants.members.size();
+  result.streams = plants.streams.size();
+  result.products = plants.products.size();
+  whole.set(std::string(memberEntries().list), std::move(plants.members));
+  whole.set(std::string(streamEntries().list), std::move(plants.streams));
+  whole.set(std::string(productEntries().list), std::move(plants.products));
+  result.text = json::prettyText(whole) + "\n";
+  if (result.text.size() == 1)
+    return Failure{std::string("the state has a text that is not UTF-8")};
+  if (result.text.size() > seedSizeLimit) {
+    return Failure{std::string("the seed would be larger than the 64 MB that one may have")};
+  }
+  return result;
+}
+
+}  // namespace
+
+Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options) {
+  try {
+    const auto seed = readSeed(options.seed);
+    if (!seed) return Failure{unusableSeed(options.seed, seed.error())};
+    const auto database = Database::copyOf(options.state);
+    if (!database) return Failure{database.error()};
+    return exported(**database, *seed);
+  } catch (const std::exception& error) {
+    return Failure{std::string("the state cannot be exported: ") + error.what()};
+  }
+}
+
+}  // namespace zavelo::sandbox

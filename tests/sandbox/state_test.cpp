@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "sandbox/seed/export.hpp"
 #include "sandbox/state/schema.hpp"
 #include "tests/sandbox/backend.hpp"
 #include "tests/support/temporary_folder.hpp"
@@ -98,6 +99,9 @@ TEST_F(StateTest, StateOfTheFirstVersionIsBroughtUpToDate) {
     INSERT INTO members (zavelo_id, user_name, display_name, folded_name, created)
       VALUES ('ann', 'ann', 'Ann', 'ann', 0);
     INSERT INTO pictures VALUES (1, 'abc', x'01');)");
+  const auto before = content();
+  EXPECT_TRUE(exportSeed({file}));
+  EXPECT_EQ(content(), before) << "to look at it is not to change it";
   const Backend backend({.state = file});
   const auto ann = backend.join("ann");
   EXPECT_THAT(ann.text("userInfo.userImage"), ::testing::EndsWith("/media/profiles/1-abc.jpeg"));

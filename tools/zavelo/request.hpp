@@ -78,6 +78,11 @@ struct TriggerRequest {
   std::vector<TypedArgument> arguments;
   std::string help;
 };
+struct ExportRequest {
+  std::optional<std::string> state;   ///< absent: a file beside the session's
+  std::optional<std::string> seed;    ///< whose settings go along
+  std::optional<std::string> output;  ///< absent: standard output
+};
 struct DemoRequest {
   bool stays = false;  ///< the sandbox goes on when the story is over
 };
@@ -88,7 +93,8 @@ struct HelpRequest {
 
 using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, ChatRequest,
                              ChatMembersRequest, ChatSendRequest, ReplayRequest, InspectRequest,
-                             CensorRequest, SandboxRequest, TriggerRequest, DemoRequest>;
+                             CensorRequest, SandboxRequest, ExportRequest, TriggerRequest,
+                             DemoRequest>;
 
 struct CommandLine {
   GlobalOptions options;

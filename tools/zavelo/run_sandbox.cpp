@@ -3,17 +3,15 @@
 #include "sandbox/sandbox.hpp"
 #include "tools/zavelo/commands.hpp"
 #include "tools/zavelo/interruption.hpp"
+#include "tools/zavelo/sandbox_state.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/platform/main_queue.hpp"
-#include "zavelo/platform/sqlite_key_value_store.hpp"
 
 namespace zavelo::command {
 namespace {
 
 std::filesystem::path stateOf(const SandboxRequest& request) {
-  if (request.isEphemeral) return {};
-  if (request.state) return *request.state;
-  return SqliteKeyValueStore::defaultFile().replace_filename("sandbox.sqlite");
+  return request.isEphemeral ? std::filesystem::path() : sandboxState(request.state);
 }
 
 constexpr std::uint16_t usualBrokerPort = 1883;

@@ -31,18 +31,50 @@ SandboxGrammar::SandboxGrammar(CLI::App& root)
                             "INTEGER")),
       noBroker_(sandbox_->add_flag("--no-broker")
                     ->description("Start no message broker")
-                    ->excludes(brokerPort_)) {}
+                    ->excludes(brokerPort_)) {
+  addExport();
+}
+
+void SandboxGrammar::addExport() {
+  export_ = addCommand(*sandbox_, "export", "Write what a state holds as a seed file");
+  exportState_ =
+      addOption(*export_, "--state", "The state file, of a sandbox that does not run", "FILE");
+  exportSeed_ = addOption(*export_, "--seed",
+                          "The seed file of its runs, whose words, configuration, tags and gifts "
+                          "go along",
+                          "FILE");
+  output_ = addOption(*export_, "--output",
+                      "The file to write, or to replace; standard output if left out", "FILE");
+  export_->footer(
+      "The seed has the members, streams and products, with hashes of their passwords. It has no\n"
+      "pictures, guests or sessions, and nothing of what viewers did: a warning counts them.\n"
+      "Words, configuration, tags and gifts are those of a run and not in its state.");
+}
 
 std::optional<Request> SandboxGrammar::request() const {
-  if (!sandbox_->parsed()) return {};
-  SandboxRequest request;
-  request.isEphemeral = ephemeral_->count() > 0;
-  request.state = givenText(state_);
-  request.seed = givenText(seed_);
-  request.port = portIn(port_).value_or(request.port);
-  request.hasBroker = noBroker_->count() == 0;
-  request.brokerPort = portIn(brokerPort_);
-  return request;
+  if (export_->parsed()) return exportRequest();
+  if (sandbox_->parsed()) return sandboxRequest();
+  return {};
+}
+
+SandboxRequest SandboxGrammar::sandboxRequest() const {
+  return {.port = portIn(port_).value_or(SandboxRequest().port),
+          .state = givenText(state_),
+          .isEphemeral = ephemeral_->count() > 0,
+          .seed = givenText(seed_),
+          .hasBroker = noBroker_->count() == 0,
+          .brokerPort = portIn(brokerPort_)};
+}
+
+ExportRequest SandboxGrammar::exportRequest() const {
+  for (const auto* option : sandbox_->get_options()) {
+    if (option->count() == 0 || option == sandbox_->get_help_ptr()) continue;
+    const std::string name = option->get_name();
+    const bool isShared = export_->get_option_no_throw(name) != nullptr;
+    throw CLI::ValidationError(name + (isShared ? " must stand behind \"export\""
+                                                : " is for a sandbox that runs, not for export"));
+  }
+  return {givenText(exportState_), givenText(exportSeed_), givenText(output_)};
 }
 
 }  // namespace zavelo::command

@@ -45,6 +45,13 @@ void keepFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner,
       shelf.name, owner, name, file.contentType, Blob{file.content});
 }
 
+std::optional<std::string> contentOf(Transaction& transaction, const Shelf& shelf,
+                                     std::int64_t owner) {
+  const auto row = transaction.first("SELECT content FROM media WHERE shelf = ? AND owner = ?",
+                                     shelf.name, owner);
+  return row ? std::optional(row->bytes(0)) : std::nullopt;
+}
+
 void dropFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner) {
   transaction.run("DELETE FROM media WHERE shelf = ? AND owner = ?", shelf.name, owner);
 }

@@ -28,6 +28,9 @@ inline constexpr double pictureLimit = 10 * 1024 * 1024;
 /// Keeps the owner's file, in place of the one before.
 void keepFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner,
               const FormPart& file);
+/// The content of the owner's file.
+[[nodiscard]] std::optional<std::string> contentOf(Transaction& transaction, const Shelf& shelf,
+                                                   std::int64_t owner);
 void dropFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner);
 
 /// Where it is served; empty without a name. The address changes with the content, so that it can

@@ -4,7 +4,9 @@
 #include <ranges>
 #include <utility>
 
+#include "sandbox/api/parameter_values.hpp"
 #include "sandbox/gifts/wallet.hpp"
+#include "sandbox/media/jpeg_address.hpp"
 #include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/member_parameters.hpp"
 #include "sandbox/users/passwords.hpp"
@@ -13,6 +15,7 @@ namespace zavelo::sandbox {
 namespace {
 
 constexpr Parameter passwordHashParameter = text("passwordHash", 1, 200);
+constexpr Parameter pictureParameter = text("picture", 1, 2 * pictureLimit);
 
 /// A member's zaveloId.
 constexpr Parameter personParameter(std::string_view name) {
@@ -24,7 +27,7 @@ std::vector<Parameter> with(std::vector<Parameter> first, const std::vector<Para
   return first;
 }
 
-std::optional<Problem> problemOfPassword(const Arguments& entry) {
+std::optional<Problem> problemOfHash(const Arguments& entry) {
   const auto hash = entry.text(passwordHashParameter.name);
   if (!hash) return {};
   if (entry.has("password")) {
@@ -35,10 +38,19 @@ std::optional<Problem> problemOfPassword(const Arguments& entry) {
                           "is no hash of a password that a sandbox has written");
 }
 
-std::optional<Problem> problemOfStream(const Arguments& entry) {
+std::optional<Problem> problemOfStatus(const Arguments& entry) {
   const auto status = entry.text("status");
-  if (!status || statusNamed(*status)) return problemOfPassword(entry);
+  if (!status || statusNamed(*status)) return {};
   return parameterProblem("status", "expected created, live, paused or ended");
+}
+
+std::optional<Problem> problemOfPicture(const Arguments& entry) {
+  if (!entry.has(pictureParameter.name)) return {};
+  const auto file = pictureIn(entry);
+  const auto complaint = file ? checkFile(*file, jpeg(pictureParameter.name, pictureLimit))
+                              : "expected data:image/jpeg;base64 and so on";
+  if (!complaint) return {};
+  return parameterProblem(pictureParameter.name, *complaint);
 }
 
 /// Fills an object, without what a reader takes for granted anyway.
@@ -70,8 +82,8 @@ const EntryKind& memberEntries() {
        passwordHashParameter, genderParameter, dobParameter, aboutParameter, profileImageParameter,
        latitudeParameter, longitudeParameter, integer("gold", 0, walletLimit),
        integer("beans", 0, walletLimit), promoCodeParameter, promoDescriptionParameter,
-       flag("isBanned")},
-      problemOfPassword};
+       flag("isBanned"), pictureParameter},
+      profilePictures};
   return kind;
 }
 
@@ -80,16 +92,34 @@ const EntryKind& streamEntries() {
       "streams",
       with({personParameter("owner"), required(slugParameter), streamPasswordParameter,
             passwordHashParameter, text("status", 0, 20), pinnedParameter("pinned"),
-            pinnedParameter("position")},
+            pinnedParameter("position"), pictureParameter},
            planParameters(Parameter::Presence::optional)),
-      problemOfStream};
+      streamCovers};
   return kind;
 }
 
 const EntryKind& productEntries() {
-  static const EntryKind kind{"products", with({personParameter("seller")}, productParameters()),
-                              [](const Arguments&) { return std::optional<Problem>(); }};
+  static const EntryKind kind{
+      "products", with({personParameter("seller"), pictureParameter}, productParameters()),
+      productPictures};
   return kind;
+}
+
+std::optional<Problem> problemOf(const Arguments& entry) {
+  if (auto problem = problemOfHash(entry)) return problem;
+  if (auto problem = problemOfStatus(entry)) return problem;
+  return problemOfPicture(entry);
+}
+
+std::optional<FormPart> pictureIn(const Arguments& entry) {
+  auto content = jpegAt(entry.text(pictureParameter.name).value_or(""));
+  if (!content) return {};
+  return FormPart{std::string(pictureParameter.name), "picture.jpeg", "image/jpeg",
+                  *std::move(content)};
+}
+
+void addPicture(json::Object& entry, const std::string& content) {
+  entry.set(std::string(pictureParameter.name), jpegAddress(content));
 }
 
 json::Object entryOf(const Member& member) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sandbox/api/parameters.hpp"
+#include "sandbox/media/files.hpp"
 #include "sandbox/products/product.hpp"
 #include "sandbox/streams/stream.hpp"
 #include "sandbox/users/members.hpp"
@@ -17,12 +18,17 @@ namespace zavelo::sandbox {
 struct EntryKind {
   std::string_view list;  ///< what the seed calls the list of them
   std::vector<Parameter> parameters;
-  /// What is wrong with an entry whose parameters are right each by itself.
-  std::optional<Problem> (*problemOf)(const Arguments&);
+  Shelf shelf;  ///< for the pictures of them
 };
 [[nodiscard]] const EntryKind& memberEntries();
 [[nodiscard]] const EntryKind& streamEntries();
 [[nodiscard]] const EntryKind& productEntries();
+
+/// What is wrong with an entry of any kind whose parameters are right as far as they say.
+[[nodiscard]] std::optional<Problem> problemOf(const Arguments& entry);
+/// The file that the entry brings.
+[[nodiscard]] std::optional<FormPart> pictureIn(const Arguments& entry);
+void addPicture(json::Object& entry, const std::string& content);
 
 // The entries that plant those again; what would be planted without being said is not said.
 [[nodiscard]] json::Object entryOf(const Member& member);

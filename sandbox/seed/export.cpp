@@ -54,31 +54,39 @@ struct Plants {
   json::Array products;
 };
 
-Plants plantsIn(Transaction& transaction, TagBook& tags) {
+Plants plantsIn(Transaction& transaction, TagBook& tags, bool withPictures) {
+  const auto pictured = [&](const EntryKind& kind, std::int64_t id, json::Object entry) {
+    const auto picture = withPictures ? contentOf(transaction, kind.shelf, id) : std::nullopt;
+    if (picture) addPicture(entry, *picture);
+    return entry;
+  };
   Plants plants;
   std::map<std::int64_t, std::string> zaveloIds;
   for (const auto& member : allMembers(transaction)) {
     zaveloIds[member.id] = member.zaveloId;
-    plants.members.emplace_back(entryOf(member));
+    plants.members.emplace_back(pictured(memberEntries(), member.id, entryOf(member)));
   }
   for (const auto& stream : allStreams(transaction)) {
     plants.streams.emplace_back(
-        entryOf(stream, zaveloIds.at(stream.owner), tags.idOf(stream.plan.tag)));
+        pictured(streamEntries(), stream.id,
+                 entryOf(stream, zaveloIds.at(stream.owner), tags.idOf(stream.plan.tag))));
   }
   for (const auto& product : allProducts(transaction)) {
-    plants.products.emplace_back(entryOf(product, zaveloIds.at(product.seller)));
+    plants.products.emplace_back(
+        pictured(productEntries(), product.id, entryOf(product, zaveloIds.at(product.seller))));
   }
   return plants;
 }
 
-Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed) {
+Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed,
+                                           bool withPictures) {
   ExportedSeed result;
   TagBook tags(seed.settings.tags);
   Plants plants;
   std::string leftOut;
   database.transact([&](Transaction& transaction) {
-    plants = plantsIn(transaction, tags);
-    leftOut = leftOutOf(transaction);
+    plants = plantsIn(transaction, tags, withPictures);
+    leftOut = leftOutOf(transaction, withPictures);
   });
   if (!leftOut.empty()) result.notes.push_back("not in the seed: " + leftOut);
   json::Object whole = seed.writtenSettings;
@@ -110,7 +118,7 @@ Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options) {
     if (!seed) return Failure{unusableSeed(options.seed, seed.error())};
     const auto database = Database::copyOf(options.state);
     if (!database) return Failure{database.error()};
-    return exported(**database, *seed);
+    return exported(**database, *seed, options.withPictures);
   } catch (const std::exception& error) {
     return Failure{std::string("the state cannot be exported: ") + error.what()};
   }

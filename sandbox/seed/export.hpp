@@ -12,6 +12,7 @@ namespace zavelo::sandbox {
 struct ExportOptions {
   std::filesystem::path state;   ///< the file of a sandbox that does not run; it stays as it is
   std::filesystem::path seed{};  ///< whose settings go along, a run's own; empty: none do
+  bool withPictures = false;     ///< of members, streams and products: inside the text
 };
 
 /// What a state holds, as a seed for other ones.

@@ -1,6 +1,7 @@
 #include "sandbox/seed/left_out.hpp"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace zavelo::sandbox {
@@ -12,10 +13,13 @@ struct Matter {
   std::string_view several;
 };
 
-constexpr Matter matters[] = {
+constexpr Matter pictures[] = {
     {"SELECT count(*) FROM media WHERE shelf = 'profiles'", "profile picture", "profile pictures"},
     {"SELECT count(*) FROM media WHERE shelf = 'covers'", "stream cover", "stream covers"},
     {"SELECT count(*) FROM media WHERE shelf = 'products'", "product picture", "product pictures"},
+};
+
+constexpr Matter matters[] = {
     {"SELECT count(*) FROM media WHERE shelf = 'chats'", "saved chat", "saved chats"},
     {"SELECT count(*) FROM guests", "guest", "guests"},
     {"SELECT count(*) FROM sessions", "session", "sessions"},
@@ -30,16 +34,21 @@ constexpr Matter matters[] = {
     {"SELECT count(*) FROM polls", "poll", "polls"},
 };
 
-}  // namespace
-
-std::string leftOutOf(Transaction& transaction) {
-  std::string list;
-  for (const auto& matter : matters) {
+void addCounts(Transaction& transaction, std::span<const Matter> what, std::string& list) {
+  for (const auto& matter : what) {
     const std::int64_t count = transaction.first(matter.count)->integer(0);
     if (count == 0) continue;
     list.append(list.empty() ? "" : ", ").append(std::to_string(count)).append(" ");
     list.append(count == 1 ? matter.one : matter.several);
   }
+}
+
+}  // namespace
+
+std::string leftOutOf(Transaction& transaction, bool withPictures) {
+  std::string list;
+  if (!withPictures) addCounts(transaction, pictures, list);
+  addCounts(transaction, matters, list);
   return list;
 }
 

@@ -35,6 +35,11 @@ std::string userNameFor(Transaction& transaction, const Arguments& entry) {
   return name ? *name : freeUserName(transaction, *entry.text("zaveloId"));
 }
 
+void plantPicture(Transaction& transaction, const EntryKind& kind, std::int64_t owner,
+                  const Arguments& entry) {
+  if (const auto file = pictureIn(entry)) keepFile(transaction, kind.shelf, owner, *file);
+}
+
 void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
   const std::string zaveloId = *entry.text("zaveloId");
   if (memberByZaveloId(transaction, zaveloId)) return;
@@ -55,7 +60,7 @@ void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
   member.beans = entry.integer("beans").value_or(0);
   member.banned = entry.flag("isBanned").value_or(false);
   member.created = now;
-  addMember(transaction, member);
+  plantPicture(transaction, memberEntries(), addMember(transaction, member), entry);
 }
 
 /// The member whose zaveloId stands under that name.
@@ -80,6 +85,7 @@ void plantStream(Transaction& transaction, const Arguments& entry, const Setting
   const std::string slug = *entry.text("slug");
   if (streamBySlug(transaction, slug)) return;
   const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry), now);
+  plantPicture(transaction, streamEntries(), stream.id, entry);
   setPinned(transaction, stream, entry.text("pinned").value_or(""));
   setPosition(transaction, stream, entry.text("position").value_or(""));
   if (const auto status = entry.text("status")) {
@@ -97,7 +103,7 @@ void plantProduct(Transaction& transaction, const Arguments& entry, Met& met) {
   assign(product, entry);
   const auto count = ++met[{product.seller, product.name}];
   if (productCountOf(transaction, product.seller, product.name) < count) {
-    addProduct(transaction, product);
+    plantPicture(transaction, productEntries(), addProduct(transaction, product), entry);
   }
 }
 

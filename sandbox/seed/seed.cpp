@@ -144,7 +144,7 @@ Complaint readPlants(const json::Value& value, const EntryKind& kind,
   const std::string name(kind.list);
   if (auto complaint = readEntries(value, name, kind.parameters, entries)) return complaint;
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (const auto problem = kind.problemOf(entries[i])) {
+    if (const auto problem = problemOf(entries[i])) {
       return name + "[" + std::to_string(i) + "]: " + problem->message;
     }
   }

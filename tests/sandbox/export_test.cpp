@@ -15,8 +15,11 @@ using ::testing::HasSubstr;
 /// A state in which something has happened, and one that is planted with its export.
 class ExportTest : public ::testing::Test {
  protected:
+  /// With pictures beside a seed only.
   [[nodiscard]] ExportedSeed exported(const char* state, const char* seed = "") const {
-    auto result = exportSeed({folder / state, *seed == '\0' ? "" : folder / seed});
+    auto result = exportSeed({.state = folder / state,
+                              .seed = *seed == '\0' ? "" : folder / seed,
+                              .withPictures = *seed != '\0'});
     EXPECT_TRUE(result) << result.error();
     return result ? *std::move(result) : ExportedSeed{};
   }
@@ -65,6 +68,8 @@ class ExportTest : public ::testing::Test {
         EXPECT_THAT(backend.post("/api/streams/" + step, body, ann), HasCode(1));
       }
       if (steps.empty()) {
+        (void)backend.upload("/api/streams/save-cover", {{"slug", slug}}, {"image", jpegFile(7, 7)},
+                             ann);
         EXPECT_THAT(act(backend, {{"slug", slug}, {"password", "sesame"}}, "lock-stream"),
                     HasCode(1));
       }
@@ -93,6 +98,7 @@ TEST_F(ExportTest, PlantedElsewhereItIsTheSameWorld) {
   const Backend backend(second);
   const auto ann = backend.post("/api/users/login", loginBody("ann@example", "secret"));
   EXPECT_EQ(ann.text("userInfo.about"), "日本語 and\nmore") << ann.body;
+  EXPECT_EQ(backend.fetch(ann.text("userInfo.userImage")).body, jpegFile(9, 9));
   EXPECT_THAT(backend.join("eve"), HasCode(603));
   const auto token = ann.text("accessToken");
   const json::Object page{{"userName", ann.text("userName")}, {"nextId", 0}, {"limit", 9}};
@@ -111,14 +117,15 @@ TEST_F(ExportTest, SaysWhatItLeavesOutAndWhatItCannotKnow) {
   EXPECT_EQ(seed.members + seed.streams + seed.products, 2U + 4U + 2U);
   EXPECT_THAT(seed.text, HasSubstr("\"Cooking\""));
   EXPECT_EQ(seed.text.find("merde"), std::string::npos) << "the word was of the run";
-  EXPECT_THAT(seed.notes, ElementsAre("not in the seed: 1 profile picture, 2 product pictures, "
-                                      "2 sessions",
-                                      HasSubstr("Cooking (5)")));
+  EXPECT_THAT(seed.notes,
+              ElementsAre("not in the seed: 1 profile picture, 1 stream cover, 2 product pictures, "
+                          "2 sessions",
+                          HasSubstr("Cooking (5)")));
 }
 
 TEST_F(ExportTest, FileThatCannotBeReadIsRefusedAndLeftAlone) {
   const auto complaint = [&](const char* state) {
-    const auto result = exportSeed({folder / state});
+    const auto result = exportSeed({.state = folder / state});
     return result ? "" : result.error();
   };
   EXPECT_THAT(complaint("none.db"), HasSubstr("none.db\" as the state file: No such file"));

@@ -82,6 +82,7 @@ struct ExportRequest {
   std::optional<std::string> state;   ///< absent: a file beside the session's
   std::optional<std::string> seed;    ///< whose settings go along
   std::optional<std::string> output;  ///< absent: standard output
+  bool withPictures = false;
 };
 struct DemoRequest {
   bool stays = false;  ///< the sandbox goes on when the story is over

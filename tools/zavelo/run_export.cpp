@@ -34,7 +34,8 @@ int runExport(const ExportRequest& request, const Output& output) {
   const auto state = sandboxState(request.state);
   if (request.output && isOneFile(state, *request.output))
     return output.error("sandbox", "the output would replace the state file " + state.string());
-  const auto seed = sandbox::exportSeed({.state = state, .seed = request.seed.value_or("")});
+  const auto seed = sandbox::exportSeed(
+      {.state = state, .seed = request.seed.value_or(""), .withPictures = request.withPictures});
   if (!seed) return output.error("sandbox", seed.error());
   for (const auto& note : seed->notes) output.warning(note);
   if (!request.output) return output.text(seed->text);

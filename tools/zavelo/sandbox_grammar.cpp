@@ -45,9 +45,11 @@ void SandboxGrammar::addExport() {
                           "FILE");
   output_ = addOption(*export_, "--output",
                       "The file to write, or to replace; standard output if left out", "FILE");
+  pictures_ = export_->add_flag("--pictures")
+                  ->description("With the pictures of members, streams and products");
   export_->footer(
       "The seed has the members, streams and products, with hashes of their passwords. It has no\n"
-      "pictures, guests or sessions, and nothing of what viewers did: a warning counts them.\n"
+      "guests, sessions or saved chats, and nothing of what viewers did: a warning counts them.\n"
       "Words, configuration, tags and gifts are those of a run and not in its state.");
 }
 
@@ -74,7 +76,8 @@ ExportRequest SandboxGrammar::exportRequest() const {
     throw CLI::ValidationError(name + (isShared ? " must stand behind \"export\""
                                                 : " is for a sandbox that runs, not for export"));
   }
-  return {givenText(exportState_), givenText(exportSeed_), givenText(output_)};
+  return {givenText(exportState_), givenText(exportSeed_), givenText(output_),
+          pictures_->count() > 0};
 }
 
 }  // namespace zavelo::command

@@ -30,6 +30,7 @@ class SandboxGrammar {
   CLI::Option* exportState_ = nullptr;
   CLI::Option* exportSeed_ = nullptr;
   CLI::Option* output_ = nullptr;
+  CLI::Option* pictures_ = nullptr;
 };
 
 }  // namespace zavelo::command

@@ -26,7 +26,8 @@ struct ExportedSeed {
 };
 
 /// Who and what is there, not what they did: docs/sandbox.md has the line between. Planted into an
-/// empty state and exported again, it is the same text. The error is one sentence for a person.
+/// empty state and exported again in the same way, it is the same text. The error is one sentence
+/// for a person.
 [[nodiscard]] Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options);
 
 }  // namespace zavelo::sandbox

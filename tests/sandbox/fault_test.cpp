@@ -75,7 +75,7 @@ TEST_F(FaultTest, PendingRulesAreListedAndCleared) {
 }
 
 TEST(FaultFileTest, ExampleNamesEndpointsThatThereAre) {
-  const Backend backend({.faults = ZAVELO_EXAMPLE_FOLDER "/bad_evening.json"});
+  const Backend backend({.faults = ZAVELO_EXAMPLE_FOLDER "/faults/bad_evening.json"});
   EXPECT_EQ(backend.send("GET", "/sandbox/faults").data("pending").as<json::Array>()->size(), 8);
 }
 

@@ -3,8 +3,8 @@
 #include "tools/zavelo/grammar.hpp"
 #include "tools/zavelo/option_name.hpp"
 #include "tools/zavelo/request.hpp"
-#include "tools/zavelo/trigger_grammar.hpp"
 #include "tools/zavelo/sandbox_grammar.hpp"
+#include "tools/zavelo/trigger_grammar.hpp"
 
 namespace zavelo::command {
 namespace {

@@ -70,6 +70,7 @@ struct SandboxRequest {
   std::optional<std::string> state;  ///< absent: a file beside the session's
   bool isEphemeral = false;
   std::optional<std::string> seed;  ///< absent: what is built in
+  std::optional<std::string> faults;
   bool hasBroker = true;
   std::optional<std::uint16_t> brokerPort;  ///< absent: the usual one, or any beside any port
 };
@@ -92,10 +93,10 @@ struct HelpRequest {
   std::string text;
 };
 
-using Request = std::variant<HelpRequest, VersionRequest, OperationRequest, ChatRequest,
-                             ChatMembersRequest, ChatSendRequest, ReplayRequest, InspectRequest,
-                             CensorRequest, SandboxRequest, ExportRequest, TriggerRequest,
-                             DemoRequest>;
+using Request =
+    std::variant<HelpRequest, VersionRequest, OperationRequest, ChatRequest, ChatMembersRequest,
+                 ChatSendRequest, ReplayRequest, InspectRequest, CensorRequest, SandboxRequest,
+                 ExportRequest, TriggerRequest, DemoRequest>;
 
 struct CommandLine {
   GlobalOptions options;

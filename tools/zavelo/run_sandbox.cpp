@@ -55,6 +55,7 @@ int runSandbox(const SandboxRequest& request, const Output& output) {
   const auto sandbox = sandbox::Sandbox::start({.port = request.port,
                                                 .state = state,
                                                 .seed = request.seed.value_or(""),
+                                                .faults = request.faults.value_or(""),
                                                 .brokerPort = brokerPortOf(request)});
   if (!sandbox) return output.error("sandbox", sandbox.error());
   const auto status = announce(**sandbox, state, output);

@@ -24,6 +24,8 @@ SandboxGrammar::SandboxGrammar(CLI::App& root)
       state_(addOption(*sandbox_, "--state", "The file that keeps its users and sessions", "FILE")),
       seed_(addOption(*sandbox_, "--seed",
                       "Its words, configuration, tags, gifts and first members, as JSON", "FILE")),
+      faults_(addOption(*sandbox_, "--faults",
+                        "A script of faults that wait from the start, as JSON", "FILE")),
       ephemeral_(sandbox_->add_flag("--ephemeral")->description("Keep nothing")->excludes(state_)),
       brokerPort_(addOption(*sandbox_, "--broker-port",
                             "Where its message broker listens; 0 for any free port; 1883 if left "
@@ -64,6 +66,7 @@ SandboxRequest SandboxGrammar::sandboxRequest() const {
           .state = givenText(state_),
           .isEphemeral = ephemeral_->count() > 0,
           .seed = givenText(seed_),
+          .faults = givenText(faults_),
           .hasBroker = noBroker_->count() == 0,
           .brokerPort = portIn(brokerPort_)};
 }

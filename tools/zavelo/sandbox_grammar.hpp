@@ -23,6 +23,7 @@ class SandboxGrammar {
   CLI::Option* port_;
   CLI::Option* state_;
   CLI::Option* seed_;
+  CLI::Option* faults_;
   CLI::Option* ephemeral_;
   CLI::Option* brokerPort_;
   CLI::Option* noBroker_;

@@ -4,7 +4,7 @@
 
 #include "sandbox/sandbox.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tools/zavelo/child_process.hpp"
+#include "tools/zavelo/demo/child_process.hpp"
 
 // The app of the guide beside the sandbox, with somebody else in the channel.
 

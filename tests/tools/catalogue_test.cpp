@@ -1,4 +1,4 @@
-#include "tools/zavelo/catalogue.hpp"
+#include "tools/zavelo/operations/catalogue.hpp"
 
 #include <gmock/gmock.h>
 
@@ -8,8 +8,8 @@
 #include <map>
 #include <regex>
 
-#include "tools/zavelo/argument_note.hpp"
-#include "tools/zavelo/option_name.hpp"
+#include "tools/zavelo/arguments/argument_note.hpp"
+#include "tools/zavelo/arguments/option_name.hpp"
 
 namespace zavelo::command {
 namespace {

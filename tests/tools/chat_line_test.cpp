@@ -1,10 +1,10 @@
-#include "tools/zavelo/chat_line.hpp"
+#include "tools/zavelo/chat/chat_line.hpp"
 
 #include <gmock/gmock.h>
 
 #include "tests/messaging/fixed_user.hpp"
-#include "tools/zavelo/chat_message.hpp"
-#include "tools/zavelo/message_inspection.hpp"
+#include "tools/zavelo/chat/chat_message.hpp"
+#include "tools/zavelo/chat/message_inspection.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/messaging/message.hpp"
 

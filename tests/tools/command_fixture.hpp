@@ -9,7 +9,7 @@
 
 #include "sandbox/sandbox.hpp"
 #include "tests/support/temporary_folder.hpp"
-#include "tools/zavelo/child_process.hpp"
+#include "tools/zavelo/demo/child_process.hpp"
 
 namespace zavelo::command {
 

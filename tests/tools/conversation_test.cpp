@@ -1,4 +1,4 @@
-#include "tools/zavelo/conversation.hpp"
+#include "tools/zavelo/chat/conversation.hpp"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "tools/zavelo/page_walk.hpp"
+#include "tools/zavelo/operations/page_walk.hpp"
 
 #include <gtest/gtest.h>
 

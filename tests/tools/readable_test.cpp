@@ -1,4 +1,4 @@
-#include "tools/zavelo/readable.hpp"
+#include "tools/zavelo/terminal/readable.hpp"
 
 #include <gtest/gtest.h>
 

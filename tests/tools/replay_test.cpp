@@ -5,8 +5,8 @@
 
 #include "tests/support/loopback_server.hpp"
 #include "tests/tools/command_fixture.hpp"
-#include "tools/zavelo/clock_text.hpp"
-#include "tools/zavelo/paced_replay.hpp"
+#include "tools/zavelo/chat/paced_replay.hpp"
+#include "tools/zavelo/terminal/clock_text.hpp"
 #include "zavelo/testing/manual_clock.hpp"
 #include "zavelo/testing/manual_queue.hpp"
 

@@ -1,8 +1,8 @@
-#include "tools/zavelo/typed_lines.hpp"
+#include "tools/zavelo/terminal/typed_lines.hpp"
 
 #include <gmock/gmock.h>
 
-#include "tools/zavelo/chat_screen.hpp"
+#include "tools/zavelo/chat/chat_screen.hpp"
 
 namespace zavelo::command {
 namespace {

@@ -7,8 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "tools/zavelo/commands.hpp"
-#include "tools/zavelo/interruption.hpp"
+#include "tools/zavelo/grammar/command_line.hpp"
+#include "tools/zavelo/run/commands.hpp"
+#include "tools/zavelo/terminal/interruption.hpp"
 #include "zavelo/core/version.hpp"
 
 namespace zavelo::command {

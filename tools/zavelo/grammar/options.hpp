@@ -1,0 +1,32 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tools/zavelo/arguments/argument.hpp"
+
+namespace zavelo::command {
+
+// What the command line is made of. Texts stay texts; what they must be, their readers say.
+
+/// An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
+CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
+                       std::string_view placeholder);
+/// The option of an argument, with what its note says.
+CLI::Option* addArgument(CLI::App& app, const Argument& argument);
+/// A subcommand, behind which the options of its parents may stand, too.
+CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view help);
+
+/// The text that was given; empty when none was.
+[[nodiscard]] std::string textOf(const CLI::Option* option);
+[[nodiscard]] std::optional<std::string> givenText(const CLI::Option* option);
+
+/// Throws what the command line answers to a text that the option cannot take.
+[[noreturn]] void refuse(const CLI::Option* option, const std::string& expected);
+
+inline constexpr std::string_view globalOptionsNote =
+    "The options of \"zavelo --help\" may stand here, too.";
+
+}  // namespace zavelo::command

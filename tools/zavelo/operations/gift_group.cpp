@@ -1,0 +1,60 @@
+#include "tools/zavelo/operations/catalogue.hpp"
+#include "tools/zavelo/operations/endpoint_operation.hpp"
+#include "tools/zavelo/terminal/readable.hpp"
+#include "zavelo/base/number_text.hpp"
+#include "zavelo/models/gift_store.hpp"
+
+namespace zavelo::command {
+namespace {
+
+void addPrice(std::string& line, const std::optional<std::int64_t>& price, const char* currency) {
+  if (price) line += "  " + numberText(*price) + " " + currency;
+}
+
+/// "  3  Rose  10 gold"
+std::string giftLine(const ZVGift& gift) {
+  std::string line = "  " + (gift.giftId ? numberText(*gift.giftId) : "?");
+  line += "  " + printable(gift.giftName.value_or("nameless"));
+  addPrice(line, gift.costGold, "gold");
+  addPrice(line, gift.costBean, "bean");
+  return line + "\n";
+}
+
+/// The gifts by category, as a gift picker shows them.
+std::string pickerText(const std::string& json) {
+  auto store = json::decode<ZVGiftStore>(json);
+  if (!store) return json + "\n";
+  std::string text = "you have " + numberText(store->totalGold.value_or(0)) + " gold, " +
+                     numberText(store->totalBean.value_or(0)) + " bean\n";
+  for (const auto& category :
+       ZVGiftCategory::groupCategory(std::move(store->gifts).value_or(std::vector<ZVGift>()))) {
+    text +=
+        (category.categoryName.empty() ? "without a category" : printable(category.categoryName)) +
+        "\n";
+    for (const auto& gift : category.gifts) text += giftLine(gift);
+  }
+  return text;
+}
+
+Operation storeOperation() {
+  auto operation = endpointOperation<ZVAPI::getGiftStore, ZVGiftStore>(
+      "store", "List the gifts on offer by category, and what one owns");
+  operation.readable = &pickerText;
+  return operation;
+}
+
+}  // namespace
+
+Group giftGroup() {
+  return {"gift",
+          "Gifts to a broadcaster",
+          {
+              storeOperation(),
+              endpointOperation<ZVAPI::sendGift, ZVSentGift, std::string, std::int64_t,
+                                std::int64_t, std::optional<std::int64_t>>(
+                  "sendGift", "Give a gift to somebody who broadcasts", "slug", "giftId", "amount",
+                  "receiverId"),
+          }};
+}
+
+}  // namespace zavelo::command

@@ -1,0 +1,154 @@
+#include <ctime>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "tools/zavelo/chat/chat_screen.hpp"
+#include "tools/zavelo/chat/conversation.hpp"
+#include "tools/zavelo/run/channel_access.hpp"
+#include "tools/zavelo/run/commands.hpp"
+#include "tools/zavelo/terminal/file_bytes.hpp"
+#include "tools/zavelo/terminal/input_reader.hpp"
+#include "tools/zavelo/terminal/interruption.hpp"
+#include "tools/zavelo/terminal/typed_lines.hpp"
+#include "zavelo/platform/platform.hpp"
+#include "zavelo/ui/timer_label.hpp"
+
+namespace zavelo::command {
+namespace {
+
+std::string timeOfDay() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  std::string text(sizeof "00:00:00", '\0');
+  text.resize(std::strftime(text.data(), text.size(), "%H:%M:%S", &local));
+  return text;
+}
+
+Result<std::vector<std::string>, std::string> linesOf(const std::optional<std::string>& path) {
+  if (!path) return std::vector<std::string>();
+  const auto bytes = fileBytes(*path);
+  if (!bytes) return Failure{bytes.error()};
+  TypedLines reading;
+  auto lines = reading.take({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
+  lines.push_back(reading.last());
+  return lines;
+}
+
+/// A chat on a terminal or in a script: what is typed goes to the conversation, what is heard to
+/// the output.
+class Chat {
+ public:
+  Chat(const ChatRequest& request, const Output& output, ChannelAccess& access)
+      : request_(request), output_(output), access_(access) {
+    if (!output.isForPerson()) return;
+    screen_ = std::make_shared<ChatScreen>([visit = access.visit] {
+      return std::string(visit->isConnected() ? "" : "not connected");
+    });
+    screen_->setText(ZVTimerLabel::text(0, ZVTimerLabel::TimeStyle::full));
+    keys_.emplace();
+    clock_ = ZVTimerLabel::create({.label = screen_});
+  }
+
+  int run(const std::vector<std::string>& firstLines, std::optional<ChatRecording> recording) {
+    talk_ = Conversation::create({access_.visit, access_.library.queue, platform::clock(),
+                                  &ZVCurrentUserSource::shared(), std::move(recording)},
+                                 told());
+    const OnSignal ending([this, weak = std::weak_ptr<Conversation>(talk_)] {
+      if (keys_) keys_->restore();  // a second signal ends the process at once
+      access_.library.queue->post([weak] {
+        if (const auto talk = weak.lock()) talk->end();
+      });
+    });
+    for (const auto& line : firstLines) talk_->say(line);
+    talk_->start();
+    access_.library.queue->run();
+    const auto interrupted = Interruption::shared().status();
+    return interrupted && !talk_->hasJoined() ? *interrupted : status_;
+  }
+
+ private:
+  Conversation::Told told() {
+    return {.line = [this](const ChatLine& line) { return show(line); },
+            .error =
+                [this](const std::string& reason) {
+                  above([&] { return output_.error("chat", reason); });
+                },
+            .joined = [this] { join(); },
+            .allSaid =
+                [this] {
+                  if (input_) input_->more();
+                },
+            .over =
+                [this](bool isGood) {
+                  status_ = isGood ? succeeded : failed;
+                  access_.library.queue->stop();
+                }};
+  }
+
+  /// Does what writes to the terminal above the line that is typed.
+  template <class Write>
+  ExitStatus above(Write write) {
+    if (screen_) screen_->hide();
+    const ExitStatus status = write();
+    if (screen_ && talk_->hasJoined()) screen_->show();
+    return status;
+  }
+
+  bool show(const ChatLine& line) {
+    return above([&] { return output_.result(line.json, timeOfDay() + " " + line.text + "\n"); }) ==
+           succeeded;
+  }
+
+  void join() {
+    if (clock_) clock_->start();
+    if (const auto* count = std::get_if<std::int64_t>(&request_.exitAfter))
+      talk_->endAfterEvents(*count);
+    if (const auto* time = std::get_if<std::chrono::milliseconds>(&request_.exitAfter))
+      access_.library.queue->postAfter(*time, [weak = std::weak_ptr<Conversation>(talk_)] {
+        if (const auto talk = weak.lock()) talk->end();
+      });
+    input_.emplace(access_.library.queue, [this](const std::string& piece) { take(piece); });
+  }
+
+  void take(const std::string& piece) {
+    const bool isTyped = keys_ && keys_->isTerminal();
+    auto lines = isTyped ? editor_.take(piece) : lines_.take(piece);
+    if (piece.empty()) lines.push_back(lines_.last());
+    for (auto& line : lines) talk_->say(std::move(line));
+    if (screen_) screen_->setTyped(editor_.text());
+    if (isTyped && (piece.empty() || editor_.isEnded())) return talk_->end();
+    if (!piece.empty() && (isTyped || !talk_->hasUnsaid())) input_->more();
+  }
+
+  const ChatRequest& request_;
+  const Output& output_;
+  ChannelAccess& access_;
+  std::shared_ptr<ChatScreen> screen_;
+  std::optional<KeyInput> keys_;
+  std::shared_ptr<ZVTimerLabel> clock_;
+  LineEditor editor_;
+  TypedLines lines_;
+  std::shared_ptr<Conversation> talk_;
+  std::optional<InputReader> input_;
+  int status_ = failed;
+};
+
+}  // namespace
+
+int runChat(const ChatRequest& request, const GlobalOptions& options, const Output& output) {
+  const auto lines = linesOf(request.sendFile);
+  if (!lines) return output.usageError({"--send-file: " + lines.error(), request.help});
+  auto access = openChannel(request.channel, options, output, request.help);
+  if (!access) return access.error();
+  std::optional<ChatRecording> recording;
+  if (request.save) {
+    auto created = ChatRecording::create(*request.save);
+    if (!created) return output.error("chat", created.error());
+    recording = std::move(created).value();
+  }
+  return Chat(request, output, *access).run(*lines, std::move(recording));
+}
+
+}  // namespace zavelo::command

@@ -8,6 +8,7 @@ import {curveFigure} from './curve.js';
 import {showPoll} from './poll.js';
 
 const kinds = {live: 'good', paused: 'odd'};
+const lockChip = ({isLocked}) => isLocked && chip('quiet', 'locked');
 const statusChip = ({status}) => chip(kinds[status] ?? 'quiet', status);
 
 export class Streams {
@@ -46,7 +47,7 @@ export class Streams {
     return element('li', {},
       element('button', {type: 'button', class: 'plain', 'data-key': slug,
         'aria-current': slug === this.#chosen && 'true', onclick: () => this.#choose(slug)},
-      element('b', {}, title), ' ', statusChip(stream),
+      element('b', {}, title), ' ', statusChip(stream), ' ', lockChip(stream),
       element('small', {}, `${owner} · ${viewers} watching · ${likes} likes · ${gold} gold`)));
   }
 
@@ -59,8 +60,7 @@ export class Streams {
   #facts({stream, curve, now}) {
     const end = stream.ended ?? now;
     return [
-      element('header', {class: 'bar'}, element('h2', {}, stream.title), statusChip(stream),
-        stream.isLocked && chip('quiet', 'locked'),
+      element('header', {class: 'bar'}, element('h2', {}, stream.title), statusChip(stream), lockChip(stream),
         element('button', {type: 'button', class: 'close', 'aria-label': 'Close the stream', 'data-key': 'close',
           onclick: () => this.#choose('')}, '×')),
       element('p', {class: 'facts'}, code(stream.slug), ` by ${stream.owner} · ${stream.tag} · ${stream.views} view${stream.views === 1 ? '' : 's'}`,

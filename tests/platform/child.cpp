@@ -1,5 +1,7 @@
 // What the tests of this room let another process do: `child MODE ARGUMENT...`.
 
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -68,6 +70,10 @@ int readAndWrite(SqliteKeyValueStore& store) {
   return 0;
 }
 
+uid_t userIn(const char* text) {
+  return static_cast<uid_t>(std::stoul(text));
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -76,6 +82,8 @@ int main(int count, char** arguments) {
   const std::string subject = arguments[2];
   if (mode == "exit-in-flight") return exitInFlight(subject, false);
   if (mode == "exit-in-handler") return exitInFlight(subject, true);
+  // Given up here: where this program and the library stand may be closed to that user.
+  if (mode == "read-and-write" && (count != 4 || setuid(userIn(arguments[3])) != 0)) return 2;
   SqliteKeyValueStore store(subject);
   if (mode == "write-forever") return writeForever(store);
   if (mode == "write-many" && count == 4) return writeMany(store, arguments[3], 100);

@@ -262,7 +262,8 @@ TEST_F(SqliteStore, LockedStoreIsAnErrorUntilItIsFree) {
 TEST_F(SqliteStore, SaysWhatAUserMayNotDo) {
   if (getuid() != 0) GTEST_SKIP() << "needs another user to read the file";
   const auto readAndWrite = [this] {
-    return test::ChildProcess({ZAVELO_TEST_CHILD, "read-and-write", file.string()}, nobody);
+    return test::ChildProcess(
+        {ZAVELO_TEST_CHILD, "read-and-write", file.string(), std::to_string(nobody)});
   };
   fs::permissions(folder.path(), fs::perms(0755));
   EXPECT_THAT(readAndWrite().readLine(), HasSubstr("Permission denied"));

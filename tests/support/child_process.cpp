@@ -9,7 +9,7 @@
 
 namespace zavelo::test {
 
-ChildProcess::ChildProcess(std::vector<std::string> arguments, std::optional<uid_t> user) {
+ChildProcess::ChildProcess(std::vector<std::string> arguments) {
   std::vector<char*> pointers;
   for (auto& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
@@ -18,7 +18,6 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments, std::optional<uid
   process_ = fork();
   if (process_ == 0) {
     dup2(ends[1], STDOUT_FILENO);
-    if (user && setuid(*user) != 0) _exit(126);
     execv(pointers[0], pointers.data());
     _exit(127);
   }

@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,8 +10,8 @@ namespace zavelo::test {
 /// A program that the test runs beside itself. It is killed when the object goes.
 class ChildProcess {
  public:
-  /// `arguments` begin with the program. With `user` it runs under that user id.
-  explicit ChildProcess(std::vector<std::string> arguments, std::optional<uid_t> user = {});
+  /// `arguments` begin with the program.
+  explicit ChildProcess(std::vector<std::string> arguments);
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;

@@ -23,42 +23,11 @@ Response withSpoiltBody(testing::FaultKind kind, Response response) {
   return response;
 }
 
-}  // namespace
-
-std::optional<std::string> FaultDesk::add(const std::vector<testing::Fault>& faults) {
-  for (const auto& fault : faults) {
-    if (fault.endpoint != "*" && !serves_(fault.endpoint)) {
-      return "\"endpoint\": there is no " + fault.endpoint;
-    }
-  }
-  plan_.add(faults);
-  return {};
-}
-
-void FaultDesk::stop() {
-  const std::scoped_lock lock(mutex_);
-  stopped_ = true;
-  stopping_.notify_all();
-}
-
-void FaultDesk::wait(std::chrono::milliseconds time) {
-  std::unique_lock lock(mutex_);
-  stopping_.wait_for(lock, time, [this] { return stopped_; });
-}
-
-Response FaultDesk::around(const Request& request, const std::function<Response()>& proceed) {
-  const auto fault = plan_.take(request.path);
-  if (!fault) return proceed();
-  Response response = spoilt(*fault, proceed);
-  response.headers.emplace_back(faultHeader, nameOf(fault->kind));
-  return response;
-}
-
-Response FaultDesk::spoilt(const testing::Fault& fault, const std::function<Response()>& proceed) {
+/// The answer to a call whose time has come.
+Response spoilt(const testing::Fault& fault, const std::function<Response()>& proceed) {
   using enum testing::FaultKind;
   switch (fault.kind) {
     case delay:
-      wait(fault.delay);
       return proceed();
     case cut:
       return deliveredAs(proceed(), Delivery::cutMidBody);
@@ -72,6 +41,52 @@ Response FaultDesk::spoilt(const testing::Fault& fault, const std::function<Resp
       return withSpoiltBody(fault.kind, proceed());
   }
   return proceed();
+}
+
+}  // namespace
+
+std::optional<std::string> FaultDesk::add(const std::vector<testing::Fault>& faults) {
+  for (const auto& fault : faults) {
+    if (fault.endpoint != "*" && !serves_(fault.endpoint)) {
+      return "\"endpoint\": there is no " + fault.endpoint;
+    }
+  }
+  plan_.add(faults);
+  return {};
+}
+
+void FaultDesk::clear() {
+  plan_.clear();
+  const std::scoped_lock lock(mutex_);
+  ++clearings_;
+  ended_.notify_all();
+}
+
+void FaultDesk::stop() {
+  const std::scoped_lock lock(mutex_);
+  stopped_ = true;
+  ended_.notify_all();
+}
+
+std::int64_t FaultDesk::clearings() {
+  const std::scoped_lock lock(mutex_);
+  return clearings_;
+}
+
+void FaultDesk::wait(std::chrono::milliseconds time, std::int64_t clearings) {
+  std::unique_lock lock(mutex_);
+  ended_.wait_for(lock, time, [&] { return stopped_ || clearings_ != clearings; });
+}
+
+Response FaultDesk::around(const Request& request, const std::function<Response()>& proceed) {
+  // Asked first: a clearing behind this ends the delay, even one that has not begun.
+  const auto before = clearings();
+  const auto fault = plan_.take(request.path);
+  if (!fault) return proceed();
+  if (fault->kind == testing::FaultKind::delay) wait(fault->delay, before);
+  Response response = spoilt(*fault, proceed);
+  response.headers.emplace_back(faultHeader, nameOf(fault->kind));
+  return response;
 }
 
 }  // namespace zavelo::sandbox

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -24,7 +25,8 @@ class FaultDesk {
 
   /// All of them, or none and what is wrong: `"endpoint": there is no /api/nothing`.
   [[nodiscard]] std::optional<std::string> add(const std::vector<testing::Fault>& faults);
-  void clear() { plan_.clear(); }
+  /// Drops what waits, and ends the delays that run.
+  void clear();
   [[nodiscard]] std::vector<testing::Fault> pending() const { return plan_.pending(); }
 
   /// Carries out the call, spoilt if a fault waits for it.
@@ -34,15 +36,15 @@ class FaultDesk {
   void stop();
 
  private:
-  [[nodiscard]] Response spoilt(const testing::Fault& fault,
-                                const std::function<Response()>& proceed);
-  void wait(std::chrono::milliseconds time);
+  [[nodiscard]] std::int64_t clearings();
+  void wait(std::chrono::milliseconds time, std::int64_t clearings);
 
   const Serves serves_;
   testing::FaultPlan plan_;
   std::mutex mutex_;
-  std::condition_variable stopping_;
+  std::condition_variable ended_;
   bool stopped_ = false;
+  std::int64_t clearings_ = 0;
 };
 
 }  // namespace zavelo::sandbox

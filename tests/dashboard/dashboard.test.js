@@ -90,11 +90,12 @@ test('a delayed call is shown at once, and becomes the answered one', async (t) 
   await row(page, /pending \d+ s/).waitFor();
 
   await page.getByLabel('Outcome').selectOption('pending');
-  await stage.spoil('/api/users/search', 'delay', {milliseconds: 4000});
+  await stage.spoil('/api/users/search', 'delay', {milliseconds: 600000});
   const answered = search('bob');
   await row(page, 'bob').getByRole('button').click();
   await pane.getByText('There is no answer yet.').waitFor();
   await pane.getByText('Request headers').click();
+  await pane.getByRole('button', {name: 'Drop all faults'}).click();
   assert.ok((await answered).ok);
   await row(page, 'bob').waitFor({state: 'detached'});
   await pane.getByText('⚡ delay').waitFor();

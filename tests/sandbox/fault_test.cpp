@@ -49,18 +49,25 @@ TEST_F(FaultTest, RefusedCallGetsNoByteAndIsNotDone) {
             "");
 }
 
-TEST_F(FaultTest, DelayHoldsUpNobodyElseAndEndsWithTheSandbox) {
-  spoil("delay", {{"milliseconds", 600'000}});
-  Answer delayed;
-  std::thread caller([&] { delayed = call(); });
+TEST_F(FaultTest, DelayHoldsUpNobodyElseAndEndsWhenFaultsAreDroppedOrTheSandboxStops) {
   const auto isPending = [&] {
     const auto pending = backend.send("GET", "/sandbox/faults").data("pending");
     return !pending.as<json::Array>()->empty();
   };
-  while (isPending()) std::this_thread::yield();
-  EXPECT_THAT(call(), HasCode(1));
-  backend.sandbox->stop();
-  caller.join();
+  for (const bool isStopped : {false, true}) {
+    spoil("delay", {{"milliseconds", 600'000}});
+    Answer delayed;
+    std::thread caller([&] { delayed = call(); });
+    while (isPending()) std::this_thread::yield();
+    EXPECT_THAT(call(), HasCode(1));
+    if (isStopped) {
+      backend.sandbox->stop();
+    } else {
+      EXPECT_THAT(backend.send("DELETE", "/sandbox/faults"), HasCode(1));
+    }
+    caller.join();
+    EXPECT_TRUE(isStopped || delayed.code() == 1);
+  }
 }
 
 TEST_F(FaultTest, PendingRulesAreListedAndCleared) {

@@ -1,7 +1,7 @@
 // One call in full.
 
-import {read} from './api.js';
-import {byId, element, exactTime, notice, refill, sizeText} from './dom.js';
+import {drop, read} from './api.js';
+import {byId, element, exactTime, notice, refill, sizeText, told} from './dom.js';
 import {curlOf} from './curl.js';
 import {jsonBlock} from './json_text.js';
 import {isPending, outcomeChips} from './outcome.js';
@@ -52,7 +52,11 @@ function paneOf(call, close) {
   ].filter(Boolean);
 }
 
-const notYet = () => [element('h3', {}, 'Response'), element('p', {class: 'hint'}, 'There is no answer yet.')];
+const dropFaults = () => told(drop('/sandbox/faults').then(() => notice('No fault waits any more, and no call is delayed')));
+
+const notYet = () => [element('h3', {}, 'Response'),
+  element('p', {class: 'hint'}, 'There is no answer yet. A call that a fault delays goes on when the faults are dropped.'),
+  element('p', {class: 'actions'}, element('button', {type: 'button', 'data-key': 'drop', onclick: dropFaults}, 'Drop all faults'))];
 
 function partOf(title, headers, body) {
   const blocks = body.parts ? body.parts.flatMap(formPart) : bodyBlocks(title, body);

@@ -104,6 +104,37 @@ test('a delayed call is shown at once, and becomes the answered one', async (t) 
   assert.deepEqual(await page.locator('#calls-rows .who').allInnerTexts(), ['bob', 'ann']);
 });
 
+// Its picture stands in the guides: docs/dashboard.png.
+test('a stream that breaks on purpose is read off the page', async (t) => {
+  const stage = await Stage.open(t);
+  for (const [name, displayName] of [['ann', 'Ann'], ['bob', 'Bob']]) await stage.join(name, displayName);
+  await stage.app('gus', 'user', 'login-guest');
+  const slug = await stage.broadcast('ann', 'Soup');
+  const at = (name, operation, ...words) => stage.app(name, 'stream', operation, '--slug', slug, ...words);
+  const search = () => stage.app('bob', 'user', 'search-for-user', '--display-name', 'a');
+  for (const name of ['gus', 'bob']) await at(name, 'update-stream-view-count');
+  await at('bob', 'end-stream');
+  await stage.spoil('/api/streams/like', 'delay', {milliseconds: 300});
+  for (const count of ['3', '5']) await at('bob', 'like-stream', '--count', count);
+  await stage.spoil('/api/streams/viewer-list', 'invalidJson');
+  await at('ann', 'get-audience-list');
+  await stage.act('expire-tokens', {userName: 'bob'});
+  await search();
+  await stage.spoil('/api/streams/detail', 'delay', {milliseconds: 600000});
+  at('ann', 'get-stream-detail');
+  await stage.spoil('/api/users/search', 'code', {code: 1341, message: 'Signed in elsewhere'});
+  await search();
+
+  const page = await stage.look('', {viewport: {width: 1280, height: 760}});
+  const expected = {'/detail': 'pending', '/viewer-list': '⚡ invalid JSON', '/end': '1098 no permission'};
+  for (const [path, outcome] of Object.entries(expected)) await row(page, path).getByText(outcome).waitFor();
+  const outcomes = await row(page, '/search').locator('td:nth-child(4)').allInnerTexts();
+  assert.deepEqual(outcomes.map((text) => text.split(/\s/)[0]), ['1341', 'ok', '401']);
+  await row(page, '/refresh').getByRole('button').click();
+  await page.getByRole('complementary').getByText('"refreshToken"').nth(1).waitFor();
+  await picture(page, 'dashboard');
+});
+
 test('a lost connection is told, and what comes after it is shown', async (t) => {
   const stage = await Stage.open(t);
   stage.tolerated = /Failed to load resource|ERR_/;

@@ -1,6 +1,7 @@
 // How a call ended, in a word for filters and a chip for the eye.
 
 import {chip} from './dom.js';
+import {kinds} from './fault_kinds.js';
 import {runningTime} from './running_time.js';
 
 const names = {401: '401', 603: 'banned', 652: 'user not found', 750: 'parameter', 1018: 'refresh token',
@@ -29,6 +30,6 @@ export function outcomeChips(call) {
   const isBad = call.status !== 200 || (call.code !== null && call.code !== 1);
   const kind = isBad ? 'bad' : outcome === 'spoilt' ? 'odd' : 'good';
   const chips = [chip(kind, textOf(call))];
-  if (call.fault) chips.push(' ', chip('odd', `⚡ ${call.fault}`));
+  if (call.fault) chips.push(' ', chip('odd', `⚡ ${kinds[call.fault][0]}`));
   return chips;
 }

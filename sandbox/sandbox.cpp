@@ -22,6 +22,7 @@
 #include "sandbox/products/product_endpoints.hpp"
 #include "sandbox/seed/planting.hpp"
 #include "sandbox/seed/seed.hpp"
+#include "sandbox/seed/seed_endpoints.hpp"
 #include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/streams/stream_endpoints.hpp"
@@ -34,12 +35,12 @@ namespace zavelo::sandbox {
 /// The one place where the parts meet. In the order of their dependence.
 struct Sandbox::Parts {
   Parts(const SandboxOptions& options, std::unique_ptr<Listener> bound,
-        std::unique_ptr<Database> opened, Settings seeded)
+        std::unique_ptr<Database> opened, RunSettings seeded)
       : url("http://127.0.0.1:" + std::to_string(bound->port())),
         database(std::move(opened)),
         sessions(options.clock ? options.clock : std::make_shared<SystemClock>(),
                  {options.accessTokenLifetime, options.refreshTokenLifetime, options.refreshGrace}),
-        settings(std::move(seeded)),
+        run(std::move(seeded)),
         listener(std::move(bound)) {
     if (settings.config.find("profileImageUrl") == nullptr) {
       settings.config.set("profileImageUrl", url + "/media/profiles/");
@@ -57,6 +58,7 @@ struct Sandbox::Parts {
     router.add(giftPictureEndpoints(settings));
     router.add(mediaEndpoints(*database));
     router.add(controlEndpoints(controlRoom));
+    router.add(seedEndpoints(seedRoom));
     router.add(pageEndpoints());
     router.add(callLogEndpoints(dashboardRoom));
     router.add(peopleEndpoints(dashboardRoom));
@@ -78,7 +80,8 @@ struct Sandbox::Parts {
   Throttle throttle;
   FaultDesk faults{[this](std::string_view path) { return router.serves(path); }};
   Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
-  Settings settings;
+  RunSettings run;
+  Settings& settings = run.settings;
   UserRoom userRoom{*database, sessions, throttle, url};
   StreamRoom streamRoom{*database, sessions, throttle, settings, url};
   EventFeed feed;
@@ -90,6 +93,7 @@ struct Sandbox::Parts {
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
   ControlRoom controlRoom{*database, sessions, throttle, faults, giftRoom, channels};
+  SeedRoom seedRoom{*database, run};
   DashboardRoom dashboardRoom{*database,
                               log,
                               chat,
@@ -140,7 +144,7 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     auto database = Database::open(options.state);
     if (!database) return Failure{std::move(database).error()};
     auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database),
-                                         seed->settings);
+                                         RunSettings(*seed));
     if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
       return Failure{unusableSeed(options.seed, planted.error())};
     }

@@ -78,10 +78,12 @@ Plants plantsIn(Transaction& transaction, TagBook& tags, bool withPictures) {
   return plants;
 }
 
-Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed,
-                                           bool withPictures) {
+}  // namespace
+
+Result<ExportedSeed, std::string> exportSeed(Database& database, const RunSettings& settings,
+                                             bool withPictures) {
   ExportedSeed result;
-  TagBook tags(seed.settings.tags);
+  TagBook tags(settings.settings.tags);
   Plants plants;
   std::string leftOut;
   database.transact([&](Transaction& transaction) {
@@ -89,7 +91,7 @@ Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed,
     leftOut = leftOutOf(transaction, withPictures);
   });
   if (!leftOut.empty()) result.notes.push_back("not in the seed: " + leftOut);
-  json::Object whole = seed.writtenSettings;
+  json::Object whole = settings.written;
   if (!tags.added().empty()) {
     result.notes.push_back("tags with numbers of their own now, unless --seed has them: " +
                            tags.added());
@@ -110,15 +112,13 @@ Result<ExportedSeed, std::string> exported(Database& database, const Seed& seed,
   return result;
 }
 
-}  // namespace
-
 Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options) {
   try {
     const auto seed = readSeed(options.seed);
     if (!seed) return Failure{unusableSeed(options.seed, seed.error())};
     const auto database = Database::copyOf(options.state);
     if (!database) return Failure{database.error()};
-    return exported(**database, *seed, options.withPictures);
+    return exportSeed(**database, *seed, options.withPictures);
   } catch (const std::exception& error) {
     return Failure{std::string("the state cannot be exported: ") + error.what()};
   }

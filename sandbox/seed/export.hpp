@@ -30,4 +30,12 @@ struct ExportedSeed {
 /// for a person.
 [[nodiscard]] Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options);
 
+class Database;
+struct RunSettings;
+
+/// The same of a state in use.
+[[nodiscard]] Result<ExportedSeed, std::string> exportSeed(Database& database,
+                                                           const RunSettings& settings,
+                                                           bool withPictures);
+
 }  // namespace zavelo::sandbox

@@ -164,7 +164,7 @@ Complaint readMember(const std::string& name, const json::Value& value, Seed& se
   if (name == memberEntries().list) return readPlants(value, memberEntries(), seed.members);
   if (name == streamEntries().list) return readPlants(value, streamEntries(), seed.streams);
   if (name == productEntries().list) return readPlants(value, productEntries(), seed.products);
-  seed.writtenSettings.set(name, value);
+  seed.written.set(name, value);
   return readSetting(name, value, seed.settings);
 }
 

@@ -11,10 +11,14 @@
 
 namespace zavelo::sandbox {
 
-/// What a seed file says, each entry checked by itself. docs/sandbox.md has its form.
-struct Seed {
+/// The settings of a run.
+struct RunSettings {
   Settings settings;
-  json::Object writtenSettings;  ///< what the file has of them, as it stands there
+  json::Object written;  ///< what the seed file has of them, as it stands there
+};
+
+/// What a seed file says, each entry checked by itself. docs/sandbox.md has its form.
+struct Seed : RunSettings {
   std::vector<Arguments> members;
   std::vector<Arguments> streams;
   std::vector<Arguments> products;

@@ -72,5 +72,19 @@ TEST_F(ExportCommand, NothingIsLostWhereItCannotBeWritten) {
   EXPECT_EQ(content("seed.json"), "what was there before");
 }
 
+TEST_F(ExportCommand, RunningSandboxTellsTheSameAsItsFile) {
+  const auto ofFile = run({});
+  const auto sandbox = startSandbox();
+  const auto url = memberText(sandbox->nextLine(), "url");
+  const auto ofRunning = runCommand({"--api", url, "sandbox", "export", "--running"});
+  EXPECT_EQ(ofRunning.output, ofFile.output);
+  EXPECT_EQ(ofRunning.error, ofFile.error);
+  sandbox->signal(SIGTERM);
+  (void)sandbox->wait();
+  const auto gone = runCommand({"--api", url, "sandbox", "export", "--running"});
+  EXPECT_EQ(gone.status, 1);
+  EXPECT_THAT(gone.error, HasSubstr("cannot connect"));
+}
+
 }  // namespace
 }  // namespace zavelo::command

@@ -54,6 +54,7 @@ TEST(Usage, NamesWhatIsWrongAndWhereHelpIs) {
       {"sandbox exprt", "unknown operation \"exprt\""},
       {"sandbox --state s export", "--state must stand behind \"export\""},
       {"sandbox export --port 1", "--port is for a sandbox that runs, not for export"},
+      {"sandbox export --running --state s", "--state excludes --running"},
       {"chat", "--channel is required"},
       {"chat --channel c", "--rtm: missing"},
       {"chat --channel c --exit-after 0", "--exit-after: expected seconds like 10s or a number"},

@@ -49,7 +49,7 @@ struct Runner {
   int operator()(const TriggerRequest& request) const {
     return runTrigger(request, options, output);
   }
-  int operator()(const ExportRequest& request) const { return runExport(request, output); }
+  int operator()(const ExportRequest& request) const { return runExport(request, options, output); }
   int operator()(const DemoRequest& request) const { return runDemo(request, output); }
 };
 

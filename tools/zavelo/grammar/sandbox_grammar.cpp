@@ -41,10 +41,14 @@ void SandboxGrammar::addExport() {
   export_ = addCommand(*sandbox_, "export", "Write what a state holds as a seed file");
   exportState_ =
       addOption(*export_, "--state", "The state file, of a sandbox that does not run", "FILE");
+  running_ = export_->add_flag("--running")
+                 ->description("What the sandbox at --api holds now, in place of a file")
+                 ->excludes(exportState_);
   exportSeed_ = addOption(*export_, "--seed",
                           "The seed file of its runs, whose words, configuration, tags and gifts "
                           "go along",
-                          "FILE");
+                          "FILE")
+                    ->excludes(running_);
   output_ = addOption(*export_, "--output",
                       "The file to write, or to replace; standard output if left out", "FILE");
   pictures_ = export_->add_flag("--pictures")
@@ -52,7 +56,8 @@ void SandboxGrammar::addExport() {
   export_->footer(
       "The seed has the members, streams and products, with hashes of their passwords. It has no\n"
       "guests, sessions or saved chats, and nothing of what viewers did: a warning counts them.\n"
-      "Words, configuration, tags and gifts are those of a run and not in its state.");
+      "Words, configuration, tags and gifts are those of a run and not in its state file.\n" +
+      std::string(globalOptionsNote));
 }
 
 std::optional<Request> SandboxGrammar::request() const {
@@ -80,7 +85,7 @@ ExportRequest SandboxGrammar::exportRequest() const {
                                                 : " is for a sandbox that runs, not for export"));
   }
   return {givenText(exportState_), givenText(exportSeed_), givenText(output_),
-          pictures_->count() > 0};
+          pictures_->count() > 0, running_->count() > 0};
 }
 
 }  // namespace zavelo::command

@@ -29,6 +29,7 @@ class SandboxGrammar {
   CLI::Option* noBroker_;
   CLI::App* export_ = nullptr;
   CLI::Option* exportState_ = nullptr;
+  CLI::Option* running_ = nullptr;
   CLI::Option* exportSeed_ = nullptr;
   CLI::Option* output_ = nullptr;
   CLI::Option* pictures_ = nullptr;

@@ -84,6 +84,7 @@ struct ExportRequest {
   std::optional<std::string> seed;    ///< whose settings go along
   std::optional<std::string> output;  ///< absent: standard output
   bool withPictures = false;
+  bool isRunning = false;  ///< of the sandbox at --api, not of a file
 };
 struct DemoRequest {
   bool stays = false;  ///< the sandbox goes on when the story is over

@@ -22,7 +22,8 @@ namespace zavelo::command {
 [[nodiscard]] int runSandbox(const SandboxRequest& request, const Output& output);
 [[nodiscard]] int runTrigger(const TriggerRequest& request, const GlobalOptions& options,
                              const Output& output);
-[[nodiscard]] int runExport(const ExportRequest& request, const Output& output);
+[[nodiscard]] int runExport(const ExportRequest& request, const GlobalOptions& options,
+                            const Output& output);
 [[nodiscard]] int runDemo(const DemoRequest& request, const Output& output);
 
 }  // namespace zavelo::command

@@ -1,5 +1,6 @@
 #include "sandbox/seed/export.hpp"
 #include "tools/zavelo/run/commands.hpp"
+#include "tools/zavelo/run/sandbox_call.hpp"
 #include "tools/zavelo/run/sandbox_state.hpp"
 #include "tools/zavelo/terminal/file_replacement.hpp"
 #include "zavelo/json/json.hpp"
@@ -28,14 +29,46 @@ ExitStatus announce(const sandbox::ExportedSeed& seed, const std::string& file,
                            " and " + counted(seed.products, "product") + " are in " + file + "\n");
 }
 
-}  // namespace
-
-int runExport(const ExportRequest& request, const Output& output) {
+Result<sandbox::ExportedSeed, std::string> seedOfFile(const ExportRequest& request) {
   const auto state = sandboxState(request.state);
   if (request.output && isOneFile(state, *request.output))
-    return output.error("sandbox", "the output would replace the state file " + state.string());
-  const auto seed = sandbox::exportSeed(
+    return Failure{"the output would replace the state file " + state.string()};
+  return sandbox::exportSeed(
       {.state = state, .seed = request.seed.value_or(""), .withPictures = request.withPictures});
+}
+
+std::size_t sizeOfList(const json::Object& seed, std::string_view name) {
+  const auto* value = seed.find(name);
+  const auto* list = value == nullptr ? nullptr : value->as<json::Array>();
+  return list == nullptr ? 0 : list->size();
+}
+
+Result<sandbox::ExportedSeed, std::string> seedOfRunning(const ExportRequest& request,
+                                                         const GlobalOptions& options) {
+  const auto data =
+      callSandbox(options, request.withPictures ? "/sandbox/seed/pictures" : "/sandbox/seed");
+  if (!data) return Failure{data.error()};
+  const auto* object = data->as<json::Object>();
+  const auto* seed = object == nullptr ? nullptr : object->find("seed");
+  const auto* content = seed == nullptr ? nullptr : seed->as<json::Object>();
+  const auto* notes = object == nullptr ? nullptr : object->find("notes");
+  const auto* list = notes == nullptr ? nullptr : notes->as<json::Array>();
+  if (content == nullptr || list == nullptr)
+    return Failure{std::string("the answer is no sandbox's")};
+  sandbox::ExportedSeed result{.text = json::prettyText(*seed) + "\n",
+                               .members = sizeOfList(*content, "members"),
+                               .streams = sizeOfList(*content, "streams"),
+                               .products = sizeOfList(*content, "products"),
+                               .notes = {}};
+  for (const auto& note : *list)
+    if (const auto* text = note.as<std::string>()) result.notes.push_back(*text);
+  return result;
+}
+
+}  // namespace
+
+int runExport(const ExportRequest& request, const GlobalOptions& options, const Output& output) {
+  const auto seed = request.isRunning ? seedOfRunning(request, options) : seedOfFile(request);
   if (!seed) return output.error("sandbox", seed.error());
   for (const auto& note : seed->notes) output.warning(note);
   if (!request.output) return output.text(seed->text);

@@ -1,37 +1,18 @@
 #include <utility>
 
 #include "tools/zavelo/run/commands.hpp"
-#include "tools/zavelo/run/http_exchange.hpp"
+#include "tools/zavelo/run/sandbox_call.hpp"
 #include "zavelo/json/json.hpp"
 
 namespace zavelo::command {
 namespace {
 
-constexpr std::string_view usualSandbox = "http://127.0.0.1:8080";
-
-HttpRequest requestTo(const std::string& api, std::string body) {
-  HttpRequest request;
-  request.method = ZVHTTPMethod::post;
-  request.url = (api.empty() ? std::string(usualSandbox) : api) + "/sandbox/actions";
-  request.headers = {{"Content-Type", "application/json"}};
-  request.body = std::move(body);
-  return request;
-}
-
-const json::Value* member(const json::Value* value, std::string_view name) {
-  const auto* object = value == nullptr ? nullptr : value->as<json::Object>();
-  return object == nullptr ? nullptr : object->find(name);
-}
-
 /// How many tokens, members, sessions, streams or messages it concerned.
-Result<std::int64_t, std::string> changedIn(const std::string& body) {
-  const auto answer = json::decode<json::Value>(body);
-  const json::Value* envelope = answer ? &answer.value() : nullptr;
-  const auto* changed = member(member(envelope, "data"), "changed");
-  if (const auto* count = changed == nullptr ? nullptr : changed->as<std::int64_t>()) return *count;
-  const auto* message = member(envelope, "message");
-  const auto* text = message == nullptr ? nullptr : message->as<std::string>();
-  return Failure{text == nullptr ? std::string("the answer is no sandbox's") : *text};
+std::optional<std::int64_t> changedIn(const json::Value& data) {
+  const auto* object = data.as<json::Object>();
+  const auto* changed = object == nullptr ? nullptr : object->find("changed");
+  const auto* count = changed == nullptr ? nullptr : changed->as<std::int64_t>();
+  return count == nullptr ? std::nullopt : std::optional(*count);
 }
 
 std::string readable(const TriggerAction& action, std::int64_t changed) {
@@ -48,9 +29,10 @@ int runTrigger(const TriggerRequest& request, const GlobalOptions& options, cons
   given->set("action", action.name);
   const auto asked = json::encode(json::Value(*std::move(given)));
   if (!asked) return output.usageError({asked.error().text(), request.help});
-  const auto answer = exchange(requestTo(options.api, *asked));
-  const auto changed = answer ? changedIn(*answer) : Failure{answer.error()};
-  if (!changed) return output.error("sandbox", changed.error());
+  const auto answer = callSandbox(options, "/sandbox/actions", *asked);
+  if (!answer) return output.error("sandbox", answer.error());
+  const auto changed = changedIn(*answer);
+  if (!changed) return output.error("sandbox", "the answer is no sandbox's");
   return output.result("{\"changed\":" + std::to_string(*changed) + "}",
                        readable(action, *changed));
 }

@@ -6,10 +6,10 @@
 
 #include "sandbox/products/product.hpp"
 #include "sandbox/seed/entries.hpp"
+#include "sandbox/seed/seed_hashes.hpp"
 #include "sandbox/streams/stream.hpp"
 #include "sandbox/streams/stream_plan.hpp"
 #include "sandbox/users/members.hpp"
-#include "sandbox/users/passwords.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -19,11 +19,11 @@ struct Unusable {
   Problem problem;
 };
 
-/// Of the entry's password, made here or brought along.
-std::optional<std::string> hashIn(const Arguments& entry) {
+/// Of the entry's password, made from it or brought along.
+std::optional<std::string> hashIn(const Arguments& entry, const SeedHashes& hashes) {
   if (auto hash = entry.text("passwordHash")) return hash;
-  const auto password = entry.text("password");
-  return password ? std::optional(hashPassword(*password)) : std::nullopt;
+  const auto made = hashes.find(&entry);
+  return made == hashes.end() ? std::nullopt : std::optional(made->second);
 }
 
 std::string userNameFor(Transaction& transaction, const Arguments& entry) {
@@ -40,14 +40,15 @@ void plantPicture(Transaction& transaction, const EntryKind& kind, std::int64_t 
   if (const auto file = pictureIn(entry)) keepFile(transaction, kind.shelf, owner, *file);
 }
 
-void plantMember(Transaction& transaction, const Arguments& entry, Time now) {
+void plantMember(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
+                 Time now) {
   const std::string zaveloId = *entry.text("zaveloId");
   if (memberByZaveloId(transaction, zaveloId)) return;
   Member member;
   member.zaveloId = zaveloId;
   member.userName = userNameFor(transaction, entry);
   member.displayName = entry.text("displayName").value_or(zaveloId);
-  member.passwordHash = hashIn(entry);
+  member.passwordHash = hashIn(entry, hashes);
   member.gender = entry.text("gender").value_or("");
   member.dob = entry.text("dob").value_or("");
   member.about = entry.text("about").value_or("");
@@ -77,14 +78,14 @@ void bring(Transaction& transaction, const Stream& stream, StreamStatus status, 
   if (status == StreamStatus::ended) goEnded(transaction, stream, now);
 }
 
-void plantStream(Transaction& transaction, const Arguments& entry, const Settings& settings,
-                 Time now) {
+void plantStream(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
+                 const Settings& settings, Time now) {
   const std::int64_t owner = memberNamed(transaction, entry, "owner");
   const auto plan = planFrom(entry, settings);
   if (!plan) throw Unusable{plan.error()};
   const std::string slug = *entry.text("slug");
   if (streamBySlug(transaction, slug)) return;
-  const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry), now);
+  const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry, hashes), now);
   plantPicture(transaction, streamEntries(), stream.id, entry);
   setPinned(transaction, stream, entry.text("pinned").value_or(""));
   setPosition(transaction, stream, entry.text("position").value_or(""));
@@ -125,11 +126,13 @@ void each(std::string_view list, const std::vector<Arguments>& entries, Plant pl
 
 Status<std::string> plant(const Seed& seed, Database& database, Time now) {
   try {
+    const auto hashes = hashesFor(seed, database);
     database.transact([&](Transaction& transaction) {
       each(memberEntries().list, seed.members,
-           [&](const Arguments& entry) { plantMember(transaction, entry, now); });
-      each(streamEntries().list, seed.streams,
-           [&](const Arguments& entry) { plantStream(transaction, entry, seed.settings, now); });
+           [&](const Arguments& entry) { plantMember(transaction, entry, hashes, now); });
+      each(streamEntries().list, seed.streams, [&](const Arguments& entry) {
+        plantStream(transaction, entry, hashes, seed.settings, now);
+      });
       Met met;
       each(productEntries().list, seed.products,
            [&](const Arguments& entry) { plantProduct(transaction, entry, met); });

@@ -105,7 +105,7 @@ constexpr ArgumentNote notes[] = {
     {"streamUserId", "The stream owner's user identifier"},
     {"tagId", "The category, one of get-stream-tags"},
     {"targetUsername", "Whom the event is about"},
-    {"title", "The stream's title"},
+    {"title", "The title"},
     {"token", "A record with accessToken, refreshToken and expires"},
     {"totalLikes", "All likes"},
     {"totalReceivedStars", "All stars"},

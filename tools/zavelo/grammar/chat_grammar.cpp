@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "tools/zavelo/chat/chat_message.hpp"
-#include "tools/zavelo/grammar/options.hpp"
 #include "tools/zavelo/terminal/clock_text.hpp"
 
 namespace zavelo::command {
@@ -55,8 +54,7 @@ void ChatGrammar::addSend() {
   send_ = addCommand(*chat_, "send", "Send one event of any kind to the channel");
   sendChannel_ = addChannel(*send_)->required();
   type_ = addOption(*send_, "--type", "The kind, by its name or code; message if left out", "KIND");
-  for (const auto& argument : messageArguments())
-    fields_.push_back({&argument, addArgument(*send_, argument)});
+  fields_.emplace(*send_, messageArguments());
   send_->footer("Kinds: " + kindNames() + ".\n" + std::string(globalOptionsNote));
 }
 
@@ -94,8 +92,7 @@ ChatSendRequest ChatGrammar::sendRequest(const std::string& help) const {
   if (const auto name = givenText(type_)) {
     if (argumentType<ZVMessageType>().read(*name, &request.type)) refuse(type_, "a kind of event");
   }
-  for (const auto& [argument, option] : fields_)
-    if (option->count() > 0) request.fields.push_back({argument, option->results()});
+  request.fields = fields_->typed();
   return request;
 }
 

@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "tools/zavelo/grammar/options.hpp"
 #include "tools/zavelo/request/request.hpp"
 
 namespace zavelo::command {
@@ -18,11 +18,6 @@ class ChatGrammar {
   [[nodiscard]] std::optional<Request> request(const std::string& help) const;
 
  private:
-  struct Field {
-    const Argument* argument;
-    CLI::Option* option;
-  };
-
   void addMembers();
   void addSend();
   [[nodiscard]] ChatRequest chatRequest(const std::string& help) const;
@@ -38,7 +33,7 @@ class ChatGrammar {
   CLI::App* send_ = nullptr;
   CLI::Option* sendChannel_ = nullptr;
   CLI::Option* type_ = nullptr;
-  std::vector<Field> fields_;
+  std::optional<ArgumentOptions> fields_;
 };
 
 class ReplayGrammar {

@@ -53,8 +53,8 @@ class Grammar {
   struct Leaf {
     CLI::App* app;
     const Operation* operation;
-    std::vector<CLI::Option*> options;  // one for each argument
-    CLI::Option* all = nullptr;         // of an operation that answers with pages
+    CLI::Option* all;  // of an operation that answers with pages
+    ArgumentOptions options;
   };
 
   void addGlobalOptions() {
@@ -79,12 +79,10 @@ class Grammar {
     for (const auto& operation : group.operations) {
       auto* leaf = addCommand(*app, kebabCase(operation.name), operation.help);
       leaf->footer(std::string(globalOptionsNote));
-      leaves_.push_back({leaf, &operation, {}});
+      CLI::Option* all = nullptr;
       if (operation.isPaged)
-        leaves_.back().all =
-            leaf->add_flag("--all")->description("Follow the pages to their end, as one list");
-      for (const auto& argument : operation.arguments)
-        leaves_.back().options.push_back(addArgument(*leaf, argument));
+        all = leaf->add_flag("--all")->description("Follow the pages to their end, as one list");
+      leaves_.push_back({leaf, &operation, all, ArgumentOptions(*leaf, operation.arguments)});
     }
   }
 
@@ -143,14 +141,10 @@ class Grammar {
   }
 
   OperationRequest operationRequest(const Leaf& leaf) const {
-    OperationRequest request{.operation = leaf.operation,
-                             .arguments = {},
-                             .help = helpCommand(),
-                             .isAll = leaf.all != nullptr && leaf.all->count() > 0};
-    for (std::size_t i = 0; i < leaf.options.size(); ++i)
-      if (leaf.options[i]->count() > 0)
-        request.arguments.push_back({&leaf.operation->arguments[i], leaf.options[i]->results()});
-    return request;
+    return {.operation = leaf.operation,
+            .arguments = leaf.options.typed(),
+            .help = helpCommand(),
+            .isAll = leaf.all != nullptr && leaf.all->count() > 0};
   }
 
   // ---- errors ----

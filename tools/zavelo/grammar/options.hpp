@@ -4,8 +4,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/zavelo/arguments/argument.hpp"
+#include "tools/zavelo/arguments/argument_text.hpp"
 
 namespace zavelo::command {
 
@@ -14,8 +16,20 @@ namespace zavelo::command {
 /// An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
 CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
                        std::string_view placeholder);
-/// The option of an argument, with what its note says.
-CLI::Option* addArgument(CLI::App& app, const Argument& argument);
+/// The options of a command's arguments, with what their notes say.
+class ArgumentOptions {
+ public:
+  /// The arguments outlive this.
+  ArgumentOptions(CLI::App& app, const std::vector<Argument>& arguments);
+  [[nodiscard]] std::vector<TypedArgument> typed() const;
+
+ private:
+  struct Entry {
+    const Argument* argument;
+    CLI::Option* option;
+  };
+  std::vector<Entry> entries_;
+};
 /// A subcommand, behind which the options of its parents may stand, too.
 CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view help);
 

@@ -1,7 +1,5 @@
 #include "tools/zavelo/grammar/trigger_grammar.hpp"
 
-#include "tools/zavelo/grammar/options.hpp"
-
 namespace zavelo::command {
 
 TriggerGrammar::TriggerGrammar(CLI::App& root) {
@@ -14,21 +12,13 @@ TriggerGrammar::TriggerGrammar(CLI::App& root) {
     auto* app = addCommand(*trigger, std::string(action.name), action.help);
     app->footer(std::string(globalOptionsNote));
     if (action.name == "start-poll") app->alias("poll");
-    auto& leaf = leaves_.emplace_back(Leaf{app, &action, {}});
-    for (const auto& argument : action.arguments)
-      leaf.options.push_back(addArgument(*app, argument));
+    leaves_.push_back({app, &action, ArgumentOptions(*app, action.arguments)});
   }
 }
 
 std::optional<Request> TriggerGrammar::request(const std::string& help) const {
-  for (const auto& [app, action, options] : leaves_) {
-    if (!app->parsed()) continue;
-    TriggerRequest request{action, {}, help};
-    for (std::size_t i = 0; i < options.size(); ++i)
-      if (options[i]->count() > 0)
-        request.arguments.push_back({&action->arguments[i], options[i]->results()});
-    return request;
-  }
+  for (const auto& [app, action, options] : leaves_)
+    if (app->parsed()) return TriggerRequest{action, options.typed(), help};
   return {};
 }
 

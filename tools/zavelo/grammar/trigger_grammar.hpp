@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/zavelo/grammar/options.hpp"
 #include "tools/zavelo/request/request.hpp"
 
 namespace zavelo::command {
@@ -19,7 +20,7 @@ class TriggerGrammar {
   struct Leaf {
     CLI::App* app;
     const TriggerAction* action;
-    std::vector<CLI::Option*> options;  // one for each argument
+    ArgumentOptions options;
   };
 
   std::vector<Leaf> leaves_;

@@ -37,10 +37,12 @@ Result<sandbox::ExportedSeed, std::string> seedOfFile(const ExportRequest& reque
       {.state = state, .seed = request.seed.value_or(""), .withPictures = request.withPictures});
 }
 
-std::size_t sizeOfList(const json::Object& seed, std::string_view name) {
-  const auto* value = seed.find(name);
+/// The list of that name; an empty one where there is none.
+const json::Array& listIn(const json::Object& object, std::string_view name) {
+  static const json::Array none;
+  const auto* value = object.find(name);
   const auto* list = value == nullptr ? nullptr : value->as<json::Array>();
-  return list == nullptr ? 0 : list->size();
+  return list == nullptr ? none : *list;
 }
 
 Result<sandbox::ExportedSeed, std::string> seedOfRunning(const ExportRequest& request,
@@ -48,19 +50,15 @@ Result<sandbox::ExportedSeed, std::string> seedOfRunning(const ExportRequest& re
   const auto data =
       callSandbox(options, request.withPictures ? "/sandbox/seed/pictures" : "/sandbox/seed");
   if (!data) return Failure{data.error()};
-  const auto* object = data->as<json::Object>();
-  const auto* seed = object == nullptr ? nullptr : object->find("seed");
+  const auto* seed = data->find("seed");
   const auto* content = seed == nullptr ? nullptr : seed->as<json::Object>();
-  const auto* notes = object == nullptr ? nullptr : object->find("notes");
-  const auto* list = notes == nullptr ? nullptr : notes->as<json::Array>();
-  if (content == nullptr || list == nullptr)
-    return Failure{std::string("the answer is no sandbox's")};
+  if (content == nullptr) return Failure{std::string(noSandbox)};
   sandbox::ExportedSeed result{.text = json::prettyText(*seed) + "\n",
-                               .members = sizeOfList(*content, "members"),
-                               .streams = sizeOfList(*content, "streams"),
-                               .products = sizeOfList(*content, "products"),
+                               .members = listIn(*content, "members").size(),
+                               .streams = listIn(*content, "streams").size(),
+                               .products = listIn(*content, "products").size(),
                                .notes = {}};
-  for (const auto& note : *list)
+  for (const auto& note : listIn(*data, "notes"))
     if (const auto* text = note.as<std::string>()) result.notes.push_back(*text);
   return result;
 }

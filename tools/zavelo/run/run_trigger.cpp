@@ -8,11 +8,9 @@ namespace zavelo::command {
 namespace {
 
 /// How many tokens, members, sessions, streams or messages it concerned.
-std::optional<std::int64_t> changedIn(const json::Value& data) {
-  const auto* object = data.as<json::Object>();
-  const auto* changed = object == nullptr ? nullptr : object->find("changed");
-  const auto* count = changed == nullptr ? nullptr : changed->as<std::int64_t>();
-  return count == nullptr ? std::nullopt : std::optional(*count);
+const std::int64_t* changedIn(const json::Object& data) {
+  const auto* changed = data.find("changed");
+  return changed == nullptr ? nullptr : changed->as<std::int64_t>();
 }
 
 std::string readable(const TriggerAction& action, std::int64_t changed) {
@@ -31,8 +29,8 @@ int runTrigger(const TriggerRequest& request, const GlobalOptions& options, cons
   if (!asked) return output.usageError({asked.error().text(), request.help});
   const auto answer = callSandbox(options, "/sandbox/actions", *asked);
   if (!answer) return output.error("sandbox", answer.error());
-  const auto changed = changedIn(*answer);
-  if (!changed) return output.error("sandbox", "the answer is no sandbox's");
+  const auto* changed = changedIn(*answer);
+  if (changed == nullptr) return output.error("sandbox", noSandbox);
   return output.result("{\"changed\":" + std::to_string(*changed) + "}",
                        readable(action, *changed));
 }

@@ -21,22 +21,22 @@ HttpRequest requestFor(std::string url, std::optional<std::string> body) {
   return request;
 }
 
-Result<json::Value, std::string> dataIn(const std::string& answer) {
+Result<json::Object, std::string> dataIn(const std::string& answer) {
   const auto envelope = json::decode<json::Value>(answer);
   const auto* object = envelope ? envelope->as<json::Object>() : nullptr;
   const auto* code = object == nullptr ? nullptr : object->find("code");
   const auto* data = object == nullptr ? nullptr : object->find("data");
   const auto* message = object == nullptr ? nullptr : object->find("message");
-  if (code == nullptr || data == nullptr) return Failure{std::string("the answer is no sandbox's")};
-  if (*code == json::Value(1)) return *data;
+  const auto* content = data == nullptr ? nullptr : data->as<json::Object>();
+  if (code != nullptr && *code == json::Value(1) && content != nullptr) return *content;
   const auto* text = message == nullptr ? nullptr : message->as<std::string>();
-  return Failure{text == nullptr ? std::string("the sandbox does not say why") : *text};
+  return Failure{std::string(text == nullptr || text->empty() ? noSandbox : *text)};
 }
 
 }  // namespace
 
-Result<json::Value, std::string> callSandbox(const GlobalOptions& options, std::string_view path,
-                                             std::optional<std::string> body) {
+Result<json::Object, std::string> callSandbox(const GlobalOptions& options, std::string_view path,
+                                              std::optional<std::string> body) {
   const std::string origin = options.api.empty() ? std::string(usualSandbox) : options.api;
   const auto answer = exchange(requestFor(origin + std::string(path), std::move(body)));
   if (!answer) return Failure{answer.error()};

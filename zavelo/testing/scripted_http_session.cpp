@@ -75,17 +75,20 @@ struct ScriptedHttpSession::State {
   std::chrono::milliseconds now{0};
   FaultPlan faults;
 
-  void ask(Request request) {
-    if (request.fault) {
-      if (auto answer = insteadOf(*request.fault)) return request.done(std::move(*answer));
-    }
+  void ask(HttpRequest sent, Request request) {
+    auto instead = request.fault ? insteadOf(*request.fault) : std::nullopt;
     Outcome outcome;
     {
+      // At once: requests are remembered in the order in which they take replies.
       const std::lock_guard lock(mutex);
-      if (script.empty()) return waiting.push_back(std::move(request));
-      outcome = std::move(script.front());
-      script.pop_front();
+      requests.push_back(std::move(sent));
+      if (!instead) {
+        if (script.empty()) return waiting.push_back(std::move(request));
+        outcome = std::move(script.front());
+        script.pop_front();
+      }
     }
+    if (instead) return request.done(std::move(*instead));
     tell(std::move(request), std::move(outcome));
   }
 
@@ -178,11 +181,7 @@ ScriptedHttpSession::~ScriptedHttpSession() {
 std::shared_ptr<HttpTask> ScriptedHttpSession::send(HttpRequest request, HttpReplyHandler done) {
   auto task = std::make_shared<ScriptedTask<State>>(state_);
   auto fault = state_->faults.take(pathOf(request.url));
-  {
-    const std::lock_guard lock(state_->mutex);
-    state_->requests.push_back(std::move(request));
-  }
-  state_->ask({task.get(), std::move(done), std::move(fault)});
+  state_->ask(std::move(request), {task.get(), std::move(done), std::move(fault)});
   return task;
 }
 

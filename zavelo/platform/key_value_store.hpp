@@ -29,6 +29,10 @@ class KeyValueStore {
   virtual Status<StoreError> set(std::string_view key, const StoreValue& value) = 0;
   /// Removing what is not there succeeds.
   virtual Status<StoreError> remove(std::string_view key) = 0;
+
+  /// What is kept in memory only because it could not be written, and why; none when all is stored.
+  /// A store that tries a failed removal or replacement again later reports it here until then.
+  [[nodiscard]] virtual std::optional<StoreError> pendingProblem() const { return std::nullopt; }
 };
 
 }  // namespace zavelo

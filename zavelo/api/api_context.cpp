@@ -1,5 +1,7 @@
 #include "zavelo/api/api_context_internal.hpp"
 
+#include "zavelo/core/notifications.hpp"
+
 namespace zavelo::detail {
 
 std::shared_ptr<ZVSessionSource> ApiContext::sessionSource() const {
@@ -12,16 +14,36 @@ void ApiContext::setSessionSource(std::weak_ptr<ZVSessionSource> source) {
   sessionSource_ = std::move(source);
 }
 
-std::vector<HttpHeader> ApiContext::commonHeaders() const {
+ZVSession ApiContext::session() const {
+  const auto source = sessionSource();
+  return source ? source->session() : ZVSession();
+}
+
+std::vector<HttpHeader> ApiContext::commonHeaders(const ZVSession& session) {
   std::vector<HttpHeader> headers{{"Accept", "application/json"}};
-  if (const auto source = sessionSource())
-    if (const auto token = source->accessToken())
-      headers.push_back({"Authorization", "bearer " + *token});
+  if (session.accessToken) headers.push_back({"Authorization", "bearer " + *session.accessToken});
   return headers;
 }
 
-void ApiContext::endSession() const {
-  if (const auto source = sessionSource()) source->endSession();
+bool ApiContext::endSession(ZVSessionId id) const {
+  const auto source = sessionSource();
+  return source ? source->endSessionIf(id) : id == 0;
+}
+
+void ApiContext::giveUpSession(ZVSessionSource& source, ZVSessionId id) const {
+  notifications->post(ZaveloDidRefreshTokenFailed);
+  (void)source.endSessionIf(id);  // an observer may have ended it, or signed another user in
+}
+
+std::shared_ptr<TokenRenewal> ApiContext::renewalOf(ZVSessionId id) const {
+  const std::lock_guard lock(mutex_);
+  return id == renewing_ ? renewal_.lock() : nullptr;
+}
+
+void ApiContext::setRenewal(ZVSessionId id, std::weak_ptr<TokenRenewal> renewal) {
+  const std::lock_guard lock(mutex_);
+  renewing_ = id;
+  renewal_ = std::move(renewal);
 }
 
 void ApiContext::enter(const std::shared_ptr<Exchange>& exchange) {

@@ -12,18 +12,19 @@
 namespace zavelo::detail {
 
 class Exchange;
+class TokenRenewal;
 
 /// What the exchanges of one API service share. Outlives the service for as long as one of them is
 /// under way.
 class ApiContext {
  public:
   explicit ApiContext(const ZVAPIService::Collaborators& given)
-      : session(given.session),
+      : http(given.session),
         mainQueue(given.mainQueue),
         notifications(given.notifications),
         clock(given.clock) {}
 
-  const std::shared_ptr<HttpSession> session;
+  const std::shared_ptr<HttpSession> http;
   /// The service's. An answer that waits in the queue holds the context, which must not hold the
   /// queue in turn: nobody could free either.
   const std::weak_ptr<Queue> mainQueue;
@@ -31,14 +32,24 @@ class ApiContext {
   const std::shared_ptr<Clock> clock;
   std::atomic<bool> serviceIsGone{false};
   std::atomic<ZVAPIService::APILogLevel> serviceLogLevel{ZVAPIService::APILogLevel::simple};
+  std::atomic<ZVSessionPolicy> sessionPolicy{ZVSessionPolicy::asSpecified};
 
   [[nodiscard]] std::shared_ptr<ZVSessionSource> sessionSource() const;
   void setSessionSource(std::weak_ptr<ZVSessionSource> source);
 
-  /// `Accept`, and `Authorization` (RFC 6750) while there is an access token.
-  [[nodiscard]] std::vector<HttpHeader> commonHeaders() const;
-  /// The session is over: nobody is signed in any more. Posts nothing.
-  void endSession() const;
+  /// The session that calls are made in now.
+  [[nodiscard]] ZVSession session() const;
+  /// `Accept`, and `Authorization` (RFC 6750) when the session has an access token.
+  [[nodiscard]] static std::vector<HttpHeader> commonHeaders(const ZVSession& session);
+  /// Ends the session with this id. False: it is over already. Posts nothing.
+  [[nodiscard]] bool endSession(ZVSessionId id) const;
+  /// Ends a session that cannot be renewed. Unlike after a verdict of the backend, observers are
+  /// notified while there still is a session to look at.
+  void giveUpSession(ZVSessionSource& source, ZVSessionId id) const;
+
+  /// The renewal of a session that is under way; null when there is none.
+  [[nodiscard]] std::shared_ptr<TokenRenewal> renewalOf(ZVSessionId id) const;
+  void setRenewal(ZVSessionId id, std::weak_ptr<TokenRenewal> renewal);
 
   void enter(const std::shared_ptr<Exchange>& exchange);
   void leave(Exchange* exchange);
@@ -48,6 +59,8 @@ class ApiContext {
   mutable std::mutex mutex_;  // guards what follows
   std::weak_ptr<ZVSessionSource> sessionSource_;
   std::unordered_map<Exchange*, std::weak_ptr<Exchange>> exchanges_;
+  ZVSessionId renewing_ = 0;
+  std::weak_ptr<TokenRenewal> renewal_;  ///< of the session `renewing_`
 };
 
 }  // namespace zavelo::detail

@@ -1,6 +1,5 @@
 #include "zavelo/api/api_service.hpp"
 
-#include "zavelo/api/api.hpp"
 #include "zavelo/api/exchange_internal.hpp"
 #include "zavelo/api/token_renewal_internal.hpp"
 
@@ -18,7 +17,7 @@ ZVAPIService::ZVAPIService(const Collaborators& collaborators)
 
 ZVAPIService::~ZVAPIService() {
   context_->serviceIsGone = true;
-  for (const auto& exchange : context_->underWay()) exchange->stopTransfer();
+  for (const auto& exchange : context_->underWay()) exchange->onServiceEnd();
 }
 
 ZVCall ZVAPIService::start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink) {
@@ -45,20 +44,20 @@ void ZVAPIService::setServiceLogLevel(APILogLevel level) noexcept {
   context_->serviceLogLevel = level;
 }
 
+ZVSessionPolicy ZVAPIService::sessionPolicy() const noexcept {
+  return context_->sessionPolicy;
+}
+
+void ZVAPIService::setSessionPolicy(ZVSessionPolicy policy) noexcept {
+  context_->sessionPolicy = policy;
+}
+
+const std::shared_ptr<NotificationCentre>& ZVAPIService::notifications() const noexcept {
+  return context_->notifications;
+}
+
 const std::shared_ptr<HttpSession>& ZVAPIService::session() const noexcept {
-  return context_->session;
+  return context_->http;
 }
 
-namespace detail {
-
-ApiRequest renewalRequest(const std::string& refreshToken) {
-  ApiRequest request;
-  request.url = ZVAPI(ZVAPI::refreshUserToken).url();
-  request.parameters = json::Object{{"refreshToken", refreshToken}};
-  request.logLevel = ZVAPIService::APILogLevel::none;
-  request.renewsSession = false;
-  return request;
-}
-
-}  // namespace detail
 }  // namespace zavelo

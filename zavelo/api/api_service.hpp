@@ -29,6 +29,22 @@ struct ApiRequest;
 /// x-www-form-urlencoded) in the body, or in the query of methods that have none.
 enum class ZVParameterEncoding { json, url };
 
+/// How a session is renewed after a 401.
+enum class ZVSessionPolicy {
+  /// Each call that meets 401 renews the session on its own; a renewal that fails for whatever
+  /// reason ends the session; a call that is sent again keeps no file parts, uses JSON and logs in
+  /// full.
+  asSpecified,
+  /// Made for bad networks and single-use refresh tokens:
+  /// - calls that meet 401 together share one renewal, and a call whose token was replaced
+  ///   meanwhile is sent again without one;
+  /// - a renewal without an answer, or with a status of 5xx, fails its calls and keeps the session;
+  /// - a renewal that brings no access token has failed, and overwrites nothing;
+  /// - a call is sent again as it was: with its files, its encoding and its log level;
+  /// - a reply with code 603 or 1341 ends the session even if its `data` does not decode.
+  resilient
+};
+
 /// The one HTTP client of the backend: sends calls with the session's access token, renews the
 /// session when the backend answers 401, decodes the envelope and logs the exchange.
 ///
@@ -57,15 +73,19 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   /// Calls the backend; `completion` is called exactly once.
   ///
   /// `retryCount` is how many renewals the call has been through (callers pass 0). With
-  /// `isMultiPart` the parameters become form fields beside `multipartData`. A re-sent call keeps
-  /// no file parts, uses JSON and logs in full.
+  /// `isMultiPart` the parameters become form fields beside `multipartData`.
+  ///
+  /// The call belongs to the session in which it is made. If that session is over when the reply
+  /// arrives, a 401 completes the call with `unauthorized`, and neither a 401 nor a code that ends
+  /// a session touches the session that is current by then.
   template <class T>
   ZVCall request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
                  ZVParameterEncoding encoding, int retryCount,
                  std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
                  APILogLevel apiLogLevel, ZVCompletion<T> completion);
 
-  /// Renews the session's tokens. Does not store them.
+  /// Buys new tokens. Does not store them. The exchange is never cut short, as it may spend the
+  /// refresh token: cancelling answers the caller, and the service's end lets it finish.
   ZVCall refreshToken(const std::string& refreshToken,
                       ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
 
@@ -76,7 +96,14 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   [[nodiscard]] APILogLevel serviceLogLevel() const noexcept;
   void setServiceLogLevel(APILogLevel level) noexcept;
 
+  /// How sessions are renewed: `asSpecified` at first.
+  [[nodiscard]] ZVSessionPolicy sessionPolicy() const noexcept;
+  void setSessionPolicy(ZVSessionPolicy policy) noexcept;
+
   [[nodiscard]] const std::shared_ptr<HttpSession>& session() const noexcept;
+  /// Where completions arrive.
+  [[nodiscard]] const std::shared_ptr<Queue>& mainQueue() const noexcept { return mainQueue_; }
+  [[nodiscard]] const std::shared_ptr<NotificationCentre>& notifications() const noexcept;
 
  private:
   explicit ZVAPIService(const Collaborators& collaborators);
@@ -98,7 +125,7 @@ struct ApiRequest {
   std::vector<ZVMultiPartData> multipartData;
   bool isMultiPart = false;
   ZVAPIService::APILogLevel logLevel = ZVAPIService::APILogLevel::simple;
-  bool renewsSession = true;  ///< a 401 leads to a renewal
+  bool isRenewal = false;  ///< it buys new tokens: a 401 does not lead to another renewal
 };
 
 }  // namespace detail

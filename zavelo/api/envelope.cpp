@@ -1,8 +1,28 @@
 #include "zavelo/api/envelope.hpp"
 
 #include "zavelo/core/notifications.hpp"
+#include "zavelo/json/json.hpp"
 
 namespace zavelo {
+namespace {
+
+struct EnvelopeWithoutData {
+  std::optional<std::int64_t> code;
+  std::optional<std::string> message;
+  std::optional<std::vector<ZVCodeDetail>> codeDetails;
+};
+
+}  // namespace
+
+template <>
+struct json::RecordOf<EnvelopeWithoutData> {
+  static const Record& get() {
+    using T = EnvelopeWithoutData;
+    static const Record record = fieldsOf<T, &T::code, &T::message, &T::codeDetails>();
+    return record;
+  }
+};
+
 namespace {
 
 constexpr std::int64_t successCode = 1;
@@ -34,6 +54,11 @@ Verdict judge(std::optional<std::int64_t> code, const std::optional<std::string>
   if (!code) return {ZVAPIError{ZVAPIErrorType::invalidData, errorText::invalidData}};
   if (*code == successCode) return {};
   return {errorOf(*code, message, details), sessionEndOf(*code)};
+}
+
+Verdict judgeWithoutData(std::string_view body) {
+  const auto envelope = json::decode<EnvelopeWithoutData>(body);
+  return envelope ? judge(envelope->code, envelope->message, envelope->codeDetails) : Verdict();
 }
 
 const json::Record& json::RecordOf<ZVCodeDetail>::get() {

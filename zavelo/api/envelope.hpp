@@ -51,4 +51,8 @@ struct Verdict {
                                           const std::optional<std::string>& message,
                                           const std::optional<std::vector<ZVCodeDetail>>& details);
 
+/// The same for the text of an envelope whose payload is not looked at: no error when there is no
+/// envelope to read.
+[[nodiscard]] Verdict judgeWithoutData(std::string_view body);
+
 }  // namespace zavelo

@@ -5,13 +5,17 @@
 #include "zavelo/api/request_encoding_internal.hpp"
 #include "zavelo/api/token_renewal_internal.hpp"
 #include "zavelo/core/log.hpp"
-#include "zavelo/core/notifications.hpp"
 
 namespace zavelo::detail {
 namespace {
 
 constexpr int unauthorizedStatus = 401;
+constexpr int firstServerErrorStatus = 500;
 constexpr int renewalLimit = 2;  // for one call
+
+ZVAPIError sessionLost(std::string detail) {
+  return {ZVAPIErrorType::invalidRefreshToken, errorText::unauthorized, std::move(detail)};
+}
 
 using OnReply = UniqueFunction<void(const std::optional<HttpReply>&)>;
 
@@ -43,19 +47,23 @@ class Relay {
 }  // namespace
 
 std::shared_ptr<Exchange> Exchange::create(std::shared_ptr<ApiContext> context, ApiRequest request,
-                                           std::unique_ptr<EnvelopeSink> sink) {
+                                           std::unique_ptr<EnvelopeSink> sink,
+                                           std::optional<ZVSession> session) {
+  if (!session) session = context->session();
   std::shared_ptr<Exchange> exchange(
-      new Exchange(std::move(context), std::move(request), std::move(sink)));
+      new Exchange(std::move(context), std::move(request), std::move(sink), std::move(*session)));
   exchange->context_->enter(exchange);
   return exchange;
 }
 
 Exchange::Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
-                   std::unique_ptr<EnvelopeSink> sink)
+                   std::unique_ptr<EnvelopeSink> sink, ZVSession session)
     : context_(std::move(context)),
       request_(std::move(request)),
+      session_(std::move(session)),
       log_(context_->clock, request_.logLevel),
-      sink_(std::move(sink)) {}
+      sink_(std::move(sink)),
+      isRenewing_(request_.isRenewal) {}
 
 Exchange::~Exchange() {
   context_->leave(this);
@@ -63,12 +71,16 @@ Exchange::~Exchange() {
   if (sink_) sink_->drop();
 }
 
+bool Exchange::isAnswered() const noexcept {
+  return status_ && !isBroken_ && *status_ < firstServerErrorStatus;
+}
+
 void Exchange::send() {
-  auto headers = context_->commonHeaders();
+  auto headers = ApiContext::commonHeaders(session_);
   log_.request(request_.method, request_.url, headers, request_.parameters);
   auto http = httpRequest(request_, std::move(headers));
   auto queue = context_->mainQueue.lock();
-  if (!queue) return;  // nobody is left to answer on
+  if (!queue) return;  // there is no queue left to answer on
   Relay relay(std::move(queue),
               [self = shared_from_this()](const auto& reply) { self->onReply(reply); });
   if (!http) {
@@ -76,33 +88,47 @@ void Exchange::send() {
     unsent.failure = std::move(http).error();
     return relay(std::move(unsent));
   }
-  auto task = context_->session->send(std::move(*http), std::move(relay));
+  auto task = context_->http->send(std::move(*http), std::move(relay));
   {
     const std::lock_guard lock(mutex_);
     task_ = std::move(task);
   }
-  // Whoever wanted to end the transfer meanwhile did not find it yet.
-  if (isCancelled() || context_->serviceIsGone) stopTransfer();
+  // An interruption that came before the task was known has not reached it.
+  if (isOrphaned() || isCancelled()) interrupt();
 }
 
 void Exchange::cancel() {
-  std::shared_ptr<Exchange> renewal;
   {
     const std::lock_guard lock(mutex_);
     cancelled_ = true;
-    renewal = renewal_.lock();
   }
-  stopTransfer();
-  if (renewal) renewal->cancel();
+  interrupt();
 }
 
-void Exchange::stopTransfer() {
+void Exchange::onServiceEnd() {
+  if (!request_.isRenewal) interrupt();
+}
+
+/// Ends the transfer under way; its end brings the answer. A renewal goes on, so that its result is
+/// kept, and the caller is answered without it.
+void Exchange::interrupt() {
   std::shared_ptr<HttpTask> task;
   {
     const std::lock_guard lock(mutex_);
-    task = task_;
+    if (!isRenewing_ && !task_) return;  // about to be sent: send() looks again
+    if (!isRenewing_) task = task_;
   }
-  if (task) task->cancel();
+  if (task) return task->cancel();
+  if (const auto queue = context_->mainQueue.lock())
+    queue->post([self = shared_from_this()] { self->answerInterrupted(); });
+}
+
+void Exchange::answerInterrupted() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!isRenewing_) return;  // sent again meanwhile, which has looked for interruptions
+  }
+  if (isOpen()) failIfInterrupted();
 }
 
 bool Exchange::isCancelled() {
@@ -110,12 +136,28 @@ bool Exchange::isCancelled() {
   return cancelled_;
 }
 
+bool Exchange::isOrphaned() const {
+  return context_->serviceIsGone && !request_.isRenewal;
+}
+
+bool Exchange::failIfInterrupted() {
+  if (isOrphaned()) {
+    printLogAndFail(ZVAPIErrorType::noConnection, errorText::noConnection);
+    return true;
+  }
+  if (isCancelled()) {
+    printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
+    return true;
+  }
+  return false;
+}
+
 void Exchange::onReply(const std::optional<HttpReply>& reply) {
-  gotResponse_ = reply && reply->status;
+  if (!isOpen()) return;
+  status_ = reply ? reply->status : std::nullopt;
+  isBroken_ = !reply || reply->failure;
   log_.reply(reply);
-  if (context_->serviceIsGone)
-    return printLogAndFail(ZVAPIErrorType::noConnection, errorText::noConnection);
-  if (isCancelled()) return printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
+  if (failIfInterrupted()) return;
   if (!reply) return printLogAndFail(ZVAPIErrorType::unknown, errorText::unknown);
   if (reply->status == unauthorizedStatus) return onUnauthorized();
   log_.print();
@@ -124,72 +166,98 @@ void Exchange::onReply(const std::optional<HttpReply>& reply) {
 }
 
 void Exchange::onUnauthorized() {
-  const auto source = context_->sessionSource();
-  const auto refreshToken = source ? source->refreshToken() : std::nullopt;
-  if (!request_.renewsSession || !refreshToken)
+  auto source = context_->sessionSource();
+  ZVSession now = source ? source->session() : ZVSession();
+  if (request_.isRenewal || now.id != session_.id || !now.refreshToken)
     return printLogAndFail(ZVAPIErrorType::unauthorized, errorText::unauthorized);
-  renew(*refreshToken);
+  if (isResilient() && now.accessToken != session_.accessToken) {
+    log_.print();
+    return sendAgain();  // with the token that another call has bought meanwhile
+  }
+  renew(std::move(source), std::move(now));
 }
 
-void Exchange::renew(const std::string& refreshToken) {
-  const ApiRequest request = renewalRequest(refreshToken);
-  log_.renewal(request.url, context_->commonHeaders(), *request.parameters);
-  const auto link = std::make_shared<std::weak_ptr<Exchange>>();
-  const auto renewal = create(context_, request,
-                              envelopeSink<std::shared_ptr<const ZVRefreshToken>>(
-                                  [self = shared_from_this(), link](const Renewed& result) {
-                                    self->onRenewed(*link->lock(), result);
-                                  }));
-  *link = renewal;
+void Exchange::renew(std::shared_ptr<ZVSessionSource> source, ZVSession session) {
+  const ApiRequest request = renewalRequest(*session.refreshToken);
+  log_.renewal(request.url, ApiContext::commonHeaders(session), *request.parameters);
   {
     const std::lock_guard lock(mutex_);
-    renewal_ = renewal;
+    isRenewing_ = true;
   }
-  renewal->send();
-  if (isCancelled()) renewal->cancel();
+  TokenRenewal::start(context_, std::move(source), std::move(session), shared_from_this());
+  if (isOrphaned() || isCancelled()) interrupt();  // the interruption may have met no task
 }
 
-void Exchange::onRenewed(const Exchange& renewal, const Renewed& result) {
-  log_.renewalReply(renewal.gotResponse());
-  if (context_->serviceIsGone)
-    return printLogAndFail(ZVAPIErrorType::noConnection, errorText::noConnection);
-  if (isCancelled()) return printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
+void Exchange::onRenewed(const TokenRenewal::Result& result) {
+  {
+    const std::lock_guard lock(mutex_);
+    isRenewing_ = false;
+  }
+  if (!isOpen()) return;
+  log_.renewalReply(result.gotResponse);
+  if (failIfInterrupted()) return;
   log_.print();
-  if (!result.isOk() || request_.retryCount >= renewalLimit) {
-    context_->notifications->post(ZaveloDidRefreshTokenFailed);
-    context_->endSession();  // unlike a verdict of the backend: observers still see the session
-    return fail({ZVAPIErrorType::invalidRefreshToken, errorText::unauthorized,
-                 result.isOk() ? "" : result.error().description});
+  using Outcome = TokenRenewal::Outcome;
+  switch (result.outcome) {
+    case Outcome::renewed:
+      if (request_.retryCount >= renewalLimit) break;
+      ++request_.retryCount;
+      return sendAgain();
+    case Outcome::refused:
+      return fail(sessionLost(result.error.description));
+    case Outcome::unanswered:
+      return fail(result.error);
+    case Outcome::otherSession:
+      return fail({ZVAPIErrorType::unauthorized, errorText::unauthorized});
   }
-  if (const auto source = context_->sessionSource()) source->refreshTokenWith(*result.data());
-  sendAgain();
+  const auto source = context_->sessionSource();
+  if (source && source->session().id == session_.id) context_->giveUpSession(*source, session_.id);
+  fail(sessionLost(""));
 }
 
-// The file parts are gone, and the repetition is logged in full whatever the caller asked for.
 void Exchange::sendAgain() {
-  ++request_.retryCount;
-  request_.encoding = ZVParameterEncoding::json;
-  request_.multipartData.clear();
-  request_.logLevel = ZVAPIService::APILogLevel::full;
+  ZVSession now = context_->session();
+  if (now.id != session_.id) return fail({ZVAPIErrorType::unauthorized, errorText::unauthorized});
+  session_ = std::move(now);
+  if (!isResilient()) {
+    request_.encoding = ZVParameterEncoding::json;
+    request_.multipartData.clear();
+    request_.logLevel = ZVAPIService::APILogLevel::full;
+  }
   log_ = ExchangeLog(context_->clock, request_.logLevel);
   send();
 }
 
 void Exchange::readEnvelope(const HttpReply& reply) {
-  if (const auto fault = sink_->decode(reply.body)) {
-    if (request_.logLevel != ZVAPIService::APILogLevel::none)
-      ZVLog::e(request_.url + ": " + fault->text(), ZVLogPosition("readEnvelope()"));
-    return fail({ZVAPIErrorType::invalidData, errorText::invalidData, fault->text()});
-  }
+  if (const auto fault = sink_->decode(reply.body)) return onUndecodable(reply, *fault);
   Verdict verdict = sink_->verdict();
-  if (!verdict.sessionEnd.empty()) {
-    context_->endSession();
-    context_->notifications->post(verdict.sessionEnd);
-  }
+  endSession(verdict.sessionEnd);
   if (verdict.error) return fail(std::move(*verdict.error));
   if (!sink_->hasData())
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, "data: absent"});
   std::exchange(sink_, nullptr)->ok();
+}
+
+void Exchange::onUndecodable(const HttpReply& reply, const json::Error& fault) {
+  if (request_.logLevel != ZVAPIService::APILogLevel::none)
+    ZVLog::e(request_.url + ": " + fault.text(), ZVLogPosition("readEnvelope()"));
+  if (isResilient()) {
+    Verdict verdict = judgeWithoutData(reply.body);
+    endSession(verdict.sessionEnd);
+    if (!verdict.sessionEnd.empty()) return fail(std::move(*verdict.error));
+  }
+  fail({ZVAPIErrorType::invalidData, errorText::invalidData, fault.text()});
+}
+
+/// Nothing happens when the reply does not say so, or says so of a session that is over.
+void Exchange::endSession(std::string_view notification) {
+  if (notification.empty() || !context_->endSession(session_.id)) return;
+  hasEndedSession_ = true;
+  context_->notifications->post(notification);
+}
+
+bool Exchange::isResilient() const {
+  return context_->sessionPolicy == ZVSessionPolicy::resilient;
 }
 
 void Exchange::printLogAndFail(ZVAPIErrorType type, std::string description) {

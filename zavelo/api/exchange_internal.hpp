@@ -7,6 +7,7 @@
 
 #include "zavelo/api/api_context_internal.hpp"
 #include "zavelo/api/exchange_log_internal.hpp"
+#include "zavelo/api/token_renewal_internal.hpp"
 
 namespace zavelo::detail {
 
@@ -15,49 +16,67 @@ namespace zavelo::detail {
 ///     sent -> reply -> answered
 ///              401 -> renewal -> sent again (at most twice) | answered
 ///
-/// Starts on the caller's thread and goes on on the main queue. Whoever will call it back next
-/// keeps it alive.
+/// Starts on the caller's thread and goes on on the main queue. The next callback to it keeps it
+/// alive.
 class Exchange final : public Cancellable, public std::enable_shared_from_this<Exchange> {
  public:
-  [[nodiscard]] static std::shared_ptr<Exchange> create(std::shared_ptr<ApiContext> context,
-                                                        ApiRequest request,
-                                                        std::unique_ptr<EnvelopeSink> sink);
+  /// `session` is the one that the call is made in: if not given, the current one.
+  [[nodiscard]] static std::shared_ptr<Exchange> create(
+      std::shared_ptr<ApiContext> context, ApiRequest request, std::unique_ptr<EnvelopeSink> sink,
+      std::optional<ZVSession> session = std::nullopt);
   ~Exchange() override;
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
 
   void send();
   void cancel() override;
-  /// Ends the transfer under way. What the answer says is decided when its end arrives.
-  void stopTransfer();
-  [[nodiscard]] bool gotResponse() const noexcept { return gotResponse_; }
+  /// The API service is being destroyed.
+  void onServiceEnd();
+  /// The renewal that the call waits for is over.
+  void onRenewed(const TokenRenewal::Result& result);
+
+  /// Whether the caller still waits for its answer. On the main queue.
+  [[nodiscard]] bool isOpen() const noexcept { return sink_ != nullptr; }
+  /// Of the last reply; absent when no HTTP response arrived.
+  [[nodiscard]] std::optional<int> status() const noexcept { return status_; }
+  /// Whether the backend itself answered, with a whole reply and no status of 5xx.
+  [[nodiscard]] bool isAnswered() const noexcept;
+  /// Whether the reply's code has ended the session.
+  [[nodiscard]] bool hasEndedSession() const noexcept { return hasEndedSession_; }
 
  private:
-  using Renewed = ZVAPIResult<std::shared_ptr<const ZVRefreshToken>>;
-
   Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
-           std::unique_ptr<EnvelopeSink> sink);
+           std::unique_ptr<EnvelopeSink> sink, ZVSession session);
 
   void onReply(const std::optional<HttpReply>& reply);
   void onUnauthorized();
-  void renew(const std::string& refreshToken);
-  void onRenewed(const Exchange& renewal, const Renewed& result);
+  void renew(std::shared_ptr<ZVSessionSource> source, ZVSession session);
   void sendAgain();
   void readEnvelope(const HttpReply& reply);
+  void onUndecodable(const HttpReply& reply, const json::Error& fault);
+  void endSession(std::string_view notification);
 
+  void interrupt();
+  void answerInterrupted();
   [[nodiscard]] bool isCancelled();
+  [[nodiscard]] bool isOrphaned() const;  ///< the API service was destroyed
+  [[nodiscard]] bool isResilient() const;
+  bool failIfInterrupted();
   void printLogAndFail(ZVAPIErrorType type, std::string description);
   void fail(ZVAPIError error);
 
   const std::shared_ptr<ApiContext> context_;
   ApiRequest request_;
+  ZVSession session_;  ///< that the call was made in, with the tokens of its last sending
   ExchangeLog log_;
   std::unique_ptr<EnvelopeSink> sink_;  ///< null once answered
-  bool gotResponse_ = false;
+  std::optional<int> status_;
+  bool isBroken_ = false;  ///< the transport failed, perhaps in the middle of the reply
+  bool hasEndedSession_ = false;
 
   std::mutex mutex_;  // guards what follows: cancel() comes from any thread
   std::shared_ptr<HttpTask> task_;
-  std::weak_ptr<Exchange> renewal_;
+  bool isRenewing_ = false;  ///< a renewal is under way, which nothing may cut short
   bool cancelled_ = false;
 };
 

@@ -12,6 +12,8 @@ inline constexpr std::string_view ZaveloBanned = "ZaveloBanned";
 inline constexpr std::string_view ZaveloDidLogInAnotherDevice = "ZaveloDidLogInAnotherDevice";
 /// The session could not be renewed with the refresh token; it is ended right after this.
 inline constexpr std::string_view ZaveloDidRefreshTokenFailed = "ZaveloDidRefreshTokenFailed";
+/// The store could not keep a change of the session: `ZVUserService::storeProblem` says why.
+inline constexpr std::string_view ZaveloStoreDidFail = "ZaveloStoreDidFail";
 
 // Notifications of real-time messaging, posted on the thread of the messaging engine's callback.
 

@@ -1,32 +1,172 @@
 #include "zavelo/services/user_service.hpp"
 
+#include <utility>
+
 #include "zavelo/api/api_request.hpp"
 #include "zavelo/core/log.hpp"
+#include "zavelo/core/notifications.hpp"
+#include "zavelo/services/banned_words.hpp"
 #include "zavelo/services/service_call_internal.hpp"
+#include "zavelo/services/user_session_internal.hpp"
 
 namespace zavelo {
 namespace {
 
 constexpr std::int64_t phone = 1;  // what the backend calls the device's type
 constexpr double profileQuality = 0.5;
+constexpr std::string_view naughtyWordsKey = "ZaveloNaughtyWords";
+
+void warn(const StoreError& error) {
+  ZVLog::w("The session store: " + error.description, ZVLogPosition("ZVUserService"));
+}
+
+detail::UserSession::OnStoreError storeErrorReport(const ZVAPIService& service) {
+  return [queue = std::weak_ptr(service.mainQueue()),
+          centre = service.notifications()](const StoreError& error) {
+    warn(error);
+    if (const auto main = queue.lock()) main->post([centre] { centre->post(ZaveloStoreDidFail); });
+  };
+}
+
+std::vector<std::string> storedWords(KeyValueStore& store) {
+  const auto value = store.get(naughtyWordsKey);
+  if (!value) warn(value.error());
+  const auto* list = value && *value ? std::get_if<std::vector<StoreScalar>>(&**value) : nullptr;
+  if (!list) return {};
+  std::vector<std::string> words;
+  for (const StoreScalar& element : *list) {
+    const auto* word = std::get_if<std::string>(&element);
+    if (!word) return {};
+    words.push_back(*word);
+  }
+  return words;
+}
+
+/// What the caller of a renewal gets: the result, or `cancelled` while the renewal goes on.
+class RenewalAnswer final : public detail::Cancellable,
+                            public std::enable_shared_from_this<RenewalAnswer> {
+ public:
+  using Result = ZVAPIResult<std::shared_ptr<const ZVRefreshToken>>;
+  using Completion = ZVCompletion<std::shared_ptr<const ZVRefreshToken>>;
+
+  RenewalAnswer(std::weak_ptr<Queue> mainQueue, Completion completion)
+      : mainQueue_(std::move(mainQueue)), completion_(std::move(completion)) {}
+
+  void cancel() override {
+    if (const auto queue = mainQueue_.lock())
+      queue->post([self = shared_from_this()] {
+        self->answer(Result::error({ZVAPIErrorType::unknown, errorText::cancelled}));
+      });
+  }
+
+  /// On the main queue.
+  void answer(Result result) {
+    if (const auto completion = std::exchange(completion_, nullptr)) completion(std::move(result));
+  }
+
+ private:
+  const std::weak_ptr<Queue> mainQueue_;
+  Completion completion_;
+};
 
 }  // namespace
 
 std::shared_ptr<ZVUserService> ZVUserService::create(Collaborators collaborators) {
   std::shared_ptr<ZVUserService> service(new ZVUserService(std::move(collaborators)));
-  service->with_.service->setSessionSource(service);
+  service->deps_.service->setSessionSource(service->session_);
   return service;
 }
 
-ZVUserService::ZVUserService(Collaborators collaborators) : with_(std::move(collaborators)) {
-  restore();
+ZVUserService::ZVUserService(Collaborators collaborators)
+    : deps_(std::move(collaborators)),
+      session_(std::make_shared<detail::UserSession>(deps_.userDefaults,
+                                                     storeErrorReport(*deps_.service))),
+      naughtyWords_(std::make_shared<const ZVBannedWords>(storedWords(*deps_.userDefaults))) {}
+
+ZVUserService::~ZVUserService() = default;
+
+std::shared_ptr<ZVUser> ZVUserService::currentUser() const {
+  return session_->user();
+}
+
+bool ZVUserService::isLogin() const {
+  return currentUser() != nullptr;
+}
+
+bool ZVUserService::isGuest() const {
+  const auto user = currentUser();
+  return !user || !user->userInfo;
+}
+
+void ZVUserService::setUser(std::shared_ptr<ZVUser> user) {
+  session_->setUser(std::move(user));
+}
+
+void ZVUserService::updateUser(std::shared_ptr<ZVUser> user) {
+  session_->updateUser(std::move(user));
+}
+
+std::optional<StoreError> ZVUserService::storeProblem() const {
+  return session_->storeProblem();
+}
+
+std::optional<std::string> ZVUserService::accessToken() const {
+  return session_->accessToken();
+}
+
+std::optional<std::string> ZVUserService::refreshToken() const {
+  return session_->refreshToken();
+}
+
+void ZVUserService::refreshTokenWith(const ZVRefreshToken& token) {
+  session_->refreshTokenWith(token);
+}
+
+void ZVUserService::endSession() {
+  session_->endSession();
+}
+
+ZVSession ZVUserService::session() const {
+  return session_->session();
+}
+
+bool ZVUserService::refreshTokenIf(ZVSessionId id, const ZVRefreshToken& token) {
+  return session_->refreshTokenIf(id, token);
+}
+
+bool ZVUserService::endSessionIf(ZVSessionId id) {
+  return session_->endSessionIf(id);
+}
+
+std::vector<std::string> ZVUserService::naughtyWords() const {
+  return bannedWords()->words();
+}
+
+std::shared_ptr<const ZVBannedWords> ZVUserService::bannedWords() const {
+  const std::lock_guard lock(wordsMutex_);
+  return naughtyWords_;
+}
+
+void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
+  std::vector<StoreScalar> list(words.begin(), words.end());
+  auto banned = std::make_shared<const ZVBannedWords>(std::move(words));
+  Status<StoreError> written = noFailure;
+  {
+    const std::lock_guard order(savingWords_);
+    {
+      const std::lock_guard lock(wordsMutex_);
+      naughtyWords_.swap(banned);
+    }
+    written = deps_.userDefaults->set(naughtyWordsKey, std::move(list));
+  }
+  if (!written) warn(written.error());
 }
 
 ZVCall ZVUserService::searchForUser(const std::string& displayName, std::int64_t nextId,
                                     std::int64_t limit,
                                     ZVCompletion<std::shared_ptr<ZVSearchUser>> completion) {
   return detail::call(
-      *with_.service, ZVAPI::searchUser,
+      *deps_.service, ZVAPI::searchUser,
       json::Object{{"displayName", displayName}, {"nextId", nextId}, {"limit", limit}},
       std::move(completion));
 }
@@ -34,7 +174,7 @@ ZVCall ZVUserService::searchForUser(const std::string& displayName, std::int64_t
 ZVCall ZVUserService::getUserStreams(const std::string& userName, std::int64_t nextId,
                                      std::int64_t limit,
                                      ZVCompletion<std::shared_ptr<const ZVUserStream>> completion) {
-  return detail::call(*with_.service, ZVAPI::getUserStream,
+  return detail::call(*deps_.service, ZVAPI::getUserStream,
                       json::Object{{"userName", userName}, {"nextId", nextId}, {"limit", limit}},
                       std::move(completion));
 }
@@ -62,7 +202,7 @@ ZVCall ZVUserService::loginGuest(const std::string& deviceUdid,
 ZVCall ZVUserService::signIn(ZVAPI endpoint, json::Object parameters,
                              ZVCompletion<std::shared_ptr<ZVUser>> completion) {
   return detail::call<std::shared_ptr<ZVUser>>(
-      *with_.service, endpoint, std::move(parameters),
+      *deps_.service, endpoint, std::move(parameters),
       [weak = weak_from_this(), completion = std::move(completion)](auto result) {
         const auto self = weak.lock();
         if (!self) return;
@@ -73,26 +213,30 @@ ZVCall ZVUserService::signIn(ZVAPI endpoint, json::Object parameters,
 
 ZVCall ZVUserService::refreshToken(const std::string& refreshToken,
                                    ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
-  return with_.service->refreshToken(
-      refreshToken, [weak = weak_from_this(), completion = std::move(completion)](auto result) {
-        ZVLog::d(result.isOk() ? "Refresh token: renewed"
-                               : "Refresh token: " + result.error().description,
-                 ZVLogPosition("refreshToken(refreshToken:completion:)"));
-        const auto self = weak.lock();
-        if (self && result.isOk()) self->refreshTokenWith(*result.data());
-        if (completion) completion(std::move(result));
-      });
+  const auto answer =
+      std::make_shared<RenewalAnswer>(deps_.service->mainQueue(), std::move(completion));
+  deps_.service->refreshToken(refreshToken, [session = session_, id = session_->session().id,
+                                             answer](RenewalAnswer::Result result) {
+    ZVLog::d(
+        result.isOk() ? "Refresh token: renewed" : "Refresh token: " + result.error().description,
+        ZVLogPosition("refreshToken(refreshToken:completion:)"));
+    if (result.isOk() && !session->refreshTokenIf(id, *result.data()))
+      result =
+          RenewalAnswer::Result::error({ZVAPIErrorType::unauthorized, errorText::unauthorized});
+    answer->answer(std::move(result));
+  });
+  return ZVCall(answer);
 }
 
 ZVCall ZVUserService::logoutZavelo(ZVCompletion<bool> completion) {
-  return detail::call<bool>(
-      *with_.service, ZVAPI::logoutUser, std::nullopt,
-      [weak = weak_from_this(), completion = std::move(completion)](auto result) {
-        const auto self = weak.lock();
-        if (!self) return;
-        self->endSession();
-        if (completion) completion(std::move(result));
-      });
+  return detail::call<bool>(*deps_.service, ZVAPI::logoutUser, std::nullopt,
+                            [weak = weak_from_this(), id = session_->session().id,
+                             completion = std::move(completion)](auto result) {
+                              const auto self = weak.lock();
+                              if (!self) return;
+                              self->session_->endSessionIf(id);
+                              if (completion) completion(std::move(result));
+                            });
 }
 
 ZVCall ZVUserService::editProfile(const std::string& displayName, const std::string& dob,
@@ -101,12 +245,12 @@ ZVCall ZVUserService::editProfile(const std::string& displayName, const std::str
                                   ZVCompletion<std::shared_ptr<const ZVEditUser>> completion) {
   auto parameters = toParameters(ZVEditProfileRequest{displayName, dob, gender, about});
   if (!image)
-    return detail::call(*with_.service, ZVAPI::editUserProfile, std::move(parameters),
+    return detail::call(*deps_.service, ZVAPI::editUserProfile, std::move(parameters),
                         std::move(completion));
   std::vector<ZVMultiPartData> files;
-  if (auto jpeg = with_.jpegEncoder->encode(*image, profileQuality))
+  if (auto jpeg = deps_.jpegEncoder->encode(*image, profileQuality))
     files.push_back({std::move(*jpeg), "profile", "image/jpeg", "profile.jpeg"});
-  return detail::upload(*with_.service, ZVAPI::editUserProfile, std::move(parameters),
+  return detail::upload(*deps_.service, ZVAPI::editUserProfile, std::move(parameters),
                         std::move(files), std::move(completion));
 }
 
@@ -114,7 +258,7 @@ ZVCall ZVUserService::updatePromoCode(const std::string& promoCode,
                                       const std::string& promoCodeDescription,
                                       ZVCompletion<bool> completion) {
   return detail::call(
-      *with_.service, ZVAPI::updatePromoCode,
+      *deps_.service, ZVAPI::updatePromoCode,
       json::Object{{"promoCode", promoCode}, {"promoCodeDescription", promoCodeDescription}},
       std::move(completion));
 }

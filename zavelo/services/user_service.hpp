@@ -18,6 +18,9 @@
 namespace zavelo {
 
 class ZVBannedWords;
+namespace detail {
+class UserSession;
+}
 
 /// Owns the session: who is signed in, with which tokens, kept in the key-value store so that it
 /// survives a restart; and the backend's operations about users.
@@ -26,10 +29,16 @@ class ZVBannedWords;
 ///     guest       a user without profile   isLogin true,  isGuest true
 ///     member      a user with a profile    isLogin true,  isGuest false
 ///
-/// Any thread. The current user is shared with whoever asked for it: a renewal changes its tokens
-/// in place. Completions arrive on the main queue, exactly once, unless said otherwise; a sign-in
-/// or sign-out whose service is gone when the answer comes does not call back at all. The store's
-/// own failures are logged as warnings and reach no caller.
+/// Any thread. Completions arrive on the main queue, exactly once, unless said otherwise; a sign-in
+/// or sign-out whose service was destroyed before the answer came does not call back at all.
+///
+/// A call belongs to the session in which it was made. A sign-in begins a session, and so does a
+/// `setUser` or `updateUser` with another user; renewals and an `updateUser` with the same user
+/// continue it. What is answered after the session is over (a renewal, a sign-out, a code that ends
+/// the session) does not touch the session that is current by then.
+///
+/// What the store fails to keep is tried again with the next change, with `storeProblem`, and when
+/// the service is destroyed. `ZaveloStoreDidFail` is posted on the main queue.
 class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
                                           public std::enable_shared_from_this<ZVUserService> {
  public:
@@ -42,19 +51,25 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   /// Restores a stored session whose access token is not empty, and becomes the API service's
   /// session source.
   [[nodiscard]] static std::shared_ptr<ZVUserService> create(Collaborators collaborators);
+  ~ZVUserService() override;
   [[nodiscard]] static const std::shared_ptr<ZVUserService>& shared();
 
+  /// Shared with its other readers. A renewal changes the tokens in place: read the record's fields
+  /// on the thread that runs the main queue. `accessToken()` is for the other threads.
   [[nodiscard]] std::shared_ptr<ZVUser> currentUser() const;
   [[nodiscard]] bool isLogin() const;
   [[nodiscard]] bool isGuest() const;
   /// Stores the record and makes it the current user; one that cannot be stored is current all the
-  /// same.
+  /// same. Null signs out.
   void setUser(std::shared_ptr<ZVUser> user);
-  /// Makes the record the current user; stores it only when it has a profile.
+  /// Makes the record the current user; stores it only when it has a profile. Null signs out.
   void updateUser(std::shared_ptr<ZVUser> user);
   /// Overwrites the current user's three tokens, with absent ones too; stores a user with a
-  /// profile. Does nothing when nobody is signed in.
+  /// profile. Does nothing when no user is signed in.
   void refreshTokenWith(const ZVRefreshToken& token) override;
+  /// Why the store does not hold the session as it is, or could not be read; tries again first.
+  /// Until it is absent, the next start may find an older session.
+  [[nodiscard]] std::optional<StoreError> storeProblem() const;
 
   /// The banned words of the profanity filter.
   [[nodiscard]] std::vector<std::string> naughtyWords() const;
@@ -73,10 +88,11 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
                      ZVCompletion<std::shared_ptr<ZVUser>> completion);
   ZVCall loginGuest(const std::string& deviceUdid,
                     ZVCompletion<std::shared_ptr<ZVUser>> completion);
-  /// Buys new tokens and takes them over.
+  /// Buys new tokens and takes them over. Cancelling answers the caller; the tokens are taken over
+  /// all the same.
   ZVCall refreshToken(const std::string& refreshToken,
                       ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
-  /// Ends the session whatever the backend answers.
+  /// Ends the session, whatever the backend answers.
   ZVCall logoutZavelo(ZVCompletion<bool> completion);
   /// `image` travels as JPEG of quality 0.5; one that cannot be encoded is left out. The session
   /// keeps its profile: pass the answer's on with `updateUser` if it shall change.
@@ -91,6 +107,9 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   [[nodiscard]] std::optional<std::string> accessToken() const override;
   [[nodiscard]] std::optional<std::string> refreshToken() const override;
   void endSession() override;
+  [[nodiscard]] ZVSession session() const override;
+  bool refreshTokenIf(ZVSessionId id, const ZVRefreshToken& token) override;
+  bool endSessionIf(ZVSessionId id) override;
 
   // What the profanity filter asks.
   /// The same object until the words change; never null.
@@ -99,15 +118,13 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
  private:
   explicit ZVUserService(Collaborators collaborators);
 
-  void restore();
-  void store(const ZVUser& user);
-  void makeCurrent(std::shared_ptr<ZVUser> user);
   ZVCall signIn(ZVAPI endpoint, json::Object parameters,
                 ZVCompletion<std::shared_ptr<ZVUser>> completion);
 
-  const Collaborators with_;
-  mutable std::mutex mutex_;  // guards what follows, the current user's tokens included
-  std::shared_ptr<ZVUser> user_;
+  const Collaborators deps_;
+  const std::shared_ptr<detail::UserSession> session_;
+  std::mutex savingWords_;         // held while the words change, here and in the store
+  mutable std::mutex wordsMutex_;  // guards what follows
   std::shared_ptr<const ZVBannedWords> naughtyWords_;
 };
 

@@ -1,152 +1,194 @@
 #include <algorithm>
+#include <atomic>
+#include <string_view>
+#include <utility>
 
-#include "zavelo/core/log.hpp"
 #include "zavelo/json/json.hpp"
-#include "zavelo/services/banned_words.hpp"
-#include "zavelo/services/user_service.hpp"
+#include "zavelo/services/user_session_internal.hpp"
 
-// The session's half of the user service: what is current, and what is kept in the store.
-
-namespace zavelo {
+namespace zavelo::detail {
 namespace {
 
 constexpr std::string_view userKey = "ZVUser";
-constexpr std::string_view naughtyWordsKey = "ZaveloNaughtyWords";
 
-void warn(const StoreError& error) {
-  ZVLog::w("The session store: " + error.description, ZVLogPosition("ZVUserService"));
-}
-
-void warnOf(const Status<StoreError>& status) {
-  if (!status) warn(status.error());
-}
-
-template <class T>
-const T* scalarOf(const StoreValue& value) {
-  const auto* scalar = std::get_if<StoreScalar>(&value);
-  return scalar != nullptr ? std::get_if<T>(scalar) : nullptr;
-}
-
-std::optional<StoreValue> stored(KeyValueStore& store, std::string_view key) {
-  auto value = store.get(key);
-  if (value) return std::move(*value);
-  warn(value.error());
-  return std::nullopt;
-}
-
-std::shared_ptr<ZVUser> storedUser(KeyValueStore& store) {
-  const auto value = stored(store, userKey);
-  const auto* data = value ? scalarOf<std::vector<std::byte>>(*value) : nullptr;
-  if (data == nullptr) return nullptr;
+std::shared_ptr<ZVUser> decoded(const std::optional<StoreValue>& value) {
+  const auto* scalar = value ? std::get_if<StoreScalar>(&*value) : nullptr;
+  const auto* data = scalar ? std::get_if<std::vector<std::byte>>(scalar) : nullptr;
+  if (!data) return nullptr;
   const std::string_view text(reinterpret_cast<const char*>(data->data()), data->size());
   auto user = json::decode<std::shared_ptr<ZVUser>>(text);
   if (!user || (*user)->accessToken.value_or("").empty()) return nullptr;
   return *user;
 }
 
-std::vector<std::string> storedWords(KeyValueStore& store) {
-  const auto value = stored(store, naughtyWordsKey);
-  const auto* list = value ? std::get_if<std::vector<StoreScalar>>(&*value) : nullptr;
-  if (list == nullptr) return {};
-  std::vector<std::string> words;
-  for (const StoreScalar& element : *list) {
-    const auto* word = std::get_if<std::string>(&element);
-    if (word == nullptr) return {};
-    words.push_back(*word);
+/// Absent when the record cannot be written as JSON.
+std::optional<std::vector<std::byte>> encoded(const ZVUser& user) {
+  const auto text = json::encode(user);
+  if (!text) return std::nullopt;
+  std::vector<std::byte> data(text->size());
+  std::transform(text->begin(), text->end(), data.begin(),
+                 [](char c) { return static_cast<std::byte>(c); });
+  return data;
+}
+
+bool hasSameTokens(const ZVUser& a, const ZVUser& b) {
+  return a.accessToken == b.accessToken && a.refreshToken == b.refreshToken;
+}
+
+/// The first identity that both records have decides. Records without one are of the same user when
+/// they share a token.
+bool isSameUser(const ZVUser& a, const ZVUser& b) {
+  if (a.userInfo && b.userInfo) {
+    if (a.userInfo->userId && b.userInfo->userId) return a.userInfo->userId == b.userInfo->userId;
+    if (a.userInfo->userName && b.userInfo->userName)
+      return a.userInfo->userName == b.userInfo->userName;
   }
-  return words;
+  if (a.userName && b.userName) return a.userName == b.userName;
+  if (a.guestId && b.guestId) return a.guestId == b.guestId;
+  return (a.accessToken && a.accessToken == b.accessToken) ||
+         (a.refreshToken && a.refreshToken == b.refreshToken);
+}
+
+ZVSessionId newId() {
+  static std::atomic<ZVSessionId> last{0};
+  return ++last;
 }
 
 }  // namespace
 
-void ZVUserService::restore() {
-  user_ = storedUser(*with_.userDefaults);
-  naughtyWords_ = std::make_shared<const ZVBannedWords>(storedWords(*with_.userDefaults));
+UserSession::UserSession(std::shared_ptr<KeyValueStore> store, OnStoreError onStoreError)
+    : store_(std::move(store)), onStoreError_(std::move(onStoreError)) {
+  auto stored = store_->get(userKey);
+  if (stored) {
+    user_ = decoded(*stored);
+  } else {
+    problem_ = std::move(stored).error();
+    onStoreError_(*problem_);
+  }
+  if (user_) id_ = newId();
 }
 
-void ZVUserService::store(const ZVUser& user) {
-  const auto text = json::encode(user);
-  if (!text) return;
-  std::vector<std::byte> data(text->size());
-  std::transform(text->begin(), text->end(), data.begin(),
-                 [](char c) { return static_cast<std::byte>(c); });
-  warnOf(with_.userDefaults->set(userKey, StoreScalar(std::move(data))));
+UserSession::~UserSession() {
+  (void)writeUnwritten();
 }
 
-void ZVUserService::makeCurrent(std::shared_ptr<ZVUser> user) {
-  const std::lock_guard lock(mutex_);
-  user_.swap(user);
-}
-
-std::shared_ptr<ZVUser> ZVUserService::currentUser() const {
+std::shared_ptr<ZVUser> UserSession::user() const {
   const std::lock_guard lock(mutex_);
   return user_;
 }
 
-bool ZVUserService::isLogin() const {
-  return currentUser() != nullptr;
+std::optional<std::string> UserSession::accessToken() const {
+  return session().accessToken;
 }
 
-bool ZVUserService::isGuest() const {
-  const auto user = currentUser();
-  return !user || !user->userInfo;
+std::optional<std::string> UserSession::refreshToken() const {
+  return session().refreshToken;
 }
 
-void ZVUserService::setUser(std::shared_ptr<ZVUser> user) {
-  if (user) store(*user);
-  makeCurrent(std::move(user));
+ZVSession UserSession::session() const {
+  const std::lock_guard lock(mutex_);
+  if (!user_) return {};
+  return {id_, user_->accessToken, user_->refreshToken};
 }
 
-void ZVUserService::updateUser(std::shared_ptr<ZVUser> user) {
-  if (user && user->userInfo) store(*user);
-  makeCurrent(std::move(user));
+void UserSession::setUser(std::shared_ptr<ZVUser> user) {
+  if (!user) return endSession();
+  change([&] {
+    write(*user);
+    const bool isContinued =
+        user_ && (user == user_ || (isSameUser(*user_, *user) && hasSameTokens(*user_, *user)));
+    makeCurrent(std::move(user), isContinued ? id_ : newId());
+    return true;
+  });
 }
 
-void ZVUserService::refreshTokenWith(const ZVRefreshToken& token) {
-  std::optional<ZVUser> changed;
+void UserSession::updateUser(std::shared_ptr<ZVUser> user) {
+  if (!user) return endSession();
+  change([&] {
+    if (user->userInfo) write(*user);
+    const bool isContinued = user_ && isSameUser(*user_, *user);
+    makeCurrent(std::move(user), isContinued ? id_ : newId());
+    return true;
+  });
+}
+
+void UserSession::refreshTokenWith(const ZVRefreshToken& token) {
+  renew(std::nullopt, token);
+}
+
+bool UserSession::refreshTokenIf(ZVSessionId id, const ZVRefreshToken& token) {
+  return renew(id, token);
+}
+
+void UserSession::endSession() {
+  end(std::nullopt);
+}
+
+bool UserSession::endSessionIf(ZVSessionId id) {
+  return end(id);
+}
+
+bool UserSession::renew(std::optional<ZVSessionId> id, const ZVRefreshToken& token) {
+  return change([&] {
+    if (id && *id != id_) return false;
+    if (!user_) return true;
+    {
+      const std::lock_guard lock(mutex_);
+      user_->accessToken = token.accessToken;
+      user_->refreshToken = token.refreshToken;
+      user_->expires = token.expires;
+    }
+    if (user_->userInfo) write(*user_);
+    return true;
+  });
+}
+
+bool UserSession::end(std::optional<ZVSessionId> id) {
+  return change([&] {
+    if (id && *id != id_) return false;
+    makeCurrent(nullptr, 0);
+    unwritten_ = Stored();
+    return true;
+  });
+}
+
+std::optional<StoreError> UserSession::storeProblem() {
+  const std::lock_guard order(writing_);
+  if (unwritten_) problem_ = writeUnwritten();
+  return problem_ ? problem_ : store_->pendingProblem();
+}
+
+template <class Change>
+bool UserSession::change(const Change& change) {
+  bool isDone = false;
+  std::optional<StoreError> failure;
   {
-    const std::lock_guard lock(mutex_);
-    if (!user_) return;
-    user_->accessToken = token.accessToken;
-    user_->refreshToken = token.refreshToken;
-    user_->expires = token.expires;
-    changed = *user_;
+    const std::lock_guard order(writing_);
+    isDone = change();
+    if (unwritten_) failure = problem_ = writeUnwritten();
   }
-  if (changed->userInfo) store(*changed);
+  if (failure) onStoreError_(*failure);
+  return isDone;
 }
 
-std::optional<std::string> ZVUserService::accessToken() const {
+void UserSession::makeCurrent(std::shared_ptr<ZVUser> user, ZVSessionId id) {
   const std::lock_guard lock(mutex_);
-  return user_ ? user_->accessToken : std::nullopt;
+  user_.swap(user);
+  id_ = id;
 }
 
-std::optional<std::string> ZVUserService::refreshToken() const {
-  const std::lock_guard lock(mutex_);
-  return user_ ? user_->refreshToken : std::nullopt;
+/// A record that cannot be written as JSON leaves the store as it was.
+void UserSession::write(const ZVUser& user) {
+  if (auto data = encoded(user)) unwritten_ = std::move(data);
 }
 
-void ZVUserService::endSession() {
-  makeCurrent(nullptr);
-  warnOf(with_.userDefaults->remove(userKey));
+std::optional<StoreError> UserSession::writeUnwritten() {
+  if (!unwritten_) return std::nullopt;
+  auto written =
+      *unwritten_ ? store_->set(userKey, StoreScalar(**unwritten_)) : store_->remove(userKey);
+  if (!written) return std::move(written).error();
+  unwritten_.reset();
+  return std::nullopt;
 }
 
-std::vector<std::string> ZVUserService::naughtyWords() const {
-  return bannedWords()->words();
-}
-
-std::shared_ptr<const ZVBannedWords> ZVUserService::bannedWords() const {
-  const std::lock_guard lock(mutex_);
-  return naughtyWords_;
-}
-
-void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
-  std::vector<StoreScalar> list(words.begin(), words.end());
-  auto banned = std::make_shared<const ZVBannedWords>(std::move(words));
-  {
-    const std::lock_guard lock(mutex_);
-    naughtyWords_.swap(banned);
-  }
-  warnOf(with_.userDefaults->set(naughtyWordsKey, std::move(list)));
-}
-
-}  // namespace zavelo
+}  // namespace zavelo::detail

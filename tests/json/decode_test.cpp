@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "tests/support/fault_of.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/models/user.hpp"
@@ -53,20 +55,78 @@ TEST(DecodeInteger, CountsHoweverItIsWrittenButNeverAFraction) {
   EXPECT_EQ(guestId("1234567890123456"), 1234567890123456);
   EXPECT_EQ(guestId("9223372036854775807"), INT64_MAX);
   EXPECT_EQ(guestId("-9223372036854775808"), INT64_MIN);
-  for (const char* refused : {"1.5", "9223372036854775808", "-9223372036854775809", "1e19", "1e-1",
-                              "99999999999999999999", "1e999999999999999999999"})
-    EXPECT_EQ(guestId(refused), std::nullopt) << refused;
+}
+
+TEST(DecodeNumber, IsJudgedByItsSizeAndNotByItsSpelling) {
+  const std::string zeros(400, '0');
+  const std::string manyZeros(70'000, '0');
+  const auto guestId = [](const std::string& number) {
+    return faultOf<ZVUser>("{\"guestId\":" + number + " }");
+  };
+  for (const std::string& fraction :
+       {std::string("1.5"), std::string("1e-1"), "0." + zeros + "1e+5", "-1" + zeros + "e-402"})
+    EXPECT_EQ(guestId(fraction), "guestId: expected integer") << fraction;
+  for (const std::string& beyond :
+       {std::string("9223372036854775808"), std::string("-9223372036854775809"),
+        std::string("1e19"), std::string("1e999"), std::string("1e9223372036854775807"),
+        "1" + zeros, "-1" + zeros + "e-100", "0." + zeros + "1e500"})
+    EXPECT_EQ(guestId(beyond), "guestId: integer out of range") << beyond;
+  EXPECT_EQ(*json::decode<std::int64_t>("12" + zeros + "e-400"), 12);
+
+  const auto number = [](const std::string& text) { return json::decode<double>(text).value(); };
+  EXPECT_EQ(number("1" + zeros + "e-400"), 1.0);
+  EXPECT_EQ(number("0." + manyZeros + "25e70001"), 2.5);
+  EXPECT_EQ(number("-25" + manyZeros + "e-70001"), -2.5);
+  EXPECT_EQ(number("0." + zeros + "1e+5"), 0.0);
+  EXPECT_TRUE(std::signbit(number("-1e-999")));
+  EXPECT_EQ(number("0e999999999999999999999"), 0.0);
+  for (const std::string& beyond : {std::string("-1e999"), "1" + zeros, "1" + zeros + "e-50",
+                                    "0." + zeros + "1e+999", "0." + manyZeros + "1e700000"}) {
+    EXPECT_EQ(faultOf<double>(beyond), "number out of range");
+    EXPECT_EQ(faultOf<json::Value>("[" + beyond + "]"), "[0]: number out of range");
+    EXPECT_EQ(faultOf<ZVUser>("{\"unknown\":[" + beyond + "]}"), "");
+  }
+  EXPECT_EQ(faultOf<ZVUser>("{\"unknown\":1e}"), "unknown: invalid JSON");
 }
 
 TEST(DecodeText, RefusesWhatIsNotUtf8OrNoJsonOrTooDeep) {
   EXPECT_EQ(faultOf<ZVUser>("{\"accessToken\":\"\xC3\"}"), "invalid UTF-8");
-  EXPECT_EQ(faultOf<ZVUser>(R"({"accessToken":"\ud800"})"),
+  EXPECT_EQ(faultOf<ZVUser>(R"({"accessToken":"\ud800\u12G4"})"),
             "accessToken: invalid JSON: no such escape in a text");
   EXPECT_EQ(faultOf<ZVUser>(R"({"unknown":[1,{"y":tru}]})"), "unknown[1].y: invalid JSON");
   EXPECT_EQ(faultOf<ZVUser>("{} {}"), "invalid JSON: more behind the value");
   const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
   EXPECT_TRUE(faultOf<json::Value>(deep).ends_with("nested too deeply"));
   EXPECT_LT(faultOf<json::Value>(deep).size(), 400u);
+}
+
+TEST(DecodeText, HalfASurrogatePairBecomesTheReplacementCharacter) {
+  const std::pair<const char*, const char*> texts[] = {
+      {R"(\ud83d)", "\uFFFD"},
+      {R"(a\ude00b)", "a\uFFFDb"},
+      {R"(\ude00\ud83d)", "\uFFFD\uFFFD"},
+      {R"(\ud83d\ud83d\ude00\n)", "\uFFFD\U0001F600\n"},
+      {R"(\ud83d\u0041\ud83dx)", "\uFFFDA\uFFFDx"},
+  };
+  for (const auto& [written, meant] : texts) {
+    for (const std::string& before : {std::string(), std::string(100, 'x')}) {
+      const std::string text = '"' + before + written + '"';
+      EXPECT_EQ(*json::decode<std::string>(text), before + meant) << text;
+      EXPECT_EQ(*json::decode<json::Value>("{" + text + ":" + text + "}"),
+                (json::Object{{before + meant, before + meant}}));
+    }
+  }
+}
+
+TEST(DecodeText, AByteOrderMarkIsIgnoredAtTheStartOnly) {
+  std::string roomy = "\uFEFF{\"guestId\":7}";
+  EXPECT_EQ(json::decode<ZVUser>(roomy)->guestId, 7);
+  roomy.reserve(roomy.size() + json::paddingBytes);
+  EXPECT_EQ(json::decode<ZVUser>(roomy)->guestId, 7);
+  EXPECT_EQ(*json::decode<std::string>("\uFEFF\"\uFEFF\""), "\uFEFF");
+  EXPECT_EQ(faultOf<json::Value>("\uFEFF\uFEFF1"), "invalid JSON");
+  EXPECT_EQ(faultOf<json::Value>("[\uFEFF1]"), "[0]: invalid JSON");
+  EXPECT_NE(faultOf<json::Value>("\uFEFF"), "");
 }
 
 TEST(DecodeText, ReadsATextInPlaceAndACopyAlike) {

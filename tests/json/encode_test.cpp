@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
+#include <cmath>
 #include <limits>
 #include <locale>
 
@@ -66,6 +67,10 @@ TEST(NumberText, IsShortestRecognisablyRealAndWithoutALocale) {
   EXPECT_EQ(numberText(1e16), "10000000000000000.0");
   EXPECT_EQ(numberText(1e17), "1e+17");
   EXPECT_EQ(numberText(std::int64_t{-5}), "-5");
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(numberText(nan), "nan");
+  EXPECT_EQ(numberText(std::copysign(nan, -1.0)), "nan");
+  EXPECT_EQ(numberText(-std::numeric_limits<double>::infinity()), "-inf");
 }
 
 // A numeric punctuation as in Germany or India, whichever locales the machine has.

@@ -99,13 +99,18 @@ TEST(ListReader, FindsTheFaultsThatReadingTheWholeFinds) {
                            "[{\"guestId\":1",
                            "[{\"userName\":\"\\q\"}]",
                            "[{\"userName\":\"\xFF\"}]",
-                           "[{\"userName\":\"a\nb\"}]"})
+                           "[{\"userName\":\"a\nb\"}]",
+                           "\uFEFF [{}]",
+                           "\uFEFF\uFEFF[{}]",
+                           "[{\"guestId\":1e999}]",
+                           "[{\"unknown\":1e999,\"userName\":\"\\ud83d\"}]"})
     expectReadAsWhole(text);
 }
 
 TEST(ListReader, TellsWhichElementOfALongListIsWrong) {
   std::string text = longList(12'000);
   expectReadAsWhole(text.substr(0, text.size() - 3));
+  expectReadAsWhole("\uFEFF" + text);
   const auto at = text.find(R"("guestId":7001)");
   text.replace(at, 14, R"("guestId":true)");
   json::TextInMemory source(text);

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace zavelo {
 namespace {
@@ -23,6 +24,8 @@ char* writeNumberText(char* out, std::int64_t value) noexcept {
 }
 
 char* writeNumberText(char* out, double value) noexcept {
+  // The sign of a NaN says nothing about the value.
+  if (std::isnan(value)) value = std::numeric_limits<double>::quiet_NaN();
   if (!std::isfinite(value)) return std::to_chars(out, out + numberTextLimit, value).ptr;
   if (!isPlain(value))
     return std::to_chars(out, out + numberTextLimit, value, std::chars_format::scientific).ptr;

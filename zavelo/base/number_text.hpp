@@ -9,7 +9,7 @@ namespace zavelo {
 
 /// The text of a number as a person and a backend read it, whatever the process's locale: the
 /// shortest digits that read back as the same value, always recognisable as a real ("10.0", "0.1",
-/// "1e-05", "1e+17"; "nan", "inf", "-inf").
+/// "1e-05", "1e+17"; "inf", "-inf", and "nan" whatever its sign).
 [[nodiscard]] ZAVELO_EXPORT std::string numberText(double value);
 [[nodiscard]] ZAVELO_EXPORT std::string numberText(std::int64_t value);
 

@@ -17,8 +17,8 @@ struct ZVColor {
   bool operator==(const ZVColor&) const = default;
 
   /// Reads "#RRGGBB", "AARRGGBB" (alpha first) or "RGB"; what surrounds the digits is trimmed. A
-  /// text whose start is not hexadecimal gives the default colour, a number of another length
-  /// opaque black.
+  /// text whose start is not hexadecimal gives the default colour, and so does an empty text, also
+  /// one that is empty after trimming ("#"). A number of another length gives opaque black.
   [[nodiscard]] ZAVELO_EXPORT static ZVColor getColorFrom(std::string_view hex);
 
   /// "#RRGGBB"; alpha is dropped. No value for the default colour.

@@ -1,4 +1,5 @@
 #include <bit>
+#include <cmath>
 #include <utility>
 
 #include "zavelo/json/blocks_internal.hpp"
@@ -95,14 +96,22 @@ class Decoder {
     const std::string_view token = tokens_.whole(at);
     auto value = plainInteger(token);
     if (!value) value = exactInteger(token);
-    if (!value) return mismatch(at, "integer");
+    if (!value) return noInteger(at);
     out = *value;
     return at + 1;
+  }
+
+  Place noInteger(Place at) {
+    constexpr double limit = 9223372036854775808.0;  // 2^63
+    const auto size = real(tokens_.whole(at));
+    return size && std::fabs(*size) >= limit ? fail("integer out of range")
+                                             : mismatch(at, "integer");
   }
 
   Place number(Place at, double& out) {
     const auto value = real(tokens_.whole(at));
     if (!value) return mismatch(at, "number");
+    if (std::isinf(*value)) return fail("number out of range");
     out = *value;
     return at + 1;
   }
@@ -272,6 +281,8 @@ class Decoder {
       default:
         break;
     }
+    // A number that is not kept may be larger than any that could be.
+    if (out == nullptr) return isNumber(tokens_.whole(at)) ? at + 1 : notJson();
     if (const auto integer = plainInteger(tokens_.whole(at)))
       return keep(out, *integer, [&](std::int64_t&) { return at + 1; });
     return keep(out, 0.0, [&](double& held) { return number(at, held); });
@@ -327,6 +338,10 @@ Place decodeValue(const Tokens& tokens, Place at, const Codec& codec, void* out,
 
 std::optional<Error> decodeInto(Input text, const Codec& codec, void* out) {
   static thread_local Tokens tokens;
+  const std::size_t mark = byteOrderMarkSize({text.data, text.size});
+  text.data += mark;
+  text.size -= mark;
+  text.capacity -= mark;
   Error error;
   Decoder decoder(tokens, error);
   if (auto fault = tokens.load(text)) {

@@ -37,10 +37,11 @@ namespace detail {
                                                                   const void* value);
 }  // namespace detail
 
-/// Reads one JSON text (RFC 8259, UTF-8) as a T: a record, a `std::shared_ptr` to one, a list, a
-/// scalar or a `Value`. Every field of a record is optional and null is absent; unknown keys are
-/// passed over but must be sound JSON; of a key that stands twice the last one holds. A value of
-/// the wrong type fails the whole.
+/// Reads one JSON text (RFC 8259, UTF-8, a byte order mark is ignored) as a T: a record, a
+/// `std::shared_ptr` to one, a list, a scalar or a `Value`. Every field of a record is optional and
+/// null is absent; unknown keys are skipped but must be well-formed JSON; of a key that is given
+/// twice the last one counts. A value of the wrong type, or a number beyond the range of its type,
+/// fails the whole. Half a surrogate pair in a text ("\ud83d") becomes U+FFFD.
 template <class T>
 [[nodiscard]] Result<T, Error> decode(Input text) {
   T value{};

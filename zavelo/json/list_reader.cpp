@@ -58,6 +58,7 @@ class ListReader {
   }
 
   bool start() {
+    begin_ += detail::byteOrderMarkSize({window_.data(), filled_});
     while (begin_ < filled_ && isSpace(window_[begin_])) ++begin_;
     started_ = begin_ < filled_ && window_[begin_] == '[';
     if (started_) ++begin_;

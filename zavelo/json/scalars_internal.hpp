@@ -26,11 +26,12 @@ namespace zavelo::json::detail {
 [[nodiscard]] std::optional<std::int64_t> exactInteger(std::string_view token) noexcept;
 
 [[nodiscard]] bool isNumber(std::string_view token) noexcept;
-/// The nearest real of a JSON number. No value when the text is not one, or is out of range.
-[[nodiscard]] std::optional<double> real(std::string_view token) noexcept;
+/// The nearest real of a JSON number: zero when it is too small for any other, infinite when it is
+/// too large. No value when the text is not a number.
+[[nodiscard]] std::optional<double> real(std::string_view token);
 
-/// Makes `out` what a JSON text says between its quotes, escapes resolved. False when an escape is
-/// not one (RFC 8259 section 7) or names half a surrogate pair.
+/// Makes `out` what a JSON text says between its quotes, escapes resolved. Half a surrogate pair
+/// becomes U+FFFD. False when an escape is not one (RFC 8259 section 7).
 [[nodiscard]] bool unescape(std::string_view raw, std::string& out);
 
 }  // namespace zavelo::json::detail

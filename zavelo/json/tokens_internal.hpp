@@ -10,6 +10,12 @@
 
 namespace zavelo::json::detail {
 
+/// How many bytes of a text's beginning are a byte order mark, which a reader may ignore (RFC 8259
+/// section 8.1).
+[[nodiscard]] inline std::size_t byteOrderMarkSize(std::string_view text) noexcept {
+  return text.starts_with("\xEF\xBB\xBF") ? 3 : 0;
+}
+
 /// Where a token begins: a place in the list that `Tokens` made. Passed by value and returned, so
 /// that it stays in a register from one token to the next; null once a fault was found.
 using Place = const std::uint32_t*;

@@ -38,21 +38,27 @@ char* writeUtf8(char* out, std::uint32_t codePoint) noexcept {
   return out;
 }
 
-/// Reads the digits behind "\u", and a second escape when the first is half of a surrogate pair.
+bool isHighSurrogate(std::uint32_t unit) noexcept {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+bool isLowSurrogate(std::uint32_t unit) noexcept {
+  return unit >= 0xDC00 && unit < 0xE000;
+}
+
+/// Reads the digits after "\u", and a second escape when the first is half of a surrogate pair. A
+/// half alone is what a sender leaves that cuts a text by its UTF-16 units: not worth losing the
+/// page for, but UTF-8 has no form for it.
 std::optional<std::uint32_t> takeCodePoint(std::string_view& raw) noexcept {
-  auto codePoint = fourHexDigits(raw);
-  if (!codePoint) return std::nullopt;
+  constexpr std::uint32_t replacementCharacter = 0xFFFD;
+  const auto first = fourHexDigits(raw);
+  if (!first) return std::nullopt;
   raw.remove_prefix(4);
-  if (*codePoint >= 0xD800 && *codePoint < 0xDC00) {
-    if (!raw.starts_with("\\u")) return std::nullopt;
-    const auto low = fourHexDigits(raw.substr(2));
-    if (!low || *low < 0xDC00 || *low > 0xDFFF) return std::nullopt;
-    raw.remove_prefix(6);
-    codePoint = 0x10000 + ((*codePoint - 0xD800) << 10) + (*low - 0xDC00);
-  } else if (*codePoint >= 0xDC00 && *codePoint < 0xE000) {
-    return std::nullopt;
-  }
-  return codePoint;
+  if (isLowSurrogate(*first)) return replacementCharacter;
+  if (!isHighSurrogate(*first)) return first;
+  const auto second = raw.starts_with("\\u") ? fourHexDigits(raw.substr(2)) : std::nullopt;
+  if (!second || !isLowSurrogate(*second)) return replacementCharacter;
+  raw.remove_prefix(6);
+  return 0x10000 + ((*first - 0xD800) << 10) + (*second - 0xDC00);
 }
 
 char plainEscape(char c) noexcept {

@@ -64,7 +64,8 @@ TEST(DecodeNumber, IsJudgedByItsSizeAndNotByItsSpelling) {
     return faultOf<ZVUser>("{\"guestId\":" + number + " }");
   };
   for (const std::string& fraction :
-       {std::string("1.5"), std::string("1e-1"), "0." + zeros + "1e+5", "-1" + zeros + "e-402"})
+       {std::string("1.5"), std::string("1e-1"), std::string("9223372036854775807.5"),
+        "0." + zeros + "1e+5", "-1" + zeros + "e-402"})
     EXPECT_EQ(guestId(fraction), "guestId: expected integer") << fraction;
   for (const std::string& beyond :
        {std::string("9223372036854775808"), std::string("-9223372036854775809"),

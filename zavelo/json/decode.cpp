@@ -94,18 +94,18 @@ class Decoder {
 
   Place integer(Place at, std::int64_t& out) {
     const std::string_view token = tokens_.whole(at);
-    auto value = plainInteger(token);
-    if (!value) value = exactInteger(token);
-    if (!value) return noInteger(at);
-    out = *value;
-    return at + 1;
-  }
-
-  Place noInteger(Place at) {
-    constexpr double limit = 9223372036854775808.0;  // 2^63
-    const auto size = real(tokens_.whole(at));
-    return size && std::fabs(*size) >= limit ? fail("integer out of range")
-                                             : mismatch(at, "integer");
+    if (const auto plain = plainInteger(token)) {
+      out = *plain;
+      return at + 1;
+    }
+    switch (exactInteger(token, out)) {
+      case IntegerFault::none:
+        return at + 1;
+      case IntegerFault::outOfRange:
+        return fail("integer out of range");
+      default:
+        return mismatch(at, "integer");
+    }
   }
 
   Place number(Place at, double& out) {

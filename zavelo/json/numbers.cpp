@@ -173,10 +173,11 @@ std::optional<double> real(std::string_view token) {
   return parts->negative ? -value : value;
 }
 
-std::optional<std::int64_t> exactInteger(std::string_view token) noexcept {
+IntegerFault exactInteger(std::string_view token, std::int64_t& out) noexcept {
   const auto parts = split(token);
-  if (!parts) return std::nullopt;
-  if (isZero(*parts)) return 0;
+  if (!parts) return IntegerFault::notInteger;
+  out = 0;
+  if (isZero(*parts)) return IntegerFault::none;
 
   const auto wholeSize = static_cast<std::int64_t>(parts->whole.size());
   const auto size = wholeSize + static_cast<std::int64_t>(parts->fraction.size());
@@ -186,16 +187,17 @@ std::optional<std::int64_t> exactInteger(std::string_view token) noexcept {
     const auto at = static_cast<std::size_t>(i < wholeSize ? i : i - wholeSize);
     const int digit = (i < wholeSize ? parts->whole[at] : parts->fraction[at]) - '0';
     if (i >= point) {
-      if (digit != 0) return std::nullopt;
+      if (digit != 0) return IntegerFault::notInteger;
     } else if (!appendDigit(value, digit)) {
-      return std::nullopt;
+      return IntegerFault::outOfRange;
     }
   }
   for (std::int64_t i = size; i < point; ++i)
-    if (!appendDigit(value, 0)) return std::nullopt;
-  if (parts->negative) return value;
-  if (value == std::numeric_limits<std::int64_t>::min()) return std::nullopt;
-  return -value;
+    if (!appendDigit(value, 0)) return IntegerFault::outOfRange;
+  if (!parts->negative && value == std::numeric_limits<std::int64_t>::min())
+    return IntegerFault::outOfRange;
+  out = parts->negative ? value : -value;
+  return IntegerFault::none;
 }
 
 }  // namespace zavelo::json::detail

@@ -20,10 +20,15 @@ namespace zavelo::json::detail {
   return longInteger(token);
 }
 
-/// The integer that a JSON number says, however it is written ("10", "1.0e1"). No value when the
-/// text is not a JSON number (RFC 8259 section 6), has a fraction, or does not fit in 64 bits.
-/// Exact: a real in between would lose digits.
-[[nodiscard]] std::optional<std::int64_t> exactInteger(std::string_view token) noexcept;
+enum class IntegerFault {
+  none,
+  notInteger,  ///< no JSON number (RFC 8259 section 6), or one that has a fraction
+  outOfRange,  ///< beyond 64 bits
+};
+
+/// Reads the integer that a JSON number says, however it is written ("10", "1.0e1"). Exact: a real
+/// in between would lose digits.
+[[nodiscard]] IntegerFault exactInteger(std::string_view token, std::int64_t& out) noexcept;
 
 [[nodiscard]] bool isNumber(std::string_view token) noexcept;
 /// The nearest real of a JSON number: zero when it is too small for any other, infinite when it is

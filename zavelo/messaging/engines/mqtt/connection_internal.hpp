@@ -103,7 +103,6 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
   std::weak_ptr<MqttListener> listener_;
   const std::chrono::milliseconds requestTimeout_, tickTime_;
   mosquitto* handle_ = nullptr;
-  bool failed_ = false;
   std::map<int, Request> requests_;
   std::vector<Event> events_;  // what happened inside the last call into the library
   MqttLoop::Clock::time_point nextTick_;

@@ -281,10 +281,10 @@ class Decoder {
       default:
         break;
     }
-    // A number that is not kept may be larger than any that could be.
-    if (out == nullptr) return isNumber(tokens_.whole(at)) ? at + 1 : notJson();
     if (const auto integer = plainInteger(tokens_.whole(at)))
       return keep(out, *integer, [&](std::int64_t&) { return at + 1; });
+    // A number that is not kept may be larger than any that could be.
+    if (out == nullptr) return isNumber(tokens_.whole(at)) ? at + 1 : notJson();
     return keep(out, 0.0, [&](double& held) { return number(at, held); });
   }
 

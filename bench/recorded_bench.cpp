@@ -1,10 +1,12 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <map>
 
 #include "bench/chat_events.hpp"
 #include "bench/peak_memory.hpp"
 #include "tests/support/generated_chat.hpp"
+#include "zavelo/messaging/chat_replay.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 
 // A saved chat of 75 MB that is in memory already. The memory is what a contender takes beyond the
@@ -56,6 +58,18 @@ void decode(benchmark::State& state, const RecordedContender& contender) {
   state.counters["extra peak memory/file"] = findings.memory;
 }
 
+/// A contender brings decoded events into the order of time.
+template <class Order>
+void order(benchmark::State& state, const Order& ordered) {
+  auto events = decodeOurs({});
+  for (auto _ : state) benchmark::DoNotOptimize(ordered(std::move(events)));
+}
+
+RecordedEvents sorted(RecordedEvents events) {
+  std::ranges::stable_sort(events, {}, [](const auto& event) { return event->recordedTime; });
+  return events;
+}
+
 const bool registered = [] {
   static const RecordedContender ours{"ZaveloCore", &decodeOurs};
   for (const RecordedContender* contender :
@@ -65,6 +79,17 @@ const bool registered = [] {
         [contender](benchmark::State& state) { decode(state, *contender); })
         ->Iterations(1)
         ->Repetitions(5);
+  benchmark::RegisterBenchmark(
+      "replay of 200000 events/ZaveloCore",
+      [](benchmark::State& state) {
+        order(state, [](RecordedEvents events) { return ZVChatReplay(std::move(events)); });
+      })
+      ->Iterations(1)
+      ->Repetitions(9);
+  benchmark::RegisterBenchmark("replay of 200000 events/std::stable_sort",
+                               [](auto& state) { order(state, sorted); })
+      ->Iterations(1)
+      ->Repetitions(9);
   return true;
 }();
 

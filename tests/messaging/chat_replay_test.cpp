@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace zavelo {
@@ -56,6 +57,26 @@ TEST(ChatReplay, LeavesOutWhatASeekJumpsOver) {
   replay.seek(10'000);
   EXPECT_EQ(names(replay.advance(20'000)), "");
   EXPECT_EQ(names(ZVChatReplay({}).advance(0)), "");
+}
+
+TEST(ChatReplay, EventsOfAnyOrderAreSortedByTimeAndStableAmongEqualTimes) {
+  using Times = std::vector<std::optional<std::int64_t>>;
+  for (const Times& times : std::vector<Times>{{1, 2, 2, 3, 2, 2, 4},    // two runs, as decoded
+                                               {1, 2, {}, 3, 1, {}, 0},  // more runs than two
+                                               {3, 2, 1, 1},
+                                               {1, 1, 2}}) {
+    ZVRecordedMessages events;
+    for (const auto& time : times) events.push_back(event(std::to_string(events.size()), time));
+    auto expected = events;
+    std::ranges::stable_sort(expected, {}, [](const auto& each) { return each->recordedTime; });
+    ZVChatReplay replay(events);
+    EXPECT_TRUE(std::ranges::equal(replay.events(), expected));
+    EXPECT_EQ(replay.nextTime(),
+              expected[0]->recordedTime.value_or(std::numeric_limits<std::int64_t>::min()));
+    replay.advance(1);
+    EXPECT_EQ(replay.past().size(), static_cast<std::size_t>(std::ranges::count_if(
+                                        times, [](auto time) { return time.value_or(0) <= 1; })));
+  }
 }
 
 }  // namespace

@@ -33,6 +33,7 @@
 #include "zavelo/core/version.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/messaging/agora_rtm_kit.hpp"
+#include "zavelo/messaging/chat_batcher.hpp"
 #include "zavelo/messaging/chat_replay.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
 #include "zavelo/messaging/engines/in_process.hpp"

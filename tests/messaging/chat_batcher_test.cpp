@@ -73,7 +73,7 @@ TEST_F(ChatBatcherTest, EventsAreMergedDroppedOrKeptByTheirKind) {
   batcher_->add(untyped);
   batcher_->add(nullptr);
   batcher_->addKept(event(Kind::message, "mine"));
-  batcher_->add(event(Kind::message, "pinned"), Kind::hostPinnedMessage);
+  batcher_->add(event(Kind::message, "pinned"), rawValue(Kind::hostPinnedMessage));
   add("d"), add("e");
   pass(200ms);
   EXPECT_EQ(shown(),

@@ -24,8 +24,16 @@ constexpr auto unlimited = std::numeric_limits<std::size_t>::max();
 /// What becomes of an event while it waits.
 enum class Handling { merge, drop, keep };
 
-Handling handlingOf(const ZVStreamMessage& event, ZVMessageType type) {
-  switch (type) {
+/// Newer kinds count as plain lines, as they do in `ZVStreamMessage::type`.
+ZVMessageType kindOf(std::int64_t type) {
+  return fromRawValue<ZVMessageType>(type).value_or(ZVMessageType::message);
+}
+std::int64_t typeOf(const ZVStreamMessage& event) {
+  return event.messageType.value_or(rawValue(ZVMessageType::message));
+}
+
+Handling handlingOf(const ZVStreamMessage& event, std::int64_t type) {
+  switch (kindOf(type)) {
     case ZVMessageType::like:
     case ZVMessageType::viewerJoined:
     case ZVMessageType::viewerLeft:
@@ -44,13 +52,13 @@ enum class Scope { kind, origin };
 using Key = std::tuple<Scope, ZVMessageType, std::optional<std::int64_t>,
                        std::optional<std::int64_t>, std::optional<std::string>>;
 
-Key keyOf(const ZVStreamMessage& event, ZVMessageType type) {
+Key keyOf(const ZVStreamMessage& event, std::int64_t type) {
   const auto* gift = dynamic_cast<const ZVGiftMessage*>(&event);
-  return {Scope::origin, type, event.senderUserId, gift != nullptr ? gift->giftId : std::nullopt,
-          event.targetUsername};
+  return {Scope::origin, kindOf(type), event.senderUserId,
+          gift != nullptr ? gift->giftId : std::nullopt, event.targetUsername};
 }
-Key keyOfAll(ZVMessageType type) {
-  return {Scope::kind, type, {}, {}, {}};
+Key keyOfAll(std::int64_t type) {
+  return {Scope::kind, kindOf(type), {}, {}, {}};
 }
 
 std::int64_t sum(std::int64_t a, std::int64_t b) {
@@ -78,7 +86,7 @@ class Pending {
   explicit Pending(const ZVChatBatcherOptions& options)
       : lineLimit_(std::max<std::size_t>(options.lineLimit, 1)), keptLimit_(options.keptLimit) {}
 
-  void add(Event event, ZVMessageType type, Handling handling) {
+  void add(Event event, std::int64_t type, Handling handling) {
     Waiting waiting{{std::move(event), type}, ++lastNumber_};
     if (handling == Handling::drop) {
       lines_.push_back(std::move(waiting));
@@ -197,7 +205,7 @@ class ZVChatBatcher::State : public std::enable_shared_from_this<State> {
         pending_(options),
         budget_(options, std::move(with.clock)) {}
 
-  void add(Event event, ZVMessageType type, Handling handling) noexcept {
+  void add(Event event, std::int64_t type, Handling handling) noexcept {
     {
       const std::lock_guard lock(mutex_);
       ++pending_.counters.received;
@@ -320,11 +328,11 @@ ZVChatBatcher::~ZVChatBatcher() {
 
 void ZVChatBatcher::add(std::shared_ptr<const ZVStreamMessage> event) {
   if (!event) return;
-  const auto type = event->type();
+  const auto type = typeOf(*event);
   add(std::move(event), type);
 }
 
-void ZVChatBatcher::add(std::shared_ptr<const ZVStreamMessage> event, ZVMessageType type) {
+void ZVChatBatcher::add(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type) {
   if (!event) return;
   const auto handling = handlingOf(*event, type);
   state_->add(std::move(event), type, handling);
@@ -332,7 +340,7 @@ void ZVChatBatcher::add(std::shared_ptr<const ZVStreamMessage> event, ZVMessageT
 
 void ZVChatBatcher::addKept(std::shared_ptr<const ZVStreamMessage> event) {
   if (!event) return;
-  const auto type = event->type();
+  const auto type = typeOf(*event);
   state_->add(std::move(event), type, Handling::keep);
 }
 

@@ -17,7 +17,7 @@ namespace zavelo {
 /// An event to show. Where it represents several, it is the newest of them.
 struct ZVChatBatchItem {
   std::shared_ptr<const ZVStreamMessage> event;
-  ZVMessageType type;
+  std::int64_t type;  ///< of `ZVMessageType`, or a newer kind
   std::uint64_t count = 1;
 };
 
@@ -54,15 +54,15 @@ struct ZVChatBatcherCounters {
 /// waits is bounded, and a screen that cannot keep up shows the newest lines.
 ///
 ///     ZVChatBatcher batcher([view = weakView](ZVChatBatch batch) { view.lock()->append(batch); });
-///     onChannelMessage([&](const ZVMessage& envelope) { batcher.add(envelope.getStreamMessage());
+///     onChannelMessage([&](const ZVMessage& envelope) {
+///       batcher.add(envelope.getStreamMessage(), envelope.type);
 ///     });
 ///
 /// - Likes, joins, leaves and statistics wait as one item a kind, the newest with a count.
 /// - Plain lines (what is of no other kind) are dropped beyond `lineLimit`, the oldest first.
 /// - All other events are never dropped. Beyond `keptLimit`, as when the main queue is blocked,
-/// they
-///   are compacted: those of one kind, sender, target and gift into one item, the newest with a
-///   count; where none of these waits, all of a kind into one. A gift's `giftCount` is then the
+///   they are compacted: those of one kind, sender, target and gift into one item, the newest with
+///   a count; where none of these waits, all of a kind into one. A gift's `giftCount` is then the
 ///   sum.
 ///
 /// Any thread. Batches come on the main queue, one after the other; nothing is scheduled while
@@ -88,8 +88,8 @@ class ZAVELO_EXPORT ZVChatBatcher {
 
   /// Null is ignored. The event must not change any more.
   void add(std::shared_ptr<const ZVStreamMessage> event);
-  /// An event that came in an envelope of another type than its own.
-  void add(std::shared_ptr<const ZVStreamMessage> event, ZVMessageType type);
+  /// An event that came in an envelope of that type, which need not be its own.
+  void add(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type);
   /// Never dropped and not merged, whatever its kind: one's own line, or one that names the user.
   void addKept(std::shared_ptr<const ZVStreamMessage> event);
   /// Posts what waits as one batch, now and at any rate.

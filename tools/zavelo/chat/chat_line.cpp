@@ -33,6 +33,8 @@ void addFact(std::string& facts, const std::optional<T>& value, const std::strin
   if (value) facts += (facts.empty() ? "" : ", ") + numberText(*value) + " " + what;
 }
 
+}  // namespace
+
 std::string statisticText(const ZVStatisticMessage& event) {
   std::string facts;
   addFact(facts, event.totalViewers, "viewers");
@@ -42,6 +44,8 @@ std::string statisticText(const ZVStatisticMessage& event) {
   addFact(facts, event.bitRate, "bit/s");
   return facts;
 }
+
+namespace {
 
 std::string giftText(const ZVGiftMessage& event) {
   const std::string id = event.giftId ? numberText(*event.giftId) : "?";

@@ -24,6 +24,8 @@ struct ChatLine {
 /// An event that came under that type. Without a channel (in a recording) none is named.
 [[nodiscard]] ChatLine eventLine(std::string_view channel, std::int64_t type,
                                  const ZVStreamMessage& event);
+/// "12 viewers, 40 likes": what is known of how a stream is doing.
+[[nodiscard]] std::string statisticText(const ZVStatisticMessage& event);
 /// A text that is no event.
 [[nodiscard]] ChatLine undecodableLine(std::string_view channel, const std::string& text,
                                        const std::string& fault);

@@ -58,9 +58,11 @@ void ChatScreen::hide() {
 
 void ChatScreen::show() {
   isShown_ = true;
-  const std::string note = note_();
-  const std::string before = clock_ + (note.empty() ? "" : " (" + note + ")") + " > ";
   const std::size_t width = terminalWidth();
+  // Half of the line is left for what is typed.
+  const std::size_t noteRoom = width / 2 - std::min(width / 2, clock_.size() + 6);
+  const std::string note = note_().substr(0, noteRoom);
+  const std::string before = clock_ + (note.empty() ? "" : " (" + note + ")") + " > ";
   const std::size_t room = width > before.size() + 1 ? width - before.size() - 1 : 0;
   const std::string typed = printable(typed_);
   toTerminal(std::string(anew) + before.substr(0, width - 1) +

@@ -73,7 +73,7 @@ void Conversation::hear(const std::string& text) {
   } else if (const auto event = eventIn(*envelope); !event) {
     show(undecodableLine(channel, text, event.error().text()));
   } else {
-    show(eventLine(channel, (*envelope)->type, **event));
+    tell(*event, (*envelope)->type, false);
     record((*envelope)->type, **event, sinceJoining());
   }
   if (eventsLeft_ && --*eventsLeft_ <= 0) end();
@@ -132,22 +132,18 @@ void Conversation::sendNext() {
     const std::string line = std::move(self->unsaid_.front());
     self->unsaid_.pop_front();
     self->isSending_ = false;
-    if (failure)
+    if (failure) {
       self->fail("\"" + line + "\" was not sent: " + *failure);
-    else
-      self->sent(time, *event);
+    } else {
+      self->tell(event, rawValue(ZVMessageType::message), true);
+      self->record(rawValue(ZVMessageType::message), *event, time);
+    }
     self->sendNext();
   };
   if (!event->toJsonString())
     with_.queue->post([answered] { answered("expected UTF-8"); });
   else
     with_.visit->send(*ZVMessage(*event).toJsonString(), answered);
-}
-
-void Conversation::sent(std::int64_t time, const ZVStreamMessage& event) {
-  constexpr auto type = rawValue(ZVMessageType::message);
-  show(eventLine(with_.visit->channel(), type, event));
-  record(type, event, time);
 }
 
 // ---- the end ----
@@ -170,6 +166,12 @@ void Conversation::giveUp() {
 void Conversation::leave() {
   if (std::exchange(hasLeft_, true)) return;
   with_.visit->leave([self = shared_from_this()] { self->told_.over(self->isGood_); });
+}
+
+void Conversation::tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type,
+                        bool isOwn) {
+  if (!told_.event) return show(eventLine(with_.visit->channel(), type, *event));
+  if (!hasLeft_) told_.event(std::move(event), type, isOwn);
 }
 
 void Conversation::show(const ChatLine& line) {

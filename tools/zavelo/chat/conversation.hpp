@@ -29,6 +29,9 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   };
   struct Told {
     std::function<bool(const ChatLine&)> line;  ///< false: nobody can see it any more
+    /// An event, received or one's own, in place of its line; empty: lines are wanted.
+    std::function<void(std::shared_ptr<const ZVStreamMessage>, std::int64_t type, bool isOwn)>
+        event{};
     std::function<void(const std::string&)> error;
     std::function<void()> joined;
     std::function<void()> allSaid;  ///< nothing waits to be acknowledged
@@ -57,7 +60,7 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   void lookForMembers();
   void compareMembers(const std::vector<std::string>& ids);
   void sendNext();
-  void sent(std::int64_t time, const ZVStreamMessage& event);
+  void tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type, bool isOwn);
   void show(const ChatLine& line);
   void record(std::int64_t type, const ZVStreamMessage& event, std::int64_t time);
   void fail(const std::string& reason);

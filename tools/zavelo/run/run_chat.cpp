@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "tools/zavelo/chat/chat_feed.hpp"
 #include "tools/zavelo/chat/chat_screen.hpp"
 #include "tools/zavelo/chat/conversation.hpp"
 #include "tools/zavelo/run/channel_access.hpp"
@@ -43,8 +44,10 @@ class Chat {
   Chat(const ChatRequest& request, const Output& output, ChannelAccess& access)
       : request_(request), output_(output), access_(access) {
     if (!output.isForPerson()) return;
-    screen_ = std::make_shared<ChatScreen>([visit = access.visit] {
-      return std::string(visit->isConnected() ? "" : "not connected");
+    feed_.emplace([this](const std::vector<std::string>& lines) { show(lines); },
+                  ZVChatBatcher::Collaborators{access.library.queue, platform::clock()});
+    screen_ = std::make_shared<ChatScreen>([this] {
+      return access_.visit->isConnected() ? feed_->status() : std::string("not connected");
     });
     screen_->setText(ZVTimerLabel::text(0, ZVTimerLabel::TimeStyle::full));
     keys_.emplace();
@@ -70,21 +73,28 @@ class Chat {
 
  private:
   Conversation::Told told() {
-    return {.line = [this](const ChatLine& line) { return show(line); },
-            .error =
-                [this](const std::string& reason) {
-                  above([&] { return output_.error("chat", reason); });
-                },
-            .joined = [this] { join(); },
-            .allSaid =
-                [this] {
-                  if (input_) input_->more();
-                },
-            .over =
-                [this](bool isGood) {
-                  status_ = isGood ? succeeded : failed;
-                  access_.library.queue->stop();
-                }};
+    Conversation::Told told{
+        .line = [this](const ChatLine& line) { return show(line); },
+        .error =
+            [this](const std::string& reason) {
+              above([&] { return output_.error("chat", reason); });
+            },
+        .joined = [this] { join(); },
+        .allSaid =
+            [this] {
+              if (input_) input_->more();
+            },
+        .over =
+            [this](bool isGood) {
+              status_ = isGood ? succeeded : failed;
+              if (feed_) feed_->flush();
+              access_.library.queue->post([queue = access_.library.queue] { queue->stop(); });
+            }};
+    if (feed_)
+      told.event = [this](auto event, std::int64_t type, bool isOwn) {
+        feed_->add(std::move(event), type, isOwn);
+      };
+    return told;
   }
 
   /// Does what writes to the terminal above the line that is typed.
@@ -99,6 +109,12 @@ class Chat {
   bool show(const ChatLine& line) {
     return above([&] { return output_.result(line.json, timeOfDay() + " " + line.text + "\n"); }) ==
            succeeded;
+  }
+
+  void show(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const auto& line : lines) text += timeOfDay() + " " + line + "\n";
+    if (above([&] { return output_.text(text); }) != succeeded) talk_->end();
   }
 
   void join() {
@@ -125,6 +141,7 @@ class Chat {
   const ChatRequest& request_;
   const Output& output_;
   ChannelAccess& access_;
+  std::optional<ChatFeed> feed_;
   std::shared_ptr<ChatScreen> screen_;
   std::optional<KeyInput> keys_;
   std::shared_ptr<ZVTimerLabel> clock_;

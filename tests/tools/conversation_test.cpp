@@ -7,6 +7,7 @@
 
 #include "tests/messaging/fixed_user.hpp"
 #include "tests/support/temporary_folder.hpp"
+#include "tools/zavelo/chat/chat_feed.hpp"
 #include "zavelo/messaging/engines/in_process.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/testing/manual_clock.hpp"
@@ -20,6 +21,7 @@ using namespace std::chrono_literals;
 using test::FixedUser;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 
 /// Somebody at a terminal of their own; all of them share a queue and a clock.
 struct Person {
@@ -210,6 +212,31 @@ TEST_F(SlowConversation, EndsBeforeItHasJoined) {
   queue_->advance(1min);
   EXPECT_EQ(ann_.isGood, true);
   EXPECT_THAT(ann_.lines, IsEmpty());
+}
+
+TEST_F(ConversationTest, AFeedShowsLinesByBatchAndStatisticsAsAStatus) {
+  std::vector<std::string> shown;
+  ChatFeed feed([&](const auto& lines) { shown.insert(shown.end(), lines.begin(), lines.end()); },
+                {queue_, clock_});
+  const auto event = [](ZVMessageType type, const char* text) {
+    auto result = std::make_shared<ZVStreamMessage>();
+    result->senderUserName = "bob";
+    result->message = text;
+    return std::pair(result, rawValue(type));
+  };
+  const auto statistic = std::make_shared<ZVStatisticMessage>();
+  statistic->totalViewers = 12;
+  for (int i = 0; i < 150; ++i) {
+    for (const auto& [each, type] :
+         {event(ZVMessageType::message, "hi"), event(ZVMessageType::like, "")})
+      feed.add(each, type, false);
+  }
+  feed.add(statistic, rawValue(ZVMessageType::statistic), false);
+  feed.add(event(ZVMessageType::message, "mine").first, 1, true);
+  queue_->advance(1s);
+  EXPECT_EQ(shown.size(), 102U);
+  EXPECT_THAT(shown, IsSupersetOf({"bob: hi", "[like] bob (and 149 more)", "bob: mine"}));
+  EXPECT_EQ(feed.status(), "12 viewers, 50 lines left out");
 }
 
 }  // namespace

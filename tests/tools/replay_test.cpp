@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <fstream>
 #include <limits>
 
 #include "tests/support/loopback_server.hpp"
 #include "tests/tools/command_fixture.hpp"
-#include "tools/zavelo/chat/paced_replay.hpp"
+#include "tests/tools/pseudo_terminal.hpp"
+#include "tools/zavelo/chat/replay_controls.hpp"
 #include "tools/zavelo/terminal/clock_text.hpp"
 #include "zavelo/testing/manual_clock.hpp"
 #include "zavelo/testing/manual_queue.hpp"
@@ -91,6 +93,37 @@ TEST_F(PacedReplayTest, ShowsNothingOnceItIsStopped) {
   EXPECT_EQ(shown_, "1 ");
 }
 
+TEST_F(PacedReplayTest, PausesSeeksAndChangesThePace) {
+  start({0, 5000, 20'000, 90'000}, {.speed = 1, .from = {}});
+  ReplayControls controls(*replay_);
+  pass(1s);
+  controls.take(" ");
+  pass(10s);
+  EXPECT_EQ(replay_->position(), 1000);
+  EXPECT_EQ(queue_->pending(), 0U);
+  EXPECT_EQ(progressText(*replay_, 80),
+            "[" + std::string(40, '.') + "] 00:00:01 / 00:01:30 paused");
+  controls.take("\x1b[");
+  controls.take("C \x1bOD?\x1b[D");  // over 5000, and back beyond the beginning
+  EXPECT_EQ(replay_->position(), 0);
+  EXPECT_EQ(shown_, "0 0 ");
+  controls.take("+=+");
+  EXPECT_EQ(progressText(*replay_, 39), "[..............] 00:00:00 / 00:01:30 x8");
+  EXPECT_EQ(progressText(*replay_, 10), "00:00:00 /");
+  pass(2500ms);
+  EXPECT_EQ(shown_, "0 0 5000 20000 ");
+  controls.take("---");
+  pass(1s);
+  EXPECT_EQ(replay_->position(), 21'000);
+  for (int i = 0; i < 7; ++i) controls.take("\x1b[C");
+  EXPECT_EQ(shown_, "0 0 5000 20000 90000 end");
+  start({longAgo, 0, farAhead}, {.speed = 1, .from = 0});
+  controls.take("");
+  replay_->seekBy(-1);
+  replay_->seekBy(longAgo);
+  EXPECT_EQ(replay_->position(), longAgo);
+}
+
 TEST(ClockText, IsReadAsAPersonWritesIt) {
   EXPECT_EQ(millisecondsOf("90"), 90'000);
   EXPECT_EQ(millisecondsOf("1.5"), 1500);
@@ -132,6 +165,60 @@ TEST(ReplayCommand, EndsAtAnInterruption) {
   EXPECT_THAT(command->nextLine(), HasSubstr("\"message\""));
   command->signal(SIGINT);
   EXPECT_EQ(command->wait().status, 130);
+}
+
+/// A recording in which an event follows every two seconds, of wide characters.
+std::string longRecording(const TemporaryFolder& folder) {
+  const auto path = (folder / "chat.json").string();
+  std::ofstream file(path);
+  file << R"([{"message":"\u4f60\u597d","recordedTime":0})";
+  for (int time = 2'000; time < 100'000; time += 2'000)
+    file << R"(,{"message":"\u4f60\u597d )" << time << R"(","recordedTime":)" << time << "}";
+  file << R"(,{"message":"last","recordedTime":3600000}])";
+  return path;
+}
+
+TEST(ReplayCommand, KeysOnATerminalSteerIt) {
+  const TemporaryFolder folder;
+  PseudoTerminal terminal({ZAVELO_COMMAND, "replay", longRecording(folder)}, 40);
+  ASSERT_TRUE(terminal.shows("\u4f60\u597d\r\n")) << terminal.output();
+  terminal.type(" ");
+  ASSERT_TRUE(terminal.shows("paused")) << terminal.output();
+  EXPECT_FALSE(terminal.isCanonical());
+  terminal.type("\x1b[C\x1b[C+");
+  ASSERT_TRUE(terminal.shows("00:00:20 / 01:00:00 x2 paused")) << terminal.output();
+  terminal.type("\x1b[D ");
+  ASSERT_TRUE(terminal.shows("12000\r\n")) << terminal.output();
+  terminal.type("-");
+  for (int i = 0; i < 400; ++i) terminal.type("\x1b[C");
+  EXPECT_EQ(terminal.wait(), 0) << terminal.output();
+  EXPECT_THAT(terminal.output(), HasSubstr("last\r\n"));
+  EXPECT_TRUE(terminal.isCanonical());
+  // Between two rewritings of the line there is never more than fits.
+  for (const auto& piece : terminal.progressLines()) EXPECT_LE(piece.size(), 39U) << piece;
+}
+
+TEST(ReplayCommand, TheTerminalIsRestoredHoweverItEndsOrIsSuspended) {
+  const TemporaryFolder folder;
+  const auto path = longRecording(folder);
+  for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGABRT, SIGSEGV, SIGHUP}) {
+    PseudoTerminal terminal({ZAVELO_COMMAND, "replay", path}, 80);
+    ASSERT_TRUE(terminal.shows("\u4f60\u597d\r\n")) << terminal.output();
+    ASSERT_FALSE(terminal.isCanonical());
+    terminal.signal(signal);
+    EXPECT_NE(terminal.wait(), 0);
+    EXPECT_TRUE(terminal.isCanonical()) << signal;
+  }
+  PseudoTerminal terminal({ZAVELO_COMMAND, "replay", path}, 80);
+  ASSERT_TRUE(terminal.shows("\u4f60\u597d\r\n")) << terminal.output();
+  terminal.type("\x1a");  // Ctrl-Z
+  ASSERT_TRUE(terminal.isSuspended());
+  EXPECT_TRUE(terminal.isCanonical());
+  terminal.signal(SIGCONT);
+  ASSERT_TRUE(terminal.becomesCanonical(false));
+  terminal.type("\x03");  // Ctrl-C
+  EXPECT_EQ(terminal.wait(), 130);
+  EXPECT_TRUE(terminal.isCanonical());
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "tools/zavelo/chat/chat_screen.hpp"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 
+#include "tools/zavelo/terminal/progress_line.hpp"
 #include "tools/zavelo/terminal/readable.hpp"
 
 namespace zavelo::command {
@@ -13,33 +13,12 @@ namespace {
 
 // To the line's beginning, and clear it to its end (ECMA-48: CR, EL).
 constexpr std::string_view anew = "\r\x1b[K";
-constexpr std::size_t usualWidth = 80;
-
-std::size_t terminalWidth() {
-  winsize size{};
-  const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return isKnown ? size.ws_col : usualWidth;
-}
-
 void toTerminal(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
 }
 
 }  // namespace
-
-KeyInput::KeyInput() : isTerminal_(tcgetattr(STDIN_FILENO, &before_) == 0) {
-  if (!isTerminal_) return;
-  termios keys = before_;
-  keys.c_lflag &= ~static_cast<tcflag_t>(ECHO | ICANON);
-  keys.c_cc[VMIN] = 1;
-  keys.c_cc[VTIME] = 0;
-  tcsetattr(STDIN_FILENO, TCSADRAIN, &keys);
-}
-
-void KeyInput::restore() const {
-  if (isTerminal_) tcsetattr(STDIN_FILENO, TCSADRAIN, &before_);
-}
 
 void ChatScreen::setText(const std::string& text) {
   clock_ = text;
@@ -58,7 +37,7 @@ void ChatScreen::hide() {
 
 void ChatScreen::show() {
   isShown_ = true;
-  const std::size_t width = terminalWidth();
+  const std::size_t width = terminalWidth(STDOUT_FILENO);
   // Half of the line is left for what is typed.
   const std::size_t noteRoom = width / 2 - std::min(width / 2, clock_.size() + 6);
   const std::string note = note_().substr(0, noteRoom);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <termios.h>
-
 #include <functional>
 #include <string>
 #include <string_view>
@@ -10,24 +8,6 @@
 #include "zavelo/platform/text_label.hpp"
 
 namespace zavelo::command {
-
-/// While it lives, the terminal of the standard input passes keys on as they are typed and shows
-/// none of them. Ctrl-C stays an interruption.
-class KeyInput {
- public:
-  KeyInput();
-  ~KeyInput() { restore(); }
-  KeyInput(const KeyInput&) = delete;
-  KeyInput& operator=(const KeyInput&) = delete;
-
-  [[nodiscard]] bool isTerminal() const { return isTerminal_; }
-  /// Any thread.
-  void restore() const;
-
- private:
-  termios before_{};
-  bool isTerminal_;
-};
 
 /// The last line of a terminal: the clock of a chat, and what is being typed. What is printed goes
 /// above it, between `hide` and `show`.

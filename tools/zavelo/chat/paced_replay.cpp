@@ -35,27 +35,59 @@ PacedReplay::PacedReplay(ZVRecordedMessages events, Pace pace, std::shared_ptr<Q
     begin_ = *(*timed)->recordedTime;
     end_ = *all.back()->recordedTime;
   }
+  first_ = begin_;
   if (!pace.from) return;
   begin_ = *pace.from;
+  first_ = std::min(first_, begin_);
   end_ = std::max(begin_, end_);
   replay_.seek(begin_);
 }
 
 void PacedReplay::start(Heard heard) {
   heard_ = std::move(heard);
-  startedAt_ = clock_->sinceBoot();
-  play();
+  continueAt(begin_);
 }
 
 void PacedReplay::stop() {
   isStopped_ = true;
 }
 
+void PacedReplay::togglePause() {
+  const auto here = position();
+  isPaused_ = !isPaused_;
+  continueAt(here);
+}
+
 // In unsigned numbers, as a recording may hold any two times.
+void PacedReplay::seekBy(std::int64_t milliseconds) {
+  const auto here = static_cast<std::uint64_t>(position());
+  const bool isBack = milliseconds < 0;
+  const auto edge = static_cast<std::uint64_t>(isBack ? first_ : end_);
+  const auto wanted = static_cast<std::uint64_t>(milliseconds);
+  const auto to = static_cast<std::int64_t>(isBack ? here - std::min(0 - wanted, here - edge)
+                                                   : here + std::min(wanted, edge - here));
+  begin_ = std::min(begin_, to);
+  replay_.seek(to);
+  continueAt(to);
+}
+
+void PacedReplay::setSpeed(double speed) {
+  const auto here = position();
+  speed_ = speed;
+  continueAt(here);
+}
+
+void PacedReplay::continueAt(std::int64_t position) {
+  reached_ = position;
+  reachedAt_ = clock_->sinceBoot();
+  play();
+}
+
 std::int64_t PacedReplay::position() const {
-  const auto begin = static_cast<std::uint64_t>(begin_);
+  if (isPaused_) return reached_;
+  const auto begin = static_cast<std::uint64_t>(reached_);
   const std::uint64_t span = static_cast<std::uint64_t>(end_) - begin;
-  const double passed = Milliseconds(clock_->sinceBoot() - startedAt_).count() * speed_;
+  const double passed = Milliseconds(clock_->sinceBoot() - reachedAt_).count() * speed_;
   // An infinite speed makes no number of no time at all.
   if (std::isinf(speed_) || passed >= static_cast<double>(span)) return end_;
   return static_cast<std::int64_t>(begin + static_cast<std::uint64_t>(passed));
@@ -69,14 +101,16 @@ std::chrono::milliseconds PacedReplay::untilNext() const {
 }
 
 void PacedReplay::play() {
+  if (const auto waiting = std::exchange(tick_, nullptr)) waiting->cancel();
   if (isStopped_) return;
-  for (const auto& event : replay_.advance(position())) {
+  for (const auto& event : isPaused_ ? ZVChatReplay::Batch() : replay_.advance(position())) {
     heard_.event(*event);
     if (isStopped_) return;
   }
   heard_.moment();
+  if (isPaused_) return;
   if (!replay_.nextTime()) return heard_.end();
-  queue_->postAfter(untilNext(), [weak = weak_from_this()] {
+  tick_ = queue_->postAfter(untilNext(), [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->play();
   });
 }

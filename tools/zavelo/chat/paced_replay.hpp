@@ -33,6 +33,13 @@ class PacedReplay : public std::enable_shared_from_this<PacedReplay> {
   /// Nothing is heard any more.
   void stop();
 
+  void togglePause();
+  /// Forwards without what lies between, or back, where it is due again; not past the recording.
+  void seekBy(std::int64_t milliseconds);
+  void setSpeed(double speed);
+  [[nodiscard]] bool isPaused() const { return isPaused_; }
+  [[nodiscard]] double speed() const { return speed_; }
+
   /// Where the time line begins, is and ends.
   [[nodiscard]] std::int64_t begin() const { return begin_; }
   [[nodiscard]] std::int64_t position() const;
@@ -42,16 +49,23 @@ class PacedReplay : public std::enable_shared_from_this<PacedReplay> {
   PacedReplay(ZVRecordedMessages events, Pace pace, std::shared_ptr<Queue> queue,
               std::shared_ptr<const Clock> clock);
   void play();
+  /// Time goes on from here.
+  void continueAt(std::int64_t position);
   [[nodiscard]] std::chrono::milliseconds untilNext() const;
 
   ZVChatReplay replay_;
-  const double speed_;
+  double speed_;
   const std::shared_ptr<Queue> queue_;
   const std::shared_ptr<const Clock> clock_;
   std::int64_t begin_ = 0;
   std::int64_t end_ = 0;
-  std::chrono::nanoseconds startedAt_{0};
+  std::int64_t first_ = 0;  // the earliest that can be sought
+  // Where the time line was at that time; it has gone on since unless it is paused.
+  std::int64_t reached_ = 0;
+  std::chrono::nanoseconds reachedAt_{0};
   Heard heard_;
+  std::shared_ptr<DelayedTask> tick_;
+  bool isPaused_ = false;
   bool isStopped_ = false;
 };
 

@@ -107,7 +107,10 @@ ReplayGrammar::ReplayGrammar(CLI::App& root)
       from_(addOption(*replay_, "--from",
                       "Where to begin, like 90, 1:30 or 1:02:05; the first event if left out",
                       "TIME")) {
-  replay_->footer(std::string(globalOptionsNote));
+  replay_->footer(
+      "On a terminal space pauses, the left and right arrows seek by 10 seconds, + and - "
+      "change the pace.\n" +
+      std::string(globalOptionsNote));
 }
 
 std::optional<Request> ReplayGrammar::request() const {

@@ -11,6 +11,7 @@
 #include "tools/zavelo/terminal/file_bytes.hpp"
 #include "tools/zavelo/terminal/input_reader.hpp"
 #include "tools/zavelo/terminal/interruption.hpp"
+#include "tools/zavelo/terminal/key_input.hpp"
 #include "tools/zavelo/terminal/typed_lines.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/ui/timer_label.hpp"
@@ -59,7 +60,7 @@ class Chat {
                                   &ZVCurrentUserSource::shared(), std::move(recording)},
                                  told());
     const OnSignal ending([this, weak = std::weak_ptr<Conversation>(talk_)] {
-      if (keys_) keys_->restore();  // a second signal ends the process at once
+      KeyInput::restore();  // a second signal ends the process at once
       access_.library.queue->post([weak] {
         if (const auto talk = weak.lock()) talk->end();
       });

@@ -37,10 +37,28 @@ std::string TypedLines::last() {
   return std::exchange(begun_, {});
 }
 
+bool EscapeSequence::take(char byte) {
+  finished_ = 0;
+  switch (state_) {
+    case State::none:
+      if (byte == escape) state_ = State::begun;
+      return byte == escape;
+    case State::begun:
+      state_ = byte == '[' || byte == 'O' ? State::parameters : State::none;
+      return true;
+    case State::parameters:
+      if (byte < '@' || byte > '~') return true;
+      state_ = State::none;
+      finished_ = byte;
+      return true;
+  }
+  return false;
+}
+
 std::vector<std::string> LineEditor::take(std::string_view keys) {
   std::vector<std::string> lines;
   for (const char key : keys) {
-    if (isInEscape(key)) continue;
+    if (escape_.take(key)) continue;
     if (key == '\n' || key == '\r')
       lines.push_back(std::exchange(text_, {}));
     else if (key == backspace || key == del)
@@ -57,21 +75,6 @@ std::vector<std::string> LineEditor::take(std::string_view keys) {
       text_ += key;
   }
   return lines;
-}
-
-bool LineEditor::isInEscape(char key) {
-  switch (escape_) {
-    case Escape::none:
-      if (key == escape) escape_ = Escape::begun;
-      return key == escape;
-    case Escape::begun:
-      escape_ = key == '[' || key == 'O' ? Escape::parameters : Escape::none;
-      return true;
-    case Escape::parameters:
-      if (key >= '@' && key <= '~') escape_ = Escape::none;
-      return true;
-  }
-  return false;
 }
 
 void LineEditor::eraseCharacter() {

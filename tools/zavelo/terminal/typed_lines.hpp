@@ -17,6 +17,20 @@ class TypedLines {
   std::string begun_;
 };
 
+/// The escape sequences (ECMA-48: ESC [ parameters final) that keys like the arrows are.
+class EscapeSequence {
+ public:
+  /// Whether the byte belongs to one.
+  bool take(char byte);
+  /// The last byte of the sequence if the byte that was taken has completed one; else 0.
+  [[nodiscard]] char finished() const { return finished_; }
+
+ private:
+  enum class State { none, begun, parameters };
+  State state_ = State::none;
+  char finished_ = 0;
+};
+
 /// The line that a person is typing on a terminal that only passes keys on.
 class LineEditor {
  public:
@@ -28,15 +42,11 @@ class LineEditor {
   [[nodiscard]] bool isEnded() const { return isEnded_; }
 
  private:
-  /// Where in a key's escape sequence (ECMA-48: ESC [ parameters final) the next byte stands.
-  enum class Escape { none, begun, parameters };
-
-  [[nodiscard]] bool isInEscape(char key);
   void eraseCharacter();
   void eraseWord();
 
   std::string text_;
-  Escape escape_ = Escape::none;
+  EscapeSequence escape_;
   bool isEnded_ = false;
 };
 

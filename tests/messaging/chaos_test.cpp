@@ -1,0 +1,294 @@
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <malloc.h>
+
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <set>
+
+#include "tests/messaging/fixed_user.hpp"
+#include "tests/messaging/mqtt_world.hpp"
+#include "tests/support/certificates.hpp"
+#include "tests/support/fault_proxy.hpp"
+#include "tests/support/temporary_folder.hpp"
+#include "zavelo/core/notifications.hpp"
+#include "zavelo/core/sdk.hpp"
+#include "zavelo/messaging/rtm_service.hpp"
+#include "zavelo/platform/background_queue.hpp"
+
+// Four apps that chat over a real broker while the network and the broker fail them. The seed of a
+// run is printed; ZAVELO_CHAOS_SEED repeats it, ZAVELO_CHAOS_SECONDS says how long both runs take.
+
+namespace zavelo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Fault;
+using test::FaultProxy;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+
+std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
+  const char* text = std::getenv(variable);
+  return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+/// What a text of the test says: "3:17" is the 17th of client 3.
+struct Text {
+  int sender;
+  int number;
+  auto operator<=>(const Text&) const = default;
+};
+
+/// An app: a service over the engine, and an account of all that it sent and received.
+class App {
+ public:
+  App(int id, MqttEngineOptions options)
+      : id_(id),
+        user_(test::FixedUser::member(id + 1)),
+        queue_(std::make_shared<BackgroundQueue>()) {
+    options.loginTimeout = options.joinTimeout = 3s;
+    options.sendTimeout = 2s;
+    options.keepAlive = 5s;
+    options.firstRetry = 100ms;
+    options.longestRetry = 1s;
+    options.leftGrace = 2s;
+    service_ = ZVRTMService::create({mqttEngine(std::move(options)).value(), &user_, queue_,
+                                     notifications_, std::make_shared<SystemClock>()});
+    observer_ = notifications_->addObserver(
+        std::string(ZaveloDidReceiveChannelMessage), [this](const Notification& posted) {
+          receive(posted.info<ZVRTMChannelMessage>("message")->message);
+        });
+  }
+
+  [[nodiscard]] bool enter() {
+    auto entered = std::make_shared<std::atomic<bool>>(false);
+    service_->connect([entered, service = service_.get()] {
+      service->joinChannel("c", [entered] { *entered = true; });
+    });
+    return waitFor([&] { return entered->load(); });
+  }
+  void leave() {
+    service_->leaveChannel("c", true);
+    service_->disconnect();
+    waitFor([&] { return !service_->isConnected(); });
+  }
+
+  void send() {
+    int number = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      if (unanswered_.size() >= 50) return;  // an app that waits before it goes on
+      number = ++sent_;
+      unanswered_.insert(number);
+    }
+    const auto answer = [this, number](bool isGood) {
+      const std::lock_guard lock(mutex_);
+      if (unanswered_.erase(number) == 0) ++answeredTwice_;
+      if (isGood) acknowledged_.insert(number);
+    };
+    service_->writeChannel(
+        "c", std::to_string(id_) + ":" + std::to_string(number), [answer] { answer(true); },
+        [answer](const ZVError&) { answer(false); });
+  }
+
+  [[nodiscard]] std::size_t unanswered() const {
+    const std::lock_guard lock(mutex_);
+    return unanswered_.size();
+  }
+  [[nodiscard]] int answeredTwice() const { return answeredTwice_; }
+  [[nodiscard]] std::set<int> acknowledged() const {
+    const std::lock_guard lock(mutex_);
+    return acknowledged_;
+  }
+  [[nodiscard]] std::vector<Text> received() const {
+    const std::lock_guard lock(mutex_);
+    return received_;
+  }
+  [[nodiscard]] int sent() const { return sent_; }
+  [[nodiscard]] std::set<int> heardSince(const std::vector<int>& marks) const {
+    std::set<int> senders;
+    for (const auto& text : received())
+      if (text.number > marks.at(static_cast<std::size_t>(text.sender)))
+        senders.insert(text.sender);
+    return senders;
+  }
+
+ private:
+  void receive(const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    received_.push_back({std::stoi(text), std::stoi(text.substr(text.find(':') + 1))});
+  }
+
+  const int id_;
+  const test::FixedUser user_;
+  const std::shared_ptr<Queue> queue_;
+  const std::shared_ptr<NotificationCentre> notifications_ = std::make_shared<NotificationCentre>();
+  mutable std::mutex mutex_;
+  std::set<int> unanswered_;
+  std::set<int> acknowledged_;
+  std::vector<Text> received_;
+  std::atomic<int> sent_ = 0;
+  std::atomic<int> answeredTwice_ = 0;
+  std::shared_ptr<ZVRTMService> service_;
+  ObserverToken observer_;
+};
+
+/// How many texts came twice, and how many came after a later one of their sender.
+std::pair<int, int> doubledAndReordered(const std::vector<Text>& texts) {
+  std::set<Text> known;
+  std::map<int, int> last;
+  int doubled = 0, reordered = 0;
+  for (const auto& text : texts) {
+    doubled += known.insert(text).second ? 0 : 1;
+    reordered += text.number < last[text.sender] ? 1 : 0;
+    last[text.sender] = std::max(last[text.sender], text.number);
+  }
+  return {doubled, reordered};
+}
+
+std::size_t descriptors() {
+  std::size_t count = 0;
+  DIR* folder = opendir("/proc/self/fd");
+  while (readdir(folder) != nullptr) ++count;
+  closedir(folder);
+  return count;
+}
+
+class ChaosTest : public ::testing::TestWithParam<bool> {
+ protected:
+  static void SetUpTestSuite() {
+    ZaveloSDK::shared().initWith(ZVEnvironment::custom({}), /*enableLog=*/false);
+  }
+
+  static constexpr std::size_t appCount = 4;  // the first one without faults
+
+  void run(std::chrono::seconds duration, std::uint64_t seed) {
+    std::mt19937_64 random(seed);
+    const test::TemporaryFolder folder;
+    sandbox::BrokerOptions settings;
+    if (GetParam()) {
+      const test::ServerCertificate certificate("IP:127.0.0.1");
+      certificate.appendTo(folder / "broker.pem");
+      certificate.writeKeyTo(folder / "key.pem");
+      settings.settings = {"certfile " + (folder / "broker.pem").string(),
+                           "keyfile " + (folder / "key.pem").string()};
+    }
+    const auto broker = startBroker(settings);
+    const auto optionsAt = [&](std::uint16_t port) {
+      return MqttEngineOptions{
+          .address =
+              (GetParam() ? "mqtts://127.0.0.1:" : "mqtt://127.0.0.1:") + std::to_string(port),
+          .caFile = GetParam() ? (folder / "broker.pem").string() : ""};
+    };
+    std::vector<std::unique_ptr<FaultProxy>> proxies;
+    std::vector<std::unique_ptr<App>> apps;
+    for (std::size_t i = 0; i < appCount; ++i) {
+      proxies.push_back(std::make_unique<FaultProxy>(broker->port(), random()));
+      apps.push_back(std::make_unique<App>(
+          static_cast<int>(i), optionsAt(i == 0 ? broker->port() : proxies[i]->port())));
+      ASSERT_TRUE(apps.back()->enter());
+    }
+    disturb(duration, random, proxies, apps);
+    settle(apps);
+    report(proxies, apps);
+    check(apps);
+    for (auto& app : apps) app->leave();
+  }
+
+ private:
+  using Proxies = std::vector<std::unique_ptr<FaultProxy>>;
+  using Apps = std::vector<std::unique_ptr<App>>;
+
+  static void disturb(std::chrono::seconds duration, std::mt19937_64& random,
+                      const Proxies& proxies, const Apps& apps) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + duration;
+    std::vector<Clock::time_point> until(proxies.size(), Clock::now());
+    std::vector<bool> isDisturbed(proxies.size(), false);
+    for (auto now = Clock::now(); now < end; now = Clock::now()) {
+      for (const auto& app : apps) app->send();
+      std::this_thread::sleep_for(20ms);
+      for (std::size_t i = 1; i < proxies.size(); ++i) {
+        if (now < until[i]) continue;
+        // A fault, then a time without, in which things come back, or do not.
+        isDisturbed[i] = !isDisturbed[i];
+        proxies[i]->set(isDisturbed[i] ? static_cast<Fault>(1 + random() % (test::faultCount - 1))
+                                       : Fault::none);
+        until[i] = now + std::chrono::milliseconds(100 + random() % 2'500);
+      }
+    }
+    for (const auto& proxy : proxies) proxy->set(Fault::none);
+  }
+
+  /// All hear all the others again.
+  static void settle(const Apps& apps) {
+    std::vector<int> marks;
+    for (const auto& app : apps) marks.push_back(app->sent());
+    auto next = std::chrono::steady_clock::now();
+    EXPECT_TRUE(waitFor([&] {
+      if (std::chrono::steady_clock::now() > next) {
+        for (const auto& app : apps) app->send();
+        next += 200ms;
+      }
+      return std::ranges::all_of(
+          apps, [&](const auto& app) { return app->heardSince(marks).size() == appCount - 1; });
+    })) << "not all hear all again";
+    EXPECT_TRUE(waitFor([&] {
+      return std::ranges::all_of(apps, [](const auto& app) { return app->unanswered() == 0; });
+    })) << "sends without a completion";
+  }
+
+  static void check(const Apps& apps) {
+    std::map<int, std::set<int>> atFaultless;
+    for (const auto& text : apps[0]->received()) atFaultless[text.sender].insert(text.number);
+    for (std::size_t i = 0; i < apps.size(); ++i) {
+      SCOPED_TRACE("app " + std::to_string(i));
+      EXPECT_EQ(doubledAndReordered(apps[i]->received()), std::pair(0, 0));
+      EXPECT_EQ(apps[i]->answeredTwice(), 0);
+      if (i == 0) continue;
+      std::vector<int> lost;
+      std::ranges::set_difference(apps[i]->acknowledged(), atFaultless[static_cast<int>(i)],
+                                  std::back_inserter(lost));
+      EXPECT_EQ(lost, std::vector<int>{});
+    }
+  }
+
+  static void report(const Proxies& proxies, const Apps& apps) {
+    for (std::size_t i = 0; i < apps.size(); ++i)
+      std::printf(
+          "app %zu: %d effects of faults; sent %d, acknowledged %zu, unanswered %zu, "
+          "received %zu\n",
+          i, proxies[i]->effects(), apps[i]->sent(), apps[i]->acknowledged().size(),
+          apps[i]->unanswered(), apps[i]->received().size());
+  }
+};
+
+TEST_P(ChaosTest, FaultsLoseDoubleAndReorderNothingThatIsPromised) {
+  const std::chrono::seconds seconds(numberFrom("ZAVELO_CHAOS_SECONDS", isSanitized ? 20 : 60) / 2);
+  const auto seed = numberFrom("ZAVELO_CHAOS_SEED", std::random_device()());
+  std::printf("ZAVELO_CHAOS_SEED=%llu, %lld s\n", static_cast<unsigned long long>(seed),
+              static_cast<long long>(seconds.count()));
+  std::fflush(stdout);
+  run(1s, 1);  // what is made once stays
+  const auto descriptorsBefore = descriptors();
+  malloc_trim(0);
+  const auto memoryBefore = mallinfo2().uordblks;
+  run(seconds, seed);
+  EXPECT_TRUE(waitFor([&] { return descriptors() <= descriptorsBefore; }));
+  if (!isSanitized) {
+    EXPECT_LT(mallinfo2().uordblks, memoryBefore + 1'000'000);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Over, ChaosTest, ::testing::Values(false, true),
+                         [](const auto& tested) { return tested.param ? "Tls" : "Tcp"; });
+
+}  // namespace
+}  // namespace zavelo::testing

@@ -55,6 +55,7 @@ int main(int count, char** arguments) {
   host.store = std::make_shared<SqliteKeyValueStore>("first_hour.sqlite");
   if (!ZVPlatform::install(std::move(host))) return EXIT_FAILURE;
   ZaveloSDK::shared().initWith(ZVEnvironment::custom({api}), /*enableLog=*/false);
+  ZVAPIService::sharedInstance()->setSessionPolicy(ZVSessionPolicy::resilient);
   const auto engine = mqttEngine({.address = rtm});
   if (!engine) {
     std::cerr << "first_hour: " << engine.error() << "\n";

@@ -36,12 +36,10 @@ void ApiContext::giveUpSession(ZVSessionSource& source, ZVSessionId id) const {
 }
 
 std::shared_ptr<TokenRenewal> ApiContext::renewalOf(ZVSessionId id) const {
-  const std::lock_guard lock(mutex_);
   return id == renewing_ ? renewal_.lock() : nullptr;
 }
 
 void ApiContext::setRenewal(ZVSessionId id, std::weak_ptr<TokenRenewal> renewal) {
-  const std::lock_guard lock(mutex_);
   renewing_ = id;
   renewal_ = std::move(renewal);
 }
@@ -54,6 +52,11 @@ void ApiContext::enter(const std::shared_ptr<Exchange>& exchange) {
 void ApiContext::leave(Exchange* exchange) {
   const std::lock_guard lock(mutex_);
   exchanges_.erase(exchange);
+}
+
+std::size_t ApiContext::callsUnderWay() const {
+  const std::lock_guard lock(mutex_);
+  return exchanges_.size();
 }
 
 std::vector<std::shared_ptr<Exchange>> ApiContext::underWay() const {

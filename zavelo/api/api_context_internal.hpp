@@ -47,20 +47,22 @@ class ApiContext {
   /// notified while there still is a session to look at.
   void giveUpSession(ZVSessionSource& source, ZVSessionId id) const;
 
-  /// The renewal of a session that is under way; null when there is none.
+  /// The renewal of a session that is under way; null when there is none. On the main queue.
   [[nodiscard]] std::shared_ptr<TokenRenewal> renewalOf(ZVSessionId id) const;
   void setRenewal(ZVSessionId id, std::weak_ptr<TokenRenewal> renewal);
 
   void enter(const std::shared_ptr<Exchange>& exchange);
   void leave(Exchange* exchange);
   [[nodiscard]] std::vector<std::shared_ptr<Exchange>> underWay() const;
+  [[nodiscard]] std::size_t callsUnderWay() const;
 
  private:
+  ZVSessionId renewing_ = 0;
+  std::weak_ptr<TokenRenewal> renewal_;  ///< of the session `renewing_`
+
   mutable std::mutex mutex_;  // guards what follows
   std::weak_ptr<ZVSessionSource> sessionSource_;
   std::unordered_map<Exchange*, std::weak_ptr<Exchange>> exchanges_;
-  ZVSessionId renewing_ = 0;
-  std::weak_ptr<TokenRenewal> renewal_;  ///< of the session `renewing_`
 };
 
 }  // namespace zavelo::detail

@@ -52,6 +52,10 @@ void ZVAPIService::setSessionPolicy(ZVSessionPolicy policy) noexcept {
   context_->sessionPolicy = policy;
 }
 
+std::size_t ZVAPIService::callsUnderWay() const {
+  return context_->callsUnderWay();
+}
+
 const std::shared_ptr<NotificationCentre>& ZVAPIService::notifications() const noexcept {
   return context_->notifications;
 }

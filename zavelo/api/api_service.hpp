@@ -100,6 +100,9 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   [[nodiscard]] ZVSessionPolicy sessionPolicy() const noexcept;
   void setSessionPolicy(ZVSessionPolicy policy) noexcept;
 
+  /// Calls that have not completed yet, renewals included: what an app waits for before it sleeps.
+  [[nodiscard]] std::size_t callsUnderWay() const;
+
   [[nodiscard]] const std::shared_ptr<HttpSession>& session() const noexcept;
   /// Where completions arrive.
   [[nodiscard]] const std::shared_ptr<Queue>& mainQueue() const noexcept { return mainQueue_; }

@@ -94,14 +94,11 @@ void Exchange::send() {
     task_ = std::move(task);
   }
   // An interruption that came before the task was known has not reached it.
-  if (isOrphaned() || isCancelled()) interrupt();
+  if (isOrphaned() || isCancelled_) interrupt();
 }
 
 void Exchange::cancel() {
-  {
-    const std::lock_guard lock(mutex_);
-    cancelled_ = true;
-  }
+  isCancelled_ = true;
   interrupt();
 }
 
@@ -112,28 +109,22 @@ void Exchange::onServiceEnd() {
 /// Ends the transfer under way; its end brings the answer. A renewal goes on, so that its result is
 /// kept, and the caller is answered without it.
 void Exchange::interrupt() {
+  if (isRenewing_) {
+    if (const auto queue = context_->mainQueue.lock())
+      queue->post([self = shared_from_this()] { self->answerInterrupted(); });
+    return;
+  }
   std::shared_ptr<HttpTask> task;
   {
     const std::lock_guard lock(mutex_);
-    if (!isRenewing_ && !task_) return;  // about to be sent: send() looks again
-    if (!isRenewing_) task = task_;
+    task = task_;
   }
-  if (task) return task->cancel();
-  if (const auto queue = context_->mainQueue.lock())
-    queue->post([self = shared_from_this()] { self->answerInterrupted(); });
+  if (task) task->cancel();  // without one the call is about to be sent, and send() looks again
 }
 
 void Exchange::answerInterrupted() {
-  {
-    const std::lock_guard lock(mutex_);
-    if (!isRenewing_) return;  // sent again meanwhile, which has looked for interruptions
-  }
-  if (isOpen()) failIfInterrupted();
-}
-
-bool Exchange::isCancelled() {
-  const std::lock_guard lock(mutex_);
-  return cancelled_;
+  // Otherwise it has been sent again, and looked for interruptions then.
+  if (isRenewing_ && isOpen()) failIfInterrupted();
 }
 
 bool Exchange::isOrphaned() const {
@@ -145,7 +136,7 @@ bool Exchange::failIfInterrupted() {
     printLogAndFail(ZVAPIErrorType::noConnection, errorText::noConnection);
     return true;
   }
-  if (isCancelled()) {
+  if (isCancelled_) {
     printLogAndFail(ZVAPIErrorType::unknown, errorText::cancelled);
     return true;
   }
@@ -180,17 +171,14 @@ void Exchange::onUnauthorized() {
 void Exchange::renew(std::shared_ptr<ZVSessionSource> source, ZVSession session) {
   const ApiRequest request = renewalRequest(*session.refreshToken);
   log_.renewal(request.url, ApiContext::commonHeaders(session), *request.parameters);
-  {
-    const std::lock_guard lock(mutex_);
-    isRenewing_ = true;
-  }
+  isRenewing_ = true;
   TokenRenewal::start(context_, std::move(source), std::move(session), shared_from_this());
-  if (isOrphaned() || isCancelled()) interrupt();  // the interruption may have met no task
+  if (isOrphaned() || isCancelled_) interrupt();  // the interruption may have met no task
 }
 
 void Exchange::onRenewed(const TokenRenewal::Result& result) {
   {
-    const std::lock_guard lock(mutex_);
+    (void)0;
     isRenewing_ = false;
   }
   if (!isOpen()) return;

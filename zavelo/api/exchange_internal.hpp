@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -58,7 +59,6 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
 
   void interrupt();
   void answerInterrupted();
-  [[nodiscard]] bool isCancelled();
   [[nodiscard]] bool isOrphaned() const;  ///< the API service was destroyed
   [[nodiscard]] bool isResilient() const;
   bool failIfInterrupted();
@@ -74,10 +74,11 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
   bool isBroken_ = false;  ///< the transport failed, perhaps in the middle of the reply
   bool hasEndedSession_ = false;
 
-  std::mutex mutex_;  // guards what follows: cancel() comes from any thread
+  // cancel() comes from any thread:
+  std::atomic<bool> isRenewing_;  ///< a renewal is under way, which nothing may cut short
+  std::atomic<bool> isCancelled_{false};
+  std::mutex mutex_;  // guards what follows
   std::shared_ptr<HttpTask> task_;
-  bool isRenewing_ = false;  ///< a renewal is under way, which nothing may cut short
-  bool cancelled_ = false;
 };
 
 }  // namespace zavelo::detail

@@ -1,10 +1,14 @@
 // What the tests of this room let another process do: `child MODE ARGUMENT...`.
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -41,12 +45,14 @@ int exitInFlight(const std::string& url, bool inHandler) {
   for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-/// Writes a list whose items must agree, over and over, and says what was acknowledged.
-int writeForever(SqliteKeyValueStore& store) {
-  for (int i = 1;; ++i) {
+/// Writes a list whose items must agree, over and over, removes it each tenth time, and prints what
+/// was acknowledged.
+int writeForever(SqliteKeyValueStore& store, int first) {
+  for (int i = first;; ++i) {
     const std::string text(static_cast<std::size_t>(i % 97) * 100, static_cast<char>('a' + i % 26));
     const std::vector<StoreScalar> list{static_cast<double>(i), text, text};
-    if (!store.set("session", list)) return 1;
+    const auto done = i % 10 == 0 ? store.remove("session") : store.set("session", list);
+    if (!done) return 1;
     std::printf("%d\n", i);
     std::fflush(stdout);
   }
@@ -60,13 +66,85 @@ int writeMany(SqliteKeyValueStore& store, const std::string& prefix, int count) 
   return 0;
 }
 
+void report(const char* done, const Status<StoreError>& status) {
+  std::printf("%s\n", status ? done : status.error().description.c_str());
+}
+
+void reportPending(const KeyValueStore& store) {
+  const auto problem = store.pendingProblem();
+  std::printf("%s\n", problem ? problem->description.c_str() : "none pending");
+}
+
+/// Prints the size of a text or of a list.
+void reportSize(KeyValueStore& store, const char* key) {
+  const auto value = store.get(key);
+  if (!value) return report("", Failure{value.error()});
+  if (!*value) return std::puts("absent"), void();
+  const auto* list = std::get_if<std::vector<StoreScalar>>(&**value);
+  const auto size =
+      list ? list->size() : std::get<std::string>(std::get<StoreScalar>(**value)).size();
+  std::printf("%zu\n", size);
+}
+
 int readAndWrite(SqliteKeyValueStore& store) {
-  const auto value = store.get("name");
-  std::printf("%s\n", !value ? value.error().description.c_str() : *value ? "read" : "absent");
-  const auto written = store.set("name", StoreScalar(true));
-  std::printf("%s\n", written ? "written" : written.error().description.c_str());
-  const auto removed = store.remove("absent");
-  std::printf("%s\n", removed ? "removed" : removed.error().description.c_str());
+  reportSize(store, "name");
+  report("written", store.set("name", StoreScalar(std::string("other"))));
+  report("removed", store.remove("absent"));
+  reportSize(store, "name");
+  reportPending(store);
+  return 0;
+}
+
+/// Mounts an empty disk of 400 KB and `files` files on the folder, for this process alone.
+bool mountSmallDisk(const std::string& folder, int files) {
+  const auto options = "size=400k,nr_inodes=" + std::to_string(files + 1);
+  return unshare(getuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) == 0 &&
+         mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount("small", folder.c_str(), "tmpfs", 0, options.c_str()) == 0;
+}
+
+/// Signs in, has another user sign in, and signs out, on a disk that becomes full: `files` says
+/// whether a journal file could be created.
+int useFullDisk(const std::string& folder, int files) {
+  if (!mountSmallDisk(folder, files)) return std::puts("no mount"), 0;
+  const std::string file = folder + "/store.sqlite";
+  const auto text = [](std::size_t size) { return StoreScalar(std::string(size, 't')); };
+  const auto words = [&](std::size_t size) { return std::vector<StoreScalar>(size, text(20)); };
+  {
+    SqliteKeyValueStore store(file);
+    report("signed in", store.set("session", text(2000)));
+    report("words", store.set("words", words(1000)));
+  }
+  const std::string filler = folder + "/filler";
+  for (std::ofstream rest(filler); rest.put('x').flush();) {
+  }
+  {
+    SqliteKeyValueStore store(file);
+    report("another signed in", store.set("session", text(20000)));
+  }
+  reportSize(*std::make_unique<SqliteKeyValueStore>(file), "session");
+  report("signed out", SqliteKeyValueStore(file).remove("session"));
+  SqliteKeyValueStore store(file);
+  reportSize(store, "session");
+  report("more words", store.set("words", words(9000)));
+  reportPending(store);
+  reportSize(store, "words");
+  reportSize(*std::make_unique<SqliteKeyValueStore>(file), "words");
+  std::remove(filler.c_str());
+  reportSize(store, "session");
+  reportPending(store);
+  reportSize(*std::make_unique<SqliteKeyValueStore>(file), "words");
+  return 0;
+}
+
+/// Ends with a sign-out that was refused, once the file `go` is there.
+int exitWithPending(const std::string& file, const std::filesystem::path& go) {
+  ZVPlatform parts;
+  parts.store = std::make_shared<SqliteKeyValueStore>(file);
+  if (!ZVPlatform::install(std::move(parts))) return 2;
+  report("removed", platform::store()->remove("session"));
+  std::fflush(stdout);
+  while (!std::filesystem::exists(go)) std::this_thread::sleep_for(std::chrono::milliseconds(5));
   return 0;
 }
 
@@ -84,8 +162,10 @@ int main(int count, char** arguments) {
   if (mode == "exit-in-handler") return exitInFlight(subject, true);
   // Given up here: where this program and the library stand may be closed to that user.
   if (mode == "read-and-write" && (count != 4 || setuid(userIn(arguments[3])) != 0)) return 2;
+  if (mode == "full-disk" && count == 4) return useFullDisk(subject, std::stoi(arguments[3]));
+  if (mode == "exit-with-pending" && count == 4) return exitWithPending(subject, arguments[3]);
   SqliteKeyValueStore store(subject);
-  if (mode == "write-forever") return writeForever(store);
+  if (mode == "write-forever") return writeForever(store, std::stoi(arguments[3]));
   if (mode == "write-many" && count == 4) return writeMany(store, arguments[3], 100);
   if (mode == "read-and-write") return readAndWrite(store);
   return 2;

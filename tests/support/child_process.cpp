@@ -27,7 +27,7 @@ ChildProcess::ChildProcess(std::vector<std::string> arguments) {
 
 ChildProcess::~ChildProcess() {
   if (process_ > 0) {
-    kill(process_, SIGKILL);
+    kill();
     wait();
   }
   close(output_);
@@ -38,6 +38,10 @@ std::string ChildProcess::readLine() {
   char c = 0;
   while (read(output_, &c, 1) == 1 && c != '\n') line += c;
   return line;
+}
+
+void ChildProcess::kill() {
+  ::kill(process_, SIGKILL);
 }
 
 int ChildProcess::wait() {

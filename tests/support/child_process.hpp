@@ -18,6 +18,8 @@ class ChildProcess {
 
   /// The next line of the child's standard output, without its line break; empty at the end.
   [[nodiscard]] std::string readLine();
+  /// Ends it with SIGKILL; what it has printed can still be read.
+  void kill();
   /// The exit status, or minus the signal that ended it.
   int wait();
 

@@ -21,7 +21,8 @@ struct StoreError {
   std::string description;  ///< for a person: which store, and what is wrong with it
 };
 
-/// Small values that outlive the process, under names. Any thread. A failed write changes nothing.
+/// Small values that outlive the process, under names. Any thread. A failed change leaves what is
+/// stored as it was; whether it is tried again later, `pendingProblem` says.
 class KeyValueStore {
  public:
   virtual ~KeyValueStore() = default;
@@ -30,9 +31,12 @@ class KeyValueStore {
   /// Removing what is not there succeeds.
   virtual Status<StoreError> remove(std::string_view key) = 0;
 
-  /// What is kept in memory only because it could not be written, and why; none when all is stored.
-  /// A store that tries a failed removal or replacement again later reports it here until then.
+  /// Why a change is kept in memory only, when a store tries failed changes again later; none when
+  /// everything is stored. Until then `get` returns the new state, and the next start of the app
+  /// would meet the old one.
   [[nodiscard]] virtual std::optional<StoreError> pendingProblem() const { return std::nullopt; }
+  /// Tries such changes again now. The platform does so when the process ends.
+  virtual Status<StoreError> flush() { return noFailure; }
 };
 
 }  // namespace zavelo

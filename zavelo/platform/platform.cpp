@@ -1,5 +1,6 @@
 #include "zavelo/platform/platform.hpp"
 
+#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -31,10 +32,16 @@ template <class Interface, class MakeDefault>
 const std::shared_ptr<Interface>& part(std::shared_ptr<Interface> ZVPlatform::*member,
                                        const MakeDefault& makeDefault) {
   Shared& platform = shared();
-  const std::lock_guard lock(platform.mutex);
-  platform.settled = true;
   auto& slot = platform.parts.*member;
-  if (!slot) slot = makeDefault();
+  {
+    const std::lock_guard lock(platform.mutex);
+    platform.settled = true;
+    if (slot) return slot;
+  }
+  // Made without the lock: a part may need another one. Of two threads the first one wins.
+  std::shared_ptr<Interface> made = makeDefault();
+  const std::lock_guard lock(platform.mutex);
+  if (!slot) slot.swap(made);
   return slot;
 }
 
@@ -43,6 +50,19 @@ SqliteKeyValueStore::SetAsideHandler reportSetAside() {
     platform::logSink()->write("The store could not be read. It was kept as " + keptAs.string() +
                                " and a new one was begun.");
   };
+}
+
+/// Without exceptions, as whatever runs at exit.
+void flushStoreAtExit() noexcept {
+  static const bool registered = std::atexit([] {
+                                   std::shared_ptr<KeyValueStore> store;
+                                   {
+                                     const std::lock_guard lock(shared().mutex);
+                                     store = shared().parts.store;
+                                   }
+                                   if (store) static_cast<void>(store->flush());
+                                 }) == 0;
+  static_cast<void>(registered);
 }
 
 }  // namespace
@@ -71,6 +91,7 @@ const std::shared_ptr<Queue>& backgroundQueue() {
 }
 
 const std::shared_ptr<KeyValueStore>& store() {
+  flushStoreAtExit();
   return part(&ZVPlatform::store, [] {
     return std::make_shared<SqliteKeyValueStore>(SqliteKeyValueStore::defaultFile(),
                                                  reportSetAside());

@@ -2,16 +2,33 @@
 
 #include <sqlite3.h>
 
+#include <thread>
+
 namespace zavelo::detail {
 
 namespace {
 
-constexpr int lockWaitMilliseconds = 1000;
+/// Asked again and again while a lock is held. SQLite's own handler soon looks every 100 ms only,
+/// and then hardly ever meets a moment between two changes of a busy process.
+int waitForLock(void* database, int count) {
+  constexpr std::chrono::seconds longest(1);
+  using Clock = std::chrono::steady_clock;
+  auto& since = *static_cast<Clock::time_point*>(database);
+  if (count == 0) since = Clock::now();
+  if (Clock::now() - since > longest) return 0;
+  std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  return 1;
+}
 
 }  // namespace
 
 bool SqliteError::damaged() const noexcept {
   return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+}
+
+bool SqliteError::needsOtherWay() const noexcept {
+  return code == SQLITE_FULL || code == SQLITE_IOERR || code == SQLITE_CANTOPEN ||
+         code == SQLITE_READONLY;
 }
 
 SqliteDatabase::SqliteDatabase(const std::filesystem::path& file) {
@@ -23,12 +40,16 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file) {
     sqlite3_close(handle_);
     throw error;
   }
-  sqlite3_busy_timeout(handle_, lockWaitMilliseconds);
+  waitForLocks(true);
   tidyUpOnClose(false);
 }
 
 SqliteDatabase::~SqliteDatabase() {
   sqlite3_close(handle_);
+}
+
+void SqliteDatabase::waitForLocks(bool wait) {
+  sqlite3_busy_handler(handle_, wait ? &waitForLock : nullptr, &waitingSince_);
 }
 
 void SqliteDatabase::tidyUpOnClose(bool tidy) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -18,6 +19,8 @@ struct SqliteError {
   std::string text;
 
   [[nodiscard]] bool damaged() const noexcept;
+  /// Whether writing without a journal file, in place, may succeed where this failed.
+  [[nodiscard]] bool needsOtherWay() const noexcept;
 };
 
 /// A connection for one thread at a time. Every member throws SqliteError.
@@ -28,6 +31,8 @@ class SqliteDatabase {
   SqliteDatabase(const SqliteDatabase&) = delete;
   SqliteDatabase& operator=(const SqliteDatabase&) = delete;
 
+  /// Whether to wait, about a second, for what another connection has locked. It does at first.
+  void waitForLocks(bool wait);
   /// Whether the connection, when it is the last one, moves the write-ahead log into the file as it
   /// closes. It does not unless told so: a file that is found damaged must stay as it is.
   void tidyUpOnClose(bool tidy);
@@ -40,6 +45,7 @@ class SqliteDatabase {
 
  private:
   sqlite3* handle_ = nullptr;
+  std::chrono::steady_clock::time_point waitingSince_;
 };
 
 /// One prepared statement; parameters count from 1, columns from 0.

@@ -1,10 +1,13 @@
 #include "zavelo/platform/sqlite_key_value_store.hpp"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <exception>
+#include <map>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 #include "zavelo/platform/store_connection_internal.hpp"
@@ -40,36 +43,169 @@ class SqliteKeyValueStore::Impl {
   Impl(std::filesystem::path file, SetAsideHandler onSetAside)
       : file_(std::move(file)), onSetAside_(std::move(onSetAside)) {}
 
-  /// What `work` returns for the open store, or the error that kept it from that.
+  Result<std::optional<StoreValue>, StoreError> get(std::string_view key) {
+    return guarded<std::optional<StoreValue>>([&]() -> std::optional<StoreValue> {
+      retry();
+      const auto waiting = pending_.find(key);
+      if (waiting != pending_.end()) return waiting->second.value;
+      return attempt([&](StoreConnection& store) { return store.get(key); });
+    });
+  }
+
+  Status<StoreError> change(std::string_view key, std::optional<StoreValue> value) {
+    return guarded<std::monostate>([&]() -> Status<StoreError> {
+      auto entry = pending_.try_emplace(std::string(key)).first;
+      entry->second = {std::move(value), std::nullopt};
+      retry(&entry->second);
+      return write(entry);
+    });
+  }
+
+  std::optional<StoreError> problem() const {
+    const std::lock_guard lock(mutex_);
+    return pending_.empty() ? std::nullopt : problem_;
+  }
+
+  Status<StoreError> flush() {
+    return guarded<std::monostate>([&]() -> Status<StoreError> {
+      retry(nullptr, true);
+      if (connection_) connection_->purge();
+      if (!pending_.empty()) return Failure{problem_.value_or(StoreError{})};
+      return noFailure;
+    });
+  }
+
+ private:
+  /// A change that is not in the file yet.
+  struct Change {
+    std::optional<StoreValue> value;  ///< none removes
+    /// What the file held instead when the change failed, if it could be read.
+    std::optional<std::optional<StoreValue>> replaced;
+  };
+  using Changes = std::map<std::string, Change, std::less<>>;
+
+  /// What `work` returns, with the store locked, or the error that kept it from that.
   template <class Value, class Work>
-  Result<Value, StoreError> with(Work work) {
+  Result<Value, StoreError> guarded(Work work) {
     std::vector<std::filesystem::path> setAside;
     auto result = [&]() -> Result<Value, StoreError> {
       const std::lock_guard lock(mutex_);
       try {
-        return attempt(work, setAside);
-      } catch (const SqliteError& error) {
-        return Failure{describe(error, file_.path())};
-      } catch (const StoreError& error) {
-        return Failure{error};
-      } catch (const std::exception& error) {
-        return Failure{StoreError{"the store " + file_.path().string() + ": " + error.what()}};
+        noticeFork();
+        if (connection_) connection_->waitForLocks(true);
+        auto outcome = Result<Value, StoreError>(work());
+        setAside.swap(setAside_);
+        return outcome;
+      } catch (...) {
+        setAside.swap(setAside_);
+        return Failure{currentError()};
       }
     }();
-    report(setAside);
+    for (const auto& kept : setAside) {
+      if (onSetAside_) onSetAside_(kept);
+    }
     return result;
   }
 
- private:
+  [[nodiscard]] StoreError currentError() const {
+    try {
+      throw;
+    } catch (const SqliteError& error) {
+      return describe(error, file_.path());
+    } catch (const StoreError& error) {
+      return error;
+    } catch (const std::exception& error) {
+      return {"the store " + file_.path().string() + ": " + error.what()};
+    }
+  }
+
+  /// A connection to SQLite must not cross a fork, not even to be closed; and what is pending is
+  /// the parent's to write.
+  void noticeFork() {
+    if (std::exchange(process_, getpid()) == process_) return;
+    static_cast<void>(connection_.release());
+    pending_.clear();
+  }
+
+  /// Tries all pending changes again, but for `except`. It waits for no lock unless it is to be
+  /// `patient`: the caller wants something else.
+  void retry(const Change* except = nullptr, bool patient = false) {
+    if (connection_) connection_->waitForLocks(patient);
+    for (auto entry = pending_.begin(); entry != pending_.end();) {
+      const auto next = std::next(entry);
+      if (&entry->second != except) static_cast<void>(write(entry));
+      entry = next;
+    }
+    if (connection_) connection_->waitForLocks(true);
+  }
+
+  /// Writes one pending change. It is pending no more afterwards, or fails.
+  Status<StoreError> write(Changes::iterator entry) {
+    auto& [key, change] = *entry;
+    try {
+      // Another process has written since: that is newer than what could not be written then.
+      if (!change.replaced || stored(key) == *change.replaced) write(key, change.value);
+      pending_.erase(entry);
+      return noFailure;
+    } catch (...) {
+      problem_ = currentError();
+      if (!change.replaced) change.replaced = storedIfReadable(key);
+      return Failure{*problem_};
+    }
+  }
+
+  void write(const std::string& key, const std::optional<StoreValue>& value) {
+    try {
+      return attempt([&](StoreConnection& store) { store.write(key, value); });
+    } catch (const SqliteError& error) {
+      if (!error.needsOtherWay()) throw;
+      // Only what is out of date is worth overruling a file's mode.
+      const bool overrule = error.code == SQLITE_READONLY && storedIfReadable(key).has_value();
+      if (!writeInPlace(key, value, overrule)) throw;
+    }
+  }
+
+  bool writeInPlace(const std::string& key, const std::optional<StoreValue>& value, bool overrule) {
+    std::optional<StoreFile::Opened> opened;
+    if (overrule) {
+      opened.emplace(file_);
+      connection_.reset();
+    }
+    bool done = false;
+    try {
+      attempt([&](StoreConnection& store) { store.writeInPlace(key, value); });
+      done = true;
+    } catch (const SqliteError&) {  // the first error says more
+    }
+    if (overrule) connection_.reset();
+    return done;
+  }
+
+  std::optional<StoreValue> stored(const std::string& key) {
+    return attempt([&](StoreConnection& store) { return store.get(key); });
+  }
+
+  /// Waits for no lock: this follows a failure, which may have waited already.
+  std::optional<std::optional<StoreValue>> storedIfReadable(const std::string& key) {
+    try {
+      if (connection_) connection_->waitForLocks(false);
+      return stored(key);
+    } catch (...) {
+      return std::nullopt;
+    }
+  }
+
   template <class Work>
-  auto attempt(Work& work, std::vector<std::filesystem::path>& setAside) {
+  std::invoke_result_t<const Work&, StoreConnection&> attempt(const Work& work) {
     constexpr int attempts = 5;
     for (int i = 1;; ++i) {
       try {
         return work(connection());
       } catch (const SqliteError& error) {
         const bool isMoved = file_.identity() != seen_;
-        if (!(error.damaged() || isMoved) || i == attempts) throw;
+        // The tables may have gone since the file was opened.
+        const bool isDoubtful = error.damaged() || (error.code == SQLITE_ERROR && connection_);
+        if (!(isDoubtful || isMoved) || i == attempts) throw;
         // Another process has set the file aside while this one opened it.
         if (isMoved) {
           connection_.reset();
@@ -78,7 +214,7 @@ class SqliteKeyValueStore::Impl {
         // Damage met at work: opening it again checks the whole file.
         if (std::exchange(connection_, nullptr)) continue;
       }
-      if (auto kept = setAsideDamaged()) setAside.push_back(std::move(*kept));
+      if (auto kept = setAsideDamaged()) setAside_.push_back(std::move(*kept));
     }
   }
 
@@ -100,41 +236,42 @@ class SqliteKeyValueStore::Impl {
     return file_.setAside(seen_);
   }
 
-  void report(const std::vector<std::filesystem::path>& setAside) const {
-    for (const auto& kept : setAside) {
-      if (onSetAside_) onSetAside_(kept);
-    }
-  }
-
   const StoreFile file_;
   const SetAsideHandler onSetAside_;
-  std::mutex mutex_;
+  mutable std::mutex mutex_;  // guards what follows
   std::unique_ptr<StoreConnection> connection_;
   StoreFile::Identity seen_{};  ///< what the last opening found
+  Changes pending_;
+  std::optional<StoreError> problem_;            ///< of the last change that failed
+  std::vector<std::filesystem::path> setAside_;  ///< to be reported without the lock
+  pid_t process_ = getpid();
 };
 
 SqliteKeyValueStore::SqliteKeyValueStore(std::filesystem::path file, SetAsideHandler onSetAside)
     : impl_(std::make_unique<Impl>(std::move(file), std::move(onSetAside))) {}
 
-SqliteKeyValueStore::~SqliteKeyValueStore() = default;
+SqliteKeyValueStore::~SqliteKeyValueStore() {
+  static_cast<void>(impl_->flush());
+}
 
 Result<std::optional<StoreValue>, StoreError> SqliteKeyValueStore::get(std::string_view key) {
-  return impl_->with<std::optional<StoreValue>>(
-      [&](StoreConnection& store) { return store.get(key); });
+  return impl_->get(key);
 }
 
 Status<StoreError> SqliteKeyValueStore::set(std::string_view key, const StoreValue& value) {
-  return impl_->with<std::monostate>([&](StoreConnection& store) {
-    store.set(key, value);
-    return noFailure;
-  });
+  return impl_->change(key, value);
 }
 
 Status<StoreError> SqliteKeyValueStore::remove(std::string_view key) {
-  return impl_->with<std::monostate>([&](StoreConnection& store) {
-    store.remove(key);
-    return noFailure;
-  });
+  return impl_->change(key, std::nullopt);
+}
+
+std::optional<StoreError> SqliteKeyValueStore::pendingProblem() const {
+  return impl_->problem();
+}
+
+Status<StoreError> SqliteKeyValueStore::flush() {
+  return impl_->flush();
 }
 
 std::filesystem::path SqliteKeyValueStore::defaultFile() {

@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "zavelo/platform/store_connection_internal.hpp"
@@ -15,6 +16,11 @@ constexpr std::int64_t schemaVersion = 1;
 /// In the column `type`; never to be renumbered.
 enum class ItemType : std::int64_t { binary = 0, text = 1, number = 2, flag = 3 };
 
+/// A store keeps so many pages free, so that a session can be replaced by a longer one when the
+/// disk is full.
+constexpr std::int64_t reservePages = 8;
+
+// In the column `is_list`, beside 0 and 1: 2 marks an entry that is removed but for its bytes.
 constexpr const char* schema = R"(
   CREATE TABLE entries (key TEXT PRIMARY KEY NOT NULL, is_list INTEGER NOT NULL) WITHOUT ROWID;
   CREATE TABLE items (key TEXT NOT NULL, position INTEGER NOT NULL, type INTEGER NOT NULL, value,
@@ -45,33 +51,61 @@ void checkOwner(SqliteDatabase& database, const std::string& name) {
   }
 }
 
-void checkSoundness(SqliteDatabase& database) {
+void checkIntegrity(SqliteDatabase& database) {
   const auto verdict = database.text("PRAGMA quick_check(1)");
   if (verdict != "ok") throw SqliteError{SQLITE_CORRUPT, verdict};
+  const auto columns = database.integer(
+      "SELECT count(*) FROM pragma_table_info('entries') WHERE name IN ('key', 'is_list')");
+  const auto itemColumns = database.integer(
+      "SELECT count(*) FROM pragma_table_info('items') "
+      "WHERE name IN ('key', 'position', 'type', 'value')");
+  if (columns != 2 || itemColumns != 4) throw SqliteError{SQLITE_CORRUPT, "its tables are missing"};
 }
 
-/// Only once the owner stands in the file itself: what is in the log alone may get lost with it.
-void useLog(SqliteDatabase& database) {
+/// A store is one file: a copy of it is the session. SQLite's write-ahead log needs two more files,
+/// also to read.
+void leaveLog(SqliteDatabase& database) {
   if (sqlite3_db_readonly(database.handle(), "main") != 0) return;
-  if (database.text("PRAGMA journal_mode") == "wal") return;
+  if (database.text("PRAGMA journal_mode") != "wal") return;
   try {
-    database.execute("PRAGMA journal_mode=WAL");
+    database.execute("PRAGMA journal_mode=DELETE");
   } catch (const SqliteError& error) {
-    // Another process is at work: the store is as safe without, and the next opening tries again.
-    if (error.code != SQLITE_BUSY) throw;
+    // Another process uses it, or the disk is full. The store works with the log, too, and the next
+    // opening tries again.
+    if (error.damaged()) throw;
   }
 }
 
 bool makeReady(SqliteDatabase& database, const std::filesystem::path& file) {
-  // What was acknowledged is on the disk, even when the power goes.
-  database.execute("PRAGMA synchronous=FULL");
+  // What was acknowledged is on the disk even after a power cut: EXTRA also writes the folder, in
+  // which the journal's end is the commit.
+  database.execute("PRAGMA synchronous=EXTRA");
+  // No token stays in a free page, and free pages have their place on the disk.
+  database.execute("PRAGMA secure_delete=ON");
   if (isBlank(database)) create(database);
   checkOwner(database, file.string());
-  checkSoundness(database);
+  checkIntegrity(database);
   database.tidyUpOnClose(true);
-  useLog(database);
+  leaveLog(database);
   return true;
 }
+
+/// Journals in memory while it lives.
+class InPlace {
+ public:
+  explicit InPlace(SqliteDatabase& database) : database_(database) {
+    if (database.text("PRAGMA journal_mode=MEMORY") != "memory")
+      throw SqliteError{SQLITE_BUSY, "the write-ahead log is in use"};
+  }
+  ~InPlace() {
+    sqlite3_exec(database_.handle(), "PRAGMA journal_mode=DELETE", nullptr, nullptr, nullptr);
+  }
+  InPlace(const InPlace&) = delete;
+  InPlace& operator=(const InPlace&) = delete;
+
+ private:
+  SqliteDatabase& database_;
+};
 
 StoreScalar scalarOf(const SqliteStatement& row, int typeColumn, int valueColumn) {
   switch (static_cast<ItemType>(row.integer(typeColumn))) {
@@ -113,13 +147,14 @@ StoreConnection::StoreConnection(const std::filesystem::path& file, StoreFile::I
       ready_(makeReady(database_, file)),
       select_(database_,
               "SELECT entries.is_list, items.type, items.value FROM entries "
-              "LEFT JOIN items ON items.key = entries.key WHERE entries.key = ? "
-              "ORDER BY items.position"),
+              "LEFT JOIN items ON items.key = entries.key "
+              "WHERE entries.key = ? AND entries.is_list < 2 ORDER BY items.position"),
       deleteItems_(database_, "DELETE FROM items WHERE key = ?"),
       deleteEntry_(database_, "DELETE FROM entries WHERE key = ?"),
       insertEntry_(database_, "INSERT INTO entries (key, is_list) VALUES (?, ?)"),
-      insertItem_(database_, "INSERT INTO items (key, position, type, value) VALUES (?, ?, ?, ?)") {
-}
+      insertItem_(database_, "INSERT INTO items (key, position, type, value) VALUES (?, ?, ?, ?)"),
+      mark_(database_, "UPDATE entries SET is_list = 2 WHERE key = ?"),
+      holdsRemains_(database_.integer("SELECT count(*) FROM entries WHERE is_list = 2") != 0) {}
 
 std::optional<StoreValue> StoreConnection::get(std::string_view key) {
   const Use row(select_);
@@ -134,10 +169,50 @@ std::optional<StoreValue> StoreConnection::get(std::string_view key) {
   return StoreValue(std::move(list));
 }
 
-void StoreConnection::set(std::string_view key, const StoreValue& value) {
+void StoreConnection::write(std::string_view key, const std::optional<StoreValue>& value) {
+  if (!value && !get(key)) return;  // succeeds in a read-only store, too
+  letOthersIn();
   SqliteTransaction transaction(database_);
+  replace(key, value);
+  deleteRemains();
+  keepReserve();
+  transaction.commit();
+  holdsRemains_ = false;
+  lastWrite_ = std::chrono::steady_clock::now();
+}
+
+// The lock on the file knows no queue: who waits for it looks every millisecond.
+void StoreConnection::letOthersIn() const {
+  constexpr std::chrono::milliseconds pause(2);
+  if (std::chrono::steady_clock::now() - lastWrite_ < pause) std::this_thread::sleep_for(pause);
+}
+
+void StoreConnection::writeInPlace(std::string_view key, const std::optional<StoreValue>& value) {
+  const InPlace inPlace(database_);
+  SqliteTransaction transaction(database_);
+  if (value) {
+    // A process that is killed within these microseconds may damage the file.
+    replace(key, value);
+  } else {
+    // Changes one page, so it is done or not done.
+    markRemoved(key);
+    holdsRemains_ = true;
+  }
+  transaction.commit();
+}
+
+void StoreConnection::purge() {
+  if (!holdsRemains_) return;
+  SqliteTransaction transaction(database_);
+  deleteRemains();
+  transaction.commit();
+  holdsRemains_ = false;
+}
+
+void StoreConnection::replace(std::string_view key, const std::optional<StoreValue>& value) {
   removeEntry(key);
-  const auto* list = std::get_if<std::vector<StoreScalar>>(&value);
+  if (!value) return;
+  const auto* list = std::get_if<std::vector<StoreScalar>>(&*value);
   {
     const Use entry(insertEntry_);
     entry->bind(1, key);
@@ -148,16 +223,31 @@ void StoreConnection::set(std::string_view key, const StoreValue& value) {
     std::int64_t position = 0;
     for (const auto& item : *list) addItem(key, position++, item);
   } else {
-    addItem(key, 0, std::get<StoreScalar>(value));
+    addItem(key, 0, std::get<StoreScalar>(*value));
   }
-  transaction.commit();
 }
 
-void StoreConnection::remove(std::string_view key) {
-  if (!get(key)) return;  // succeeds in a read-only store, too
-  SqliteTransaction transaction(database_);
-  removeEntry(key);
-  transaction.commit();
+void StoreConnection::markRemoved(std::string_view key) {
+  const Use entry(mark_);
+  entry->bind(1, key);
+  entry->step();
+}
+
+void StoreConnection::deleteRemains() {
+  if (!holdsRemains_) return;
+  database_.execute(
+      "DELETE FROM items WHERE key IN (SELECT key FROM entries WHERE is_list = 2);"
+      "DELETE FROM entries WHERE is_list = 2");
+}
+
+void StoreConnection::keepReserve() {
+  const auto missing = reservePages - database_.integer("PRAGMA freelist_count");
+  if (missing <= 0) return;
+  // What is inserted and deleted again leaves its pages free.
+  const auto size = missing * database_.integer("PRAGMA page_size");
+  database_.execute(("INSERT INTO items VALUES ('', -1, 0, zeroblob(" + std::to_string(size) +
+                     ")); DELETE FROM items WHERE key = '' AND position = -1")
+                        .c_str());
 }
 
 void StoreConnection::removeEntry(std::string_view key) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string_view>
 
@@ -9,7 +10,7 @@
 
 namespace zavelo::detail {
 
-/// An open store. Members throw SqliteError, or StoreError where the file is sound but not ours.
+/// An open store. Members throw SqliteError, or StoreError where the file is valid but not ours.
 class StoreConnection {
  public:
   /// "zvlo": tells a store from the database of another program.
@@ -19,11 +20,23 @@ class StoreConnection {
 
   [[nodiscard]] const StoreFile::Identity& identity() const noexcept { return identity_; }
 
+  void waitForLocks(bool wait) { database_.waitForLocks(wait); }
+
   std::optional<StoreValue> get(std::string_view key);
-  void set(std::string_view key, const StoreValue& value);
-  void remove(std::string_view key);
+  /// Sets the value, or removes it when there is none.
+  void write(std::string_view key, const std::optional<StoreValue>& value);
+  /// The same on a full disk or in a folder that cannot be written to: only the pages that the file
+  /// has are changed, without a journal file.
+  void writeInPlace(std::string_view key, const std::optional<StoreValue>& value);
+  /// Deletes what `writeInPlace` has only marked as removed.
+  void purge();
 
  private:
+  void letOthersIn() const;
+  void replace(std::string_view key, const std::optional<StoreValue>& value);
+  void markRemoved(std::string_view key);
+  void deleteRemains();
+  void keepReserve();
   void removeEntry(std::string_view key);
   void addItem(std::string_view key, std::int64_t position, const StoreScalar& value);
 
@@ -35,6 +48,9 @@ class StoreConnection {
   SqliteStatement deleteEntry_;
   SqliteStatement insertEntry_;
   SqliteStatement insertItem_;
+  SqliteStatement mark_;
+  std::chrono::steady_clock::time_point lastWrite_;
+  bool holdsRemains_;  ///< entries that are only marked as removed
 };
 
 }  // namespace zavelo::detail

@@ -90,6 +90,16 @@ void StoreFile::makeIfMissing() const {
   }
 }
 
+StoreFile::Opened::Opened(const StoreFile& file) : path_(file.path_) {
+  struct stat status {};
+  if (stat(path_.c_str(), &status) != 0) return;
+  if (chmod(path_.c_str(), status.st_mode | S_IRUSR | S_IWUSR) == 0) mode_ = status.st_mode;
+}
+
+StoreFile::Opened::~Opened() {
+  if (mode_) chmod(path_.c_str(), *mode_);
+}
+
 bool StoreFile::belongsToOther(unsigned applicationId) const {
   // https://www.sqlite.org/fileformat.html, section 1.3
   constexpr std::string_view magic("SQLite format 3\0", 16);

@@ -26,6 +26,20 @@ class StoreFile {
   /// Makes sure that there is a regular file, with the folders above it; a new one has mode 0600.
   Identity prepare() const;
 
+  /// Lets the file's owner, when that is this process, read and write it, and gives it its mode
+  /// back when it is destroyed.
+  class Opened {
+   public:
+    explicit Opened(const StoreFile& file);
+    ~Opened();
+    Opened(const Opened&) = delete;
+    Opened& operator=(const Opened&) = delete;
+
+   private:
+    const std::filesystem::path& path_;
+    std::optional<mode_t> mode_;  ///< to be restored
+  };
+
   /// Whether it is a database that names another application than `applicationId`.
   [[nodiscard]] bool belongsToOther(unsigned applicationId) const;
 

@@ -18,12 +18,16 @@ class WatchedStore final : public KeyValueStore {
   Result<std::optional<StoreValue>, StoreError> get(std::string_view key) override;
   Status<StoreError> set(std::string_view key, const StoreValue& value) override;
   Status<StoreError> remove(std::string_view key) override;
+  [[nodiscard]] std::optional<StoreError> pendingProblem() const override;
+  Status<StoreError> flush() override;
 
+  /// The first failure, or why a change cannot be stored even when it is tried again now.
   [[nodiscard]] std::optional<std::string> failure() const;
 
  private:
   template <class Outcome>
   Outcome watched(Outcome outcome);
+  Status<StoreError> watchedChange(Status<StoreError> outcome);
 
   const std::unique_ptr<KeyValueStore> store_;
   mutable std::mutex mutex_;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "tests/support/environment_variable.hpp"
 #include "tests/support/recorded_log.hpp"
 #include "zavelo/core/sdk.hpp"
 
@@ -14,6 +15,11 @@ namespace {
 
 using testing::RecordedLog;
 
+class LogEntry : public ::testing::Test {
+ protected:
+  const test::EnvironmentVariable zone{"TZ"};
+};
+
 std::shared_ptr<RecordedLog> logAt(std::string_view zone, std::time_t utc, int milliseconds) {
   setenv("TZ", std::string(zone).c_str(), 1);
   tzset();
@@ -21,7 +27,7 @@ std::shared_ptr<RecordedLog> logAt(std::string_view zone, std::time_t utc, int m
                               std::chrono::milliseconds(milliseconds));
 }
 
-TEST(LogEntry, HasTwoLinesWithTheGivenPosition) {
+TEST_F(LogEntry, HasTwoLinesWithTheGivenPosition) {
   const auto log = logAt("EAT-3", 1'769'860'805, 123);  // 2026-01-31 12:00:05 UTC
   const ZVLogPosition where("a/b/File.swift", 65, 20, "initWith(environment:enableLog:)");
   ZVLog::i("ZaveloCore is initialized", where);
@@ -36,7 +42,7 @@ TEST(LogEntry, HasTwoLinesWithTheGivenPosition) {
             "initWith(environment:enableLog:) -> 42");
 }
 
-TEST(LogEntry, ShowsTwelveAtMidnightAndMillisecondsBehindTheSeconds) {
+TEST_F(LogEntry, ShowsTwelveAtMidnightAndMillisecondsBehindTheSeconds) {
   const auto log = logAt("UTC", 1'769'817'600, 7);  // 2026-01-31 00:00:00 UTC
   ZVLog::d("x", ZVLogPosition("name", 1, 2, "f()"));
   ZVLog::v("", ZVLogPosition("ends/", 1, 2, "f()"));
@@ -45,7 +51,7 @@ TEST(LogEntry, ShowsTwelveAtMidnightAndMillisecondsBehindTheSeconds) {
   EXPECT_EQ(log->entries().at(1), "2026-01-31 12:00:00007\n[\U0001F52C][]:1 2 f() -> ");
 }
 
-TEST(LogEntry, KnowsTheCallersOwnPosition) {
+TEST_F(LogEntry, KnowsTheCallersOwnPosition) {
   const auto log = RecordedLog::install();
   ZVLog::w(1.5);
   const int line = __LINE__ - 1;

@@ -2,13 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <fstream>
+#include <thread>
+
 #include "tests/support/recorded_log.hpp"
+#include "tests/support/temporary_folder.hpp"
 #include "zavelo/api/api.hpp"
 #include "zavelo/core/timestamp.hpp"
+#include "zavelo/platform/sqlite_key_value_store.hpp"
+#include "zavelo/services/stream_service.hpp"
 #include "zavelo/services/user_service.hpp"
+#include "zavelo/testing/fresh_library.hpp"
+#include "zavelo/testing/manual_queue.hpp"
 #include "zavelo/testing/memory_key_value_store.hpp"
-
-// Each test runs in a process of its own: these are about what exists once a process.
+#include "zavelo/testing/scripted_http_session.hpp"
 
 namespace zavelo {
 namespace {
@@ -16,6 +25,7 @@ namespace {
 using testing::RecordedLog;
 
 TEST(ZaveloSDK, IsOnTheDevelopmentBackendWithItsLogOnBeforeItIsInitialised) {
+  const testing::FreshLibrary library;
   EXPECT_TRUE(ZaveloSDK::shared().enableLog());
   EXPECT_EQ(ZaveloSDK::shared().environment(), ZVEnvironment::demo());
   EXPECT_EQ(ZaveloSDK::shared().agoraAppId(), "");
@@ -40,18 +50,75 @@ TEST(ZaveloSDK, KeepsTheFirstEnvironmentAndTheLastLogSwitch) {
 TEST(ZaveloSDK, HandsOutTheSameServicesEachTime) {
   ZVPlatform platform;
   platform.store = std::make_shared<testing::MemoryKeyValueStore>();
-  ASSERT_TRUE(ZVPlatform::install(std::move(platform)));
+  const testing::FreshLibrary library(std::move(platform));
   const auto service = ZaveloSDK::shared().userService();
   EXPECT_EQ(service, ZaveloSDK::shared().userService());
   EXPECT_EQ(service, ZVUserService::shared());
   EXPECT_FALSE(ZVPlatform::install({})) << "too late to change it";
 }
 
+TEST(ZaveloSDK, OpensTheStoreOnlyForTheSession) {
+  const auto store = std::make_shared<testing::MemoryKeyValueStore>();
+  const std::string user = R"({"accessToken":"a1"})";
+  const auto* bytes = reinterpret_cast<const std::byte*>(user.data());
+  const auto http = std::make_shared<testing::ScriptedHttpSession>();
+  ZVPlatform platform;
+  platform.store = store;
+  platform.httpSession = http;
+  platform.mainQueue = std::make_shared<testing::ManualQueue>();
+  const testing::FreshLibrary library(std::move(platform));
+  const auto& sdk = ZaveloSDK::shared();
+  const auto streams = sdk.streamService();
+  static_cast<void>(sdk.productService());
+  static_cast<void>(sdk.rtmService());
+  // Too late for a session that was restored with the services.
+  ASSERT_TRUE(store->set("ZVUser", StoreScalar(std::vector(bytes, bytes + user.size()))));
+  streams->getStreamDetail("s1", [](auto) {});
+  const auto request = http->requests().at(0);
+  EXPECT_TRUE(std::any_of(request.headers.begin(), request.headers.end(),
+                          [](const auto& header) { return header.value == "bearer a1"; }));
+}
+
+/// Asks for the current user whenever it is to write.
+class AskingSink final : public LogSink {
+ public:
+  void write(std::string_view) override {
+    EXPECT_FALSE(ZaveloSDK::shared().userService()->isLogin());
+    ++entries;
+  }
+  std::atomic<int> entries = 0;
+};
+
+TEST(ZaveloSDK, LogAndHandlersMayAskForTheUserWhileTheStoreFailsAtTheStart) {
+  const auto sink = std::make_shared<AskingSink>();
+  const test::TemporaryFolder folder;
+  std::ofstream(folder / "store.sqlite") << "damaged";
+  const auto failing = std::make_shared<testing::MemoryKeyValueStore>();
+  failing->failWith("no disk");
+  const auto damaged = std::make_shared<SqliteKeyValueStore>(
+      folder / "store.sqlite", [&](const auto&) { sink->write("damaged"); });
+  for (const std::shared_ptr<KeyValueStore>& store :
+       {std::shared_ptr<KeyValueStore>(failing), std::shared_ptr<KeyValueStore>(damaged)}) {
+    sink->entries = 0;
+    ZVPlatform platform;
+    platform.store = store;
+    platform.logSink = sink;
+    const testing::FreshLibrary library(std::move(platform));
+    std::vector<std::thread> threads;
+    std::vector<ZVUserService*> seen(4);
+    for (auto& service : seen)
+      threads.emplace_back([&] { service = ZaveloSDK::shared().userService().get(); });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), ZVUserService::shared().get()), 4);
+    EXPECT_GT(sink->entries, 0);
+  }
+}
+
 TEST(MillisecondTimestamp, IsTheMediaClockTruncated) {
   ZVPlatform platform;
   const auto clock = std::make_shared<testing::ManualClock>();
   platform.clock = clock;
-  ASSERT_TRUE(ZVPlatform::install(std::move(platform)));
+  const testing::FreshLibrary library(std::move(platform));
   clock->advance(std::chrono::microseconds(1'999));
   EXPECT_EQ(millisecondTimestamp(), 1);
 }

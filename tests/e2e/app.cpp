@@ -30,7 +30,6 @@ class App::Routed final : public HttpSession {
 
 App::App(const std::string& backend, const std::filesystem::path& store, CurlHttpOptions options)
     : http_(std::make_shared<Routed>(backend, options)) {
-  testing::RecordedLog::install();
   ZaveloSDK::shared().initWith(ZVEnvironment::custom({std::string(anyBackend)}), true);
   for (const auto name : {ZaveloBanned, ZaveloDidLogInAnotherDevice, ZaveloDidRefreshTokenFailed})
     tokens_.push_back(notifications_->addObserver(std::string(name), [this](const auto& posted) {

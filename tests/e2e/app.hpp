@@ -54,6 +54,7 @@ class App {
   std::vector<std::string> heard;  ///< notifications, in order
 
  private:
+  const std::shared_ptr<testing::RecordedLog> log_ = testing::RecordedLog::install();
   class Routed;
   void record(AppAnswer answer);
 

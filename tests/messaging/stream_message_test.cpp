@@ -8,6 +8,7 @@
 #include "zavelo/messaging/stream_message_factory.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/services/user_service.hpp"
+#include "zavelo/testing/fresh_library.hpp"
 #include "zavelo/testing/memory_key_value_store.hpp"
 
 namespace zavelo {
@@ -49,7 +50,7 @@ TEST(StreamMessage, IsMineOnlyForTheMemberWhoSentIt) {
 TEST(StreamMessage, AsksTheSharedSessionByDefault) {
   ZVPlatform platform;
   platform.store = std::make_shared<testing::MemoryKeyValueStore>();
-  ASSERT_TRUE(ZVPlatform::install(std::move(platform)));
+  const testing::FreshLibrary library(std::move(platform));
   ZVUserService::shared()->setUser(std::make_shared<ZVUser>(*FixedUser::member(42).currentUser()));
   const auto record = ZVStreamMessageFactory(ZVMessageType::share).createMessage("", 0);
   EXPECT_EQ(record->senderUserId, 42);

@@ -2,6 +2,8 @@
 
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -9,13 +11,19 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <string>
 #include <string_view>
 #include <thread>
 
+#include "zavelo/messaging/engines/in_process.hpp"
+#include "zavelo/messaging/recorded_chat.hpp"
+#include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/platform/main_queue.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/platform/sqlite_key_value_store.hpp"
+#include "zavelo/testing/scripted_http_session.hpp"
 
 namespace {
 
@@ -148,6 +156,64 @@ int exitWithPending(const std::string& file, const std::filesystem::path& go) {
   return 0;
 }
 
+/// What needs a thread, without and with one.
+int workWithoutThreads() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NPROC, &limit);
+  const rlimit none{0, limit.rlim_max};
+  setrlimit(RLIMIT_NPROC, &none);
+
+  const auto main = std::make_shared<MainQueue>();
+  const auto background = std::make_shared<BackgroundQueue>();
+  const ZaveloRecordedMessageDownloader downloader(
+      "/dev/null", {std::make_shared<testing::ScriptedHttpSession>(), main, background});
+  downloader.load([](auto loaded) { std::puts(loaded ? "loaded" : loaded.error().c_str()); });
+  const auto kit = InProcessHub::create()->kitFactory()("app", {});
+  kit->login({}, "7", [](auto code) { std::printf("login: %d\n", static_cast<int>(code)); });
+  kit->createChannel("c", {})->getMembers(
+      [](auto members) { std::puts(members ? "members" : "no members"); });
+  std::printf("%zu on the main queue\n", main->poll());
+
+  std::promise<void> ran;
+  main->setExecutor([](QueueTask task) { task(); });
+  main->postAfter(std::chrono::milliseconds(1), [&] { ran.set_value(); });
+  setrlimit(RLIMIT_NPROC, &limit);
+  main->post([] {});
+  ran.get_future().wait();
+  std::promise<void> ranToo;
+  background->post([&] { ranToo.set_value(); });
+  ranToo.get_future().wait();
+  std::puts("with threads again");
+  return 0;
+}
+
+/// Uses queues and a store before and after a fork.
+int forkInUse(const std::string& file) {
+  SqliteKeyValueStore store(file);
+  BackgroundQueue background;
+  MainQueue main;
+  main.setExecutor([](QueueTask task) { task(); });
+  const auto useAll = [&](const char* name) {
+    for (const auto after : {0, 1}) {
+      std::promise<void> ran;
+      auto& queue = after ? static_cast<Queue&>(main) : background;
+      queue.postAfter(std::chrono::milliseconds(after), [&] { ran.set_value(); });
+      ran.get_future().wait();
+    }
+    report(name, store.set(name, StoreScalar(true)));
+    std::fflush(stdout);
+  };
+  useAll("parent");
+  if (const pid_t child = fork(); child == 0) {
+    useAll("child");
+  } else {
+    int status = 0;
+    waitpid(child, &status, 0);
+    useAll("parent again");
+  }
+  return 0;
+}
+
 uid_t userIn(const char* text) {
   return static_cast<uid_t>(std::stoul(text));
 }
@@ -162,6 +228,8 @@ int main(int count, char** arguments) {
   if (mode == "exit-in-handler") return exitInFlight(subject, true);
   // Given up here: where this program and the library stand may be closed to that user.
   if (mode == "read-and-write" && (count != 4 || setuid(userIn(arguments[3])) != 0)) return 2;
+  if (mode == "no-threads") return setuid(userIn(arguments[2])) == 0 ? workWithoutThreads() : 2;
+  if (mode == "fork") return forkInUse(subject);
   if (mode == "full-disk" && count == 4) return useFullDisk(subject, std::stoi(arguments[3]));
   if (mode == "exit-with-pending" && count == 4) return exitWithPending(subject, arguments[3]);
   SqliteKeyValueStore store(subject);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "zavelo/platform/main_queue.hpp"
+#include "zavelo/testing/fresh_library.hpp"
 #include "zavelo/testing/manual_clock.hpp"
 #include "zavelo/testing/memory_key_value_store.hpp"
 
@@ -13,6 +14,7 @@ using zavelo::testing::ManualClock;
 using zavelo::testing::MemoryKeyValueStore;
 
 TEST(Platform, IsInstalledOnceBeforeUseAndFilledUpWithDefaults) {
+  const zavelo::testing::FreshLibrary library;
   ZVPlatform supplied;
   supplied.store = std::make_shared<MemoryKeyValueStore>();
   const auto store = supplied.store;

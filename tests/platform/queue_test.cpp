@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
@@ -10,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/child_process.hpp"
+#include "tests/support/temporary_folder.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/main_queue.hpp"
 #include "zavelo/testing/manual_queue.hpp"
@@ -157,6 +160,24 @@ TEST(MainQueue, RunsEveryPostOfManyThreads) {
   EXPECT_LE(ran, 4 * 1000);
 }
 
+TEST(MainQueue, TimerThreadEndsWithItsQueueAlsoFromItself) {
+  std::promise<void> destroyed;
+  auto queue = std::make_unique<MainQueue>();
+  queue->setExecutor([](QueueTask task) { task(); });
+  queue->postAfter(1ms, [&] {
+    queue.reset();
+    destroyed.set_value();
+  });
+  destroyed.get_future().wait();
+
+  const auto held = std::make_shared<int>();
+  queue = std::make_unique<MainQueue>();
+  queue->setExecutor([](QueueTask task) { task(); });
+  queue->postAfter(1h, [held] { FAIL(); });
+  queue.reset();
+  EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST(BackgroundQueue, RunsOnOneThreadOfItsOwnAndSurvivesExceptions) {
   std::promise<std::thread::id> first;
   std::promise<std::thread::id> second;
@@ -198,6 +219,23 @@ TEST(BackgroundQueue, MayBeDestroyedByItsClosures) {
   });
   destroyed.get_future().wait();
   EXPECT_FALSE(queue);
+}
+
+TEST(Queues, WithoutThreadsLoseNoAnswer) {
+  const uid_t user = getuid() == 0 ? 65534 : getuid();  // the superuser has threads without limit
+  test::ChildProcess child({ZAVELO_TEST_CHILD, "no-threads", std::to_string(user)});
+  for (const auto* line :
+       {"login: 1", "no members", "it could not be read: its queue has ended or got no thread",
+        "1 on the main queue", "with threads again"})
+    EXPECT_EQ(child.readLine(), line);
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST(Queues, AndAStoreWorkInAForkedProcess) {
+  const test::TemporaryFolder folder;
+  test::ChildProcess child({ZAVELO_TEST_CHILD, "fork", folder / "store.sqlite"});
+  for (const auto* line : {"parent", "child", "parent again"}) EXPECT_EQ(child.readLine(), line);
+  EXPECT_EQ(child.wait(), 0);
 }
 
 TEST(ManualQueue, RunsDelayedClosuresAtTheirMomentInVirtualTime) {

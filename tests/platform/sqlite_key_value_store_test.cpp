@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "tests/support/child_process.hpp"
+#include "tests/support/environment_variable.hpp"
 #include "tests/support/temporary_folder.hpp"
 
 namespace zavelo {
@@ -406,6 +407,8 @@ TEST_F(SqliteStore, FollowsWhatAUserMayDo) {
 }
 
 TEST(SqliteStoreDefaultFile, FollowsTheBaseDirectorySpecification) {
+  const test::EnvironmentVariable home("HOME");
+  const test::EnvironmentVariable dataHome("XDG_DATA_HOME");
   setenv("HOME", "/home/me", 1);
   setenv("XDG_DATA_HOME", "/data", 1);
   EXPECT_EQ(SqliteKeyValueStore::defaultFile(), "/data/zavelo/store.sqlite");

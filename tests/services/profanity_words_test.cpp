@@ -1,15 +1,18 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include <thread>
 
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/services/profanity_filter.hpp"
 #include "zavelo/services/user_service.hpp"
+#include "zavelo/testing/fresh_library.hpp"
 #include "zavelo/testing/manual_queue.hpp"
 #include "zavelo/testing/memory_key_value_store.hpp"
 #include "zavelo/testing/scripted_http_session.hpp"
 
-// The filter with the words of the shared services. Each test runs in a process of its own.
+// The filter with the words of the shared services.
 
 namespace zavelo {
 namespace {
@@ -21,9 +24,10 @@ class ProfanityWords : public ::testing::Test {
     platform.httpSession = http;
     platform.mainQueue = queue;
     platform.store = std::make_shared<testing::MemoryKeyValueStore>();
-    ASSERT_TRUE(ZVPlatform::install(std::move(platform)));
+    library.emplace(std::move(platform));
   }
 
+  std::optional<testing::FreshLibrary> library;
   const std::shared_ptr<testing::ScriptedHttpSession> http =
       std::make_shared<testing::ScriptedHttpSession>();
   const std::shared_ptr<testing::ManualQueue> queue = std::make_shared<testing::ManualQueue>();

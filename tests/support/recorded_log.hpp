@@ -7,20 +7,29 @@
 
 #include "zavelo/platform/log_sink.hpp"
 #include "zavelo/platform/platform.hpp"
+#include "zavelo/testing/fresh_library.hpp"
 #include "zavelo/testing/manual_clock.hpp"
 
 namespace zavelo::testing {
 
-/// Keeps the log's entries for a test to look at, and stops the log's clock. Installs itself as the
-/// platform's sink: one a process, before anything is logged.
+/// Keeps the log's entries for a test to look at, and stops the log's clock.
 class RecordedLog final : public LogSink {
  public:
-  static std::shared_ptr<RecordedLog> install(std::chrono::system_clock::time_point now = {}) {
+  /// In a library of its own (see FreshLibrary), for as long as the result is held.
+  [[nodiscard]] static std::shared_ptr<RecordedLog> install(
+      std::chrono::system_clock::time_point now = {}) {
+    struct Installed {
+      std::shared_ptr<RecordedLog> log;
+      FreshLibrary library;
+    };
     auto log = std::make_shared<RecordedLog>();
     ZVPlatform platform;
     platform.logSink = log;
     platform.clock = std::make_shared<ManualClock>(now);
-    return ZVPlatform::install(std::move(platform)) ? log : nullptr;
+    auto* const entries = log.get();
+    auto installed = std::shared_ptr<Installed>(
+        new Installed{std::move(log), FreshLibrary(std::move(platform))});
+    return {std::move(installed), entries};
   }
 
   void write(std::string_view entry) override {

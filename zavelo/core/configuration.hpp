@@ -20,3 +20,10 @@ void setEnableLog(bool enableLog) noexcept;
 bool initialise(ZVEnvironment environment, std::string agoraAppId);
 
 }  // namespace zavelo::configuration
+
+namespace zavelo::detail {
+struct ConfigurationState;
+/// See `exchangeProcessState`.
+ConfigurationState* exchangeConfiguration(ConfigurationState* next);
+void destroy(ConfigurationState* state);
+}  // namespace zavelo::detail

@@ -74,8 +74,8 @@ namespace detail {
 // The entry is made whole before the switch is read, so that a message costs and prints the same
 // whenever the switch is turned.
 void writeLog(ZVLogEvent event, std::string_view message, const ZVLogPosition& where) {
-  const std::string text = entry(event, message, where);
-  if (configuration::enableLog()) platform::logSink()->write(text);
+  std::string text = entry(event, message, where);
+  if (configuration::enableLog()) platform::writeLog(std::move(text));
 }
 
 std::string streamedText(void (*print)(std::ostream&, const void*), const void* value) {

@@ -3,27 +3,32 @@
 #include <mutex>
 #include <utility>
 
+#include "zavelo/base/process_wide.hpp"
 #include "zavelo/core/log.hpp"
 #include "zavelo/messaging/engines/in_process.hpp"
 
 namespace zavelo {
-namespace {
 
-struct Choice {
+struct detail::EngineState {
   std::mutex mutex;
   bool isSettled = false;
   AgoraRtmKitFactory makeKit;
 };
 
-Choice& choice() {
-  static auto& instance = *new Choice;
-  return instance;
-}
-
+namespace {
+constinit ProcessWide<detail::EngineState> choice;
 }  // namespace
 
+detail::EngineState* detail::exchangeEngine(EngineState* next) {
+  return choice.exchange(next);
+}
+
+void detail::destroy(EngineState* state) {
+  delete state;
+}
+
 bool installMessagingEngine(AgoraRtmKitFactory factory) {
-  Choice& current = choice();
+  detail::EngineState& current = *choice;
   const std::lock_guard lock(current.mutex);
   if (current.isSettled) return false;
   current.isSettled = true;
@@ -32,7 +37,7 @@ bool installMessagingEngine(AgoraRtmKitFactory factory) {
 }
 
 AgoraRtmKitFactory messagingEngine() {
-  Choice& current = choice();
+  detail::EngineState& current = *choice;
   {
     const std::lock_guard lock(current.mutex);
     current.isSettled = true;

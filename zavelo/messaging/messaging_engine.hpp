@@ -13,4 +13,11 @@ ZAVELO_EXPORT bool installMessagingEngine(AgoraRtmKitFactory factory);
 /// a warning in the log says so.
 [[nodiscard]] ZAVELO_EXPORT AgoraRtmKitFactory messagingEngine();
 
+namespace detail {
+struct EngineState;
+/// See `exchangeProcessState`.
+EngineState* exchangeEngine(EngineState* next);
+void destroy(EngineState* state);
+}  // namespace detail
+
 }  // namespace zavelo

@@ -83,7 +83,7 @@ Loaded told(Result<ZVRecordedMessages, json::Error> decoded, Telling telling) {
   if (decoded) return std::move(decoded).value();
   std::string text = decoded.error().text();
   if (telling == Telling::log) {
-    platform::logSink()->write("Error: " + text);
+    platform::writeLog("Error: " + text);
     ZVLog::e(text, {"decode()"});
   }
   return Failure{std::move(text)};
@@ -105,7 +105,9 @@ class Answer {
   Answer(Answer&&) = default;
   Answer& operator=(Answer&&) = delete;
   ~Answer() {
-    if (mainQueue_) std::move (*this)(Failure{std::string("reading it was given up")});
+    if (mainQueue_)
+      std::move (*this)(
+          Failure{std::string("it could not be read: its queue has ended or got no thread")});
   }
 
   void operator()(Loaded loaded) && {

@@ -12,12 +12,17 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
+
+#include "zavelo/platform/exif_orientation_internal.hpp"
 
 namespace zavelo {
 
 namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
+constexpr int exifMarker = JPEG_APP0 + 1;
+constexpr unsigned longestSegment = 0xffff;
 constexpr std::uint32_t longestSide = JPEG_MAX_DIMENSION;
 
 /// libjpeg leaves a failed operation by longjmp. No function that calls setjmp here has an object
@@ -96,8 +101,18 @@ bool readHeader(Decompressor& jpeg, std::span<const std::byte> file) {
   jpeg_create_decompress(&jpeg.info);
   jpeg_mem_src(&jpeg.info, reinterpret_cast<const unsigned char*>(file.data()),
                static_cast<unsigned long>(file.size()));
+  jpeg_save_markers(&jpeg.info, exifMarker, longestSegment);
   jpeg_read_header(&jpeg.info, TRUE);
   return true;
+}
+
+int orientationOf(const jpeg_decompress_struct& info) {
+  for (const auto* marker = info.marker_list; marker != nullptr; marker = marker->next) {
+    const auto* bytes = reinterpret_cast<const std::byte*>(marker->data);
+    const int orientation = detail::exifOrientation({bytes, marker->data_length});
+    if (orientation != 1) return orientation;
+  }
+  return 1;
 }
 
 bool isInk(const jpeg_decompress_struct& info) {
@@ -165,9 +180,15 @@ std::optional<ZVImage> decodeJpeg(std::span<const std::byte> file, std::size_t p
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
+  const int orientation =
+      orientationOf(jpeg.info);  // libjpeg forgets the markers with the last row
   if (!readRows(jpeg, image.pixels.data())) return std::nullopt;
   if (isInk(jpeg.info)) inkToLight(image.pixels, jpeg.info.saw_Adobe_marker != FALSE);
-  return image;
+  try {
+    return detail::upright(std::move(image), orientation);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace zavelo

@@ -1,7 +1,10 @@
 #include "zavelo/platform/main_queue.hpp"
 
+#include <unistd.h>
+
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -24,26 +27,28 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
  public:
   void post(QueueTask task) {
     std::unique_lock lock(mutex_);
+    noticeFork();
     if (ended_) return;
     if (executor_) {
+      startTimerIfNeeded();  // there may have been no thread for it
       const auto executor = executor_;
       lock.unlock();
       (*executor)(std::move(task));
       return;
     }
     list_.push(std::move(task));
-    lock.unlock();
-    wake_.notify_all();
+    wake_->notify_all();
   }
 
   std::shared_ptr<DelayedTask> postAfter(std::chrono::milliseconds delay, QueueTask task) {
     auto handle = std::make_shared<Delayed>(weak_from_this(), std::move(task));
     const std::lock_guard lock(mutex_);
+    noticeFork();
     if (ended_) return handle;
     const auto moment = TaskList::after(now(), delay);
     handle->listedAs(list_.pushAt(moment, [handle] { handle->run(); }));
     startTimerIfNeeded();
-    wake_.notify_all();
+    wake_->notify_all();
     return handle;
   }
 
@@ -54,6 +59,7 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
 
   void run() {
     std::unique_lock lock(mutex_);
+    noticeFork();
     while (!ended_ && !stopRequested_) {
       list_.collect(now());
       if (QueueTask task = executor_ ? QueueTask() : list_.take()) {
@@ -70,8 +76,9 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
 
   void stop() {
     const std::lock_guard lock(mutex_);
+    noticeFork();
     stopRequested_ = true;
-    wake_.notify_all();
+    wake_->notify_all();
   }
 
   std::size_t poll() {
@@ -94,6 +101,7 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
 
   void setExecutor(std::shared_ptr<const Executor> executor) {
     std::unique_lock lock(mutex_);
+    noticeFork();
     // Posts go on being queued until the last one from before is handed over: the order holds.
     while (!ended_) {
       list_.collect(now());
@@ -105,7 +113,7 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
     }
     executor_.swap(executor);  // the old one is destroyed after the lock is released
     startTimerIfNeeded();
-    wake_.notify_all();
+    wake_->notify_all();
     lock.unlock();
   }
 
@@ -115,11 +123,12 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
     std::thread timer;
     {
       const std::lock_guard lock(mutex_);
+      noticeFork();
       ended_ = true;
       std::swap(rest, list_);
       executor.swap(executor_);
       timer.swap(timer_);
-      wake_.notify_all();
+      wake_->notify_all();
     }
     if (!timer.joinable()) return;
     if (timer.get_id() == std::this_thread::get_id()) {
@@ -134,16 +143,30 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
 
   void wait(std::unique_lock<std::mutex>& lock) {
     if (const auto moment = list_.nextMoment()) {
-      wake_.wait_until(lock, std::chrono::steady_clock::time_point(*moment));
+      wake_->wait_until(lock, std::chrono::steady_clock::time_point(*moment));
     } else {
-      wake_.wait(lock);
+      wake_->wait(lock);
     }
   }
 
-  /// Nobody waits for delayed closures when an executor runs the queue, so a thread has to.
+  /// When an executor runs the queue, only a thread can wait for delayed closures. While none is to
+  /// be had they wait for the next post.
   void startTimerIfNeeded() {
-    if (ended_ || !executor_ || timer_.joinable() || !list_.nextMoment()) return;
-    timer_ = std::thread([self = shared_from_this()] { self->handOverDelayed(); });
+    if (ended_ || !executor_ || !list_.nextMoment()) return;
+    if (timer_.joinable()) return;
+    try {
+      timer_ = std::thread([self = shared_from_this()] { self->handOverDelayed(); });
+    } catch (const std::system_error&) {
+    }
+  }
+
+  /// A fork takes no thread along, so its handle and what it waited for are good for nothing, not
+  /// even to be destroyed.
+  void noticeFork() {
+    if (std::exchange(process_, getpid()) == getpid()) return;
+    static_cast<void>(new std::thread(std::move(timer_)));
+    static_cast<void>(wake_.release());
+    wake_ = std::make_unique<std::condition_variable>();
   }
 
   void handOverDelayed() {
@@ -155,7 +178,7 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
         lock.unlock();
         try {
           (*executor)(std::move(task));
-        } catch (...) {  // an app's mistake, and no caller to hear of it
+        } catch (...) {  // an app's mistake, and no caller to catch it
         }
         lock.lock();
       } else {
@@ -165,12 +188,13 @@ class MainQueue::Impl : public std::enable_shared_from_this<Impl> {
   }
 
   std::mutex mutex_;
-  std::condition_variable wake_;
+  std::unique_ptr<std::condition_variable> wake_ = std::make_unique<std::condition_variable>();
   TaskList list_;
   bool stopRequested_ = false;
   bool ended_ = false;
   std::shared_ptr<const Executor> executor_;
   std::thread timer_;
+  pid_t process_ = getpid();
 };
 
 // Never destroyed: closures may be posted while the process exits.

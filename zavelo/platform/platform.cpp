@@ -5,33 +5,33 @@
 #include <string>
 #include <utility>
 
+#include "zavelo/base/process_wide.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
+#include "zavelo/platform/deferred_calls.hpp"
 #include "zavelo/platform/jpeg.hpp"
 #include "zavelo/platform/main_queue.hpp"
 #include "zavelo/platform/sqlite_key_value_store.hpp"
 
 namespace zavelo {
 
-namespace {
-
-struct Shared {
+struct detail::PlatformState {
   std::mutex mutex;
   bool settled = false;  ///< installed or used: it cannot change any more
   ZVPlatform parts;
 };
 
-/// Never destroyed, so that static constructors and destructors of an app may use the library.
-Shared& shared() {
-  static auto& instance = *new Shared;
-  return instance;
-}
+namespace {
+
+using detail::PlatformState;
+
+constinit ProcessWide<PlatformState> shared;
 
 /// The part that the host supplied or, from its first use on, the default.
 template <class Interface, class MakeDefault>
 const std::shared_ptr<Interface>& part(std::shared_ptr<Interface> ZVPlatform::*member,
                                        const MakeDefault& makeDefault) {
-  Shared& platform = shared();
+  PlatformState& platform = *shared;
   auto& slot = platform.parts.*member;
   {
     const std::lock_guard lock(platform.mutex);
@@ -47,8 +47,8 @@ const std::shared_ptr<Interface>& part(std::shared_ptr<Interface> ZVPlatform::*m
 
 SqliteKeyValueStore::SetAsideHandler reportSetAside() {
   return [](const std::filesystem::path& keptAs) {
-    platform::logSink()->write("The store could not be read. It was kept as " + keptAs.string() +
-                               " and a new one was begun.");
+    platform::writeLog("The store could not be read. It was kept as " + keptAs.string() +
+                       " and a new one was begun.");
   };
 }
 
@@ -57,8 +57,8 @@ void flushStoreAtExit() noexcept {
   static const bool registered = std::atexit([] {
                                    std::shared_ptr<KeyValueStore> store;
                                    {
-                                     const std::lock_guard lock(shared().mutex);
-                                     store = shared().parts.store;
+                                     const std::lock_guard lock(shared->mutex);
+                                     store = shared->parts.store;
                                    }
                                    if (store) static_cast<void>(store->flush());
                                  }) == 0;
@@ -68,12 +68,20 @@ void flushStoreAtExit() noexcept {
 }  // namespace
 
 bool ZVPlatform::install(ZVPlatform platform) {
-  Shared& current = shared();
+  PlatformState& current = *shared;
   const std::lock_guard lock(current.mutex);
   if (current.settled) return false;
   current.settled = true;
   current.parts = std::move(platform);
   return true;
+}
+
+detail::PlatformState* detail::exchangePlatform(PlatformState* next) {
+  return shared.exchange(next);
+}
+
+void detail::destroy(PlatformState* state) {
+  delete state;
 }
 
 namespace platform {
@@ -108,6 +116,10 @@ const std::shared_ptr<JpegEncoder>& jpegEncoder() {
 
 const std::shared_ptr<LogSink>& logSink() {
   return part(&ZVPlatform::logSink, [] { return std::make_shared<StreamLogSink>(); });
+}
+
+void writeLog(std::string entry) {
+  DeferredCalls::run([sink = logSink(), entry = std::move(entry)] { sink->write(entry); });
 }
 
 const std::shared_ptr<Clock>& clock() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "zavelo/base/export.hpp"
 #include "zavelo/platform/clock.hpp"
@@ -43,6 +44,15 @@ ZAVELO_EXPORT const std::shared_ptr<NotificationCentre>& notifications();
 ZAVELO_EXPORT const std::shared_ptr<JpegEncoder>& jpegEncoder();
 ZAVELO_EXPORT const std::shared_ptr<LogSink>& logSink();
 ZAVELO_EXPORT const std::shared_ptr<Clock>& clock();
+/// Hands an entry to the log sink: later, while a shared service is being made on this thread.
+ZAVELO_EXPORT void writeLog(std::string entry);
 }  // namespace platform
+
+namespace detail {
+struct PlatformState;
+/// See `exchangeProcessState`.
+PlatformState* exchangePlatform(PlatformState* next);
+void destroy(PlatformState* state);
+}  // namespace detail
 
 }  // namespace zavelo

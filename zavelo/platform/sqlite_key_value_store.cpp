@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "zavelo/platform/deferred_calls.hpp"
 #include "zavelo/platform/store_connection_internal.hpp"
 #include "zavelo/platform/store_file_internal.hpp"
 
@@ -102,7 +103,7 @@ class SqliteKeyValueStore::Impl {
       }
     }();
     for (const auto& kept : setAside) {
-      if (onSetAside_) onSetAside_(kept);
+      if (onSetAside_) DeferredCalls::run([handler = onSetAside_, kept] { handler(kept); });
     }
     return result;
   }
@@ -122,7 +123,7 @@ class SqliteKeyValueStore::Impl {
   /// A connection to SQLite must not cross a fork, not even to be closed; and what is pending is
   /// the parent's to write.
   void noticeFork() {
-    if (std::exchange(process_, getpid()) == process_) return;
+    if (std::exchange(process_, getpid()) == getpid()) return;
     static_cast<void>(connection_.release());
     pending_.clear();
   }

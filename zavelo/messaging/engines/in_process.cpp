@@ -1,6 +1,8 @@
 #include "zavelo/messaging/engines/in_process.hpp"
 
 #include <atomic>
+#include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "zavelo/messaging/engines/in_process_sessions_internal.hpp"
@@ -22,11 +24,10 @@ class InProcessHub::Kit final : public AgoraRtmKit, public std::enable_shared_fr
   /// Nothing is called back once the kit is gone.
   template <class Work, class Completion>
   void ask(Work work, Completion completion) {
-    hub_->queue_->post([sessions = hub_->sessions_, id = id_, weak = weak_from_this(),
-                        work = std::move(work), completion = std::move(completion)] {
-      if (weak.expired()) return;
-      auto answer = work(*sessions, id);
-      if (completion && !weak.expired()) completion(std::move(answer));
+    hub_->queue_->post([sessions = hub_->sessions_, id = id_, work = std::move(work),
+                        answer = Answer(weak_from_this(), std::move(completion))]() mutable {
+      if (!answer.isWanted()) return;
+      answer.give(work(*sessions, id));
     });
   }
 
@@ -48,6 +49,38 @@ class InProcessHub::Kit final : public AgoraRtmKit, public std::enable_shared_fr
   [[nodiscard]] std::optional<Channels> channels() const override { return channels_.all(); }
 
  private:
+  /// The answer to one operation: a failure when the queue gives the operation up, as for want of a
+  /// thread.
+  template <class Completion>
+  class Answer {
+   public:
+    Answer(std::weak_ptr<Kit> kit, Completion completion)
+        : kit_(std::move(kit)), completion_(std::move(completion)) {}
+    Answer(Answer&& other) noexcept
+        : kit_(std::move(other.kit_)), completion_(std::exchange(other.completion_, nullptr)) {}
+    Answer& operator=(Answer&&) = delete;
+    ~Answer() {
+      try {
+        if constexpr (std::is_same_v<Completion, AgoraRtmMembersCompletion>) {
+          give(std::nullopt);
+        } else {
+          give(rtmCode::failure);
+        }
+      } catch (...) {  // an app's mistake, and no caller to catch it
+      }
+    }
+    [[nodiscard]] bool isWanted() const { return !kit_.expired(); }
+    template <class Result>
+    void give(Result&& result) {
+      const auto completion = std::exchange(completion_, nullptr);
+      if (completion && isWanted()) completion(std::forward<Result>(result));
+    }
+
+   private:
+    std::weak_ptr<Kit> kit_;
+    Completion completion_;
+  };
+
   const std::shared_ptr<InProcessHub> hub_;
   const Sessions::SessionId id_;
   detail::RtmChannelTable channels_;

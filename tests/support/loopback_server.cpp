@@ -16,10 +16,21 @@ namespace zavelo::test {
 
 namespace {
 
-std::shared_ptr<SSL_CTX> tlsContext(const ServerCertificate& certificate) {
+/// Chooses the one protocol that the server has, given as ALPN lists it: a length and the name.
+int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* length, const unsigned char*,
+                   unsigned, void* protocol) {
+  const auto& name = *static_cast<const std::string*>(protocol);
+  *chosen = reinterpret_cast<const unsigned char*>(name.data());
+  *length = static_cast<unsigned char>(name.size());
+  return name.empty() ? SSL_TLSEXT_ERR_NOACK : SSL_TLSEXT_ERR_OK;
+}
+
+std::shared_ptr<SSL_CTX> tlsContext(const ServerCertificate& certificate,
+                                    const std::string& protocol) {
   std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
   SSL_CTX_use_certificate(context.get(), certificate.certificate.get());
   SSL_CTX_use_PrivateKey(context.get(), certificate.key.get());
+  SSL_CTX_set_alpn_select_cb(context.get(), &chooseProtocol, const_cast<std::string*>(&protocol));
   return context;
 }
 
@@ -114,6 +125,11 @@ class LoopbackServer::Connection final : public ServerConnection {
     }
   }
 
+  std::string receive() override {
+    if (input_.empty()) readMore();
+    return std::exchange(input_, {});
+  }
+
   /// From another thread: ends what the connection waits for.
   void interrupt() {
     const std::lock_guard lock(mutex_);
@@ -145,7 +161,14 @@ class LoopbackServer::Connection final : public ServerConnection {
 };
 
 LoopbackServer::LoopbackServer(Handler handler, const ServerCertificate* certificate)
-    : handler_(std::move(handler)), tls_(certificate ? tlsContext(*certificate) : nullptr) {
+    : LoopbackServer(RawHandler{[this, handler = std::move(handler)](ServerConnection& connection) {
+                       serveRequests(static_cast<Connection&>(connection), handler);
+                     }},
+                     certificate) {}
+
+LoopbackServer::LoopbackServer(RawHandler handler, const ServerCertificate* certificate)
+    : raw_(std::move(handler)),
+      tls_(certificate ? tlsContext(*certificate, raw_.protocol) : nullptr) {
   socket_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -208,7 +231,11 @@ void LoopbackServer::acceptAll() {
 }
 
 void LoopbackServer::serve(Connection& connection) {
-  if (!connection.greet()) return connection.close();
+  if (connection.greet()) raw_.serve(connection);
+  if (!ending_) connection.close();
+}
+
+void LoopbackServer::serveRequests(Connection& connection, const Handler& handler) {
   ReceivedRequest request;
   while (connection.read(request)) {
     {
@@ -216,10 +243,9 @@ void LoopbackServer::serve(Connection& connection) {
       requests_.push_back(request);
       received_.notify_all();
     }
-    handler_(request, connection);
+    handler(request, connection);
     if (ending_) return;
   }
-  connection.close();
 }
 
 }  // namespace zavelo::test

@@ -38,6 +38,8 @@ class ServerConnection {
   virtual void reset() = 0;
   /// Waits until the client closes the connection or the server ends.
   virtual void hold() = 0;
+  /// The next bytes as they arrive, those after a request included; empty once the client has gone.
+  virtual std::string receive() = 0;
 
   /// Sends a well-formed response; each header line ends in CRLF.
   void reply(int status, std::string_view body, std::string_view headerLines = {});
@@ -52,9 +54,15 @@ class ServerConnection {
 class LoopbackServer {
  public:
   using Handler = std::function<void(const ReceivedRequest&, ServerConnection&)>;
+  /// Speaks for a connection from its first byte on, and ends it by returning.
+  struct RawHandler {
+    std::function<void(ServerConnection&)> serve;
+    std::string protocol = {};  ///< to agree on by ALPN (RFC 7301), such as "h2"
+  };
 
   /// Speaks TLS if it has a certificate.
   explicit LoopbackServer(Handler handler, const ServerCertificate* certificate = nullptr);
+  explicit LoopbackServer(RawHandler handler, const ServerCertificate* certificate = nullptr);
   ~LoopbackServer();
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
@@ -71,7 +79,9 @@ class LoopbackServer {
   void acceptAll();
   void serve(Connection& connection);
 
-  const Handler handler_;
+  void serveRequests(Connection& connection, const Handler& handler);
+
+  const RawHandler raw_;
   std::shared_ptr<void> tls_;
   int socket_ = -1;
   int port_ = 0;

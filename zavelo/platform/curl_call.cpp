@@ -1,6 +1,8 @@
 #include <curl/curl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <utility>
 
@@ -13,6 +15,7 @@ namespace zavelo::detail {
 namespace {
 
 constexpr int maximumRedirects = 20;  // as browsers
+constexpr std::chrono::milliseconds uploadReportInterval{100};
 
 }  // namespace
 
@@ -26,6 +29,7 @@ struct CurlCallbacks {
       call(data).gathered_.headerLine({line, size * count});
       return size * count;
     } catch (...) {
+      call(data).outOfMemory_ = true;
       return 0;
     }
   }
@@ -37,6 +41,7 @@ struct CurlCallbacks {
     try {
       return call(data).gathered_.bodyBytes({bytes, size * count}, announced) ? size * count : 0;
     } catch (...) {
+      call(data).outOfMemory_ = true;
       return 0;
     }
   }
@@ -48,17 +53,26 @@ struct CurlCallbacks {
 
   static curl_socket_t openSocket(void* data, curlsocktype, curl_sockaddr* address) {
     ++call(data).steps_;
-    return socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    const int opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (opened < 0) call(data).socketError_ = errno;
+    return opened;
   }
 
   static int connected(void* data, char*, char*, int, int) {
     ++call(data).steps_;
-    return CURL_PREREQFUNC_OK;
+    const bool mayStart = call(data).attempts_.mayStart(call(data).easy);
+    return mayStart ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
   }
 };
 
 CurlCall::CurlCall(std::weak_ptr<CurlLoop> loop, HttpRequest request, HttpReplyHandler done)
-    : loop_(std::move(loop)), request_(std::move(request)), done_(std::move(done)) {}
+    : loop_(std::move(loop)), request_(std::move(request)), done_(std::move(done)) {
+  if (!request_.deadline) return;
+  // A deadline beyond what the clock can say is none.
+  const auto now = std::chrono::steady_clock::now();
+  if (*request_.deadline < std::chrono::duration_cast<std::chrono::milliseconds>(Time::max() - now))
+    deadline_ = now + *request_.deadline;
+}
 
 void CurlCall::cancel() {
   if (const auto loop = loop_.lock()) loop->cancel(shared_from_this());
@@ -75,7 +89,7 @@ bool CurlCall::prepare(void* handle, const CurlHttpOptions& options) {
   using Kind = HttpFailure::Kind;
   easy = handle;
   if (!easy) {
-    reply_.failure = curlFailure(CURLE_OUT_OF_MEMORY, request_.url, 0, {});
+    reply_.failure = resourceFailure(request_.url, CurlResource::memory);
     return false;
   }
   if (const auto problem = requestProblem(request_)) {
@@ -87,11 +101,14 @@ bool CurlCall::prepare(void* handle, const CurlHttpOptions& options) {
   }
   curl_easy_reset(easy);
   gathered_.begin(request_.replyLimit);
+  attempts_.begin(request_.method);
+  socketError_ = 0;
+  outOfMemory_ = false;
   errorText_.front() = '\0';
   setOptions(options);
   setCallbacks();
   if (setup_.apply(easy, request_)) return true;
-  reply_.failure = curlFailure(CURLE_OUT_OF_MEMORY, request_.url, 0, {});
+  reply_.failure = resourceFailure(request_.url, CurlResource::memory);
   return false;
 }
 
@@ -102,6 +119,8 @@ void CurlCall::setOptions(const CurlHttpOptions& options) {
   // A cancelled call does not wait for the name server.
   curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
   curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
+  curl_easy_setopt(easy, CURLOPT_USERAGENT, ZAVELO_USER_AGENT);
+  curl_easy_setopt(easy, CURLOPT_MAXAGE_CONN, long{options.connectionReuse.count()});
   curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, errorText_.data());
   static_assert(std::tuple_size_v<decltype(errorText_)> >= CURL_ERROR_SIZE);
@@ -134,8 +153,11 @@ bool CurlCall::ended(int code) {
   long status = 0;
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   const bool tooLarge = gathered_.tooLarge();
+  const auto received = gathered_.part();
   reply_ = gathered_.take();
   if (status > 0) reply_.status = static_cast<int>(status);
+  // Curl takes a connection that ends inside the header for the end of a reply without a body.
+  if (code == CURLE_OK && received != CurlReplyPart::body) code = CURLE_RECV_ERROR;
   if (code == CURLE_OK) return wantsRedirect();
   if (tooLarge) {
     reply_.failure = {HttpFailure::Kind::tooLarge,
@@ -143,12 +165,25 @@ bool CurlCall::ended(int code) {
                           std::to_string(request_.replyLimit) + " bytes"};
     return false;
   }
-  long systemError = 0;
-  curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &systemError);
-  // Our callbacks end a transfer for want of memory only.
-  if (code == CURLE_WRITE_ERROR) code = CURLE_OUT_OF_MEMORY;
-  reply_.failure = curlFailure(code, request_.url, systemError, errorText_.data());
+  if (attempts_.refused()) {
+    reply_.failure = closedFailure(request_.url);
+    return false;
+  }
+  long systemError = socketError_;
+  if (systemError == 0) curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &systemError);
+  if (outOfMemory_) code = CURLE_OUT_OF_MEMORY;
+  reply_.failure = curlFailure({code, systemError, errorText_.data(), received}, request_.url);
   return false;
+}
+
+void CurlCall::endedAtDeadline() {
+  const bool waiting = steps_ == 0;
+  if (easy) {
+    ended(CURLE_OPERATION_TIMEDOUT);
+  } else {
+    reply_ = HttpReply();
+  }
+  reply_.failure = deadlineFailure(request_.url, *request_.deadline, waiting);
 }
 
 bool CurlCall::wantsRedirect() {
@@ -163,23 +198,37 @@ bool CurlCall::wantsRedirect() {
                       hostOf(request_.url) + " redirected too many times"};
     return false;
   }
+  if (auto problem = redirectProblem(request_, status, target)) {
+    reply_.failure = {HttpFailure::Kind::broken, std::move(*problem)};
+    return false;
+  }
   redirect(request_, status, target);
   return true;
 }
 
-void CurlCall::answerEnded() {
+void CurlCall::endedWithout(CurlResource missing) noexcept {
+  reply_ = HttpReply();
+  try {
+    reply_.failure = resourceFailure(request_.url, missing);
+  } catch (...) {
+    // Short enough to need no memory.
+    reply_.failure = {HttpFailure::Kind::noResources, "out of memory"};
+  }
+}
+
+void CurlCall::answerEnded() noexcept {
   answer(std::move(reply_));
 }
 
-void CurlCall::answerCancelled() {
-  answer(cancelledFailure(request_.url));
+void CurlCall::answerCancelled() noexcept {
+  try {
+    answerFailed(cancelledFailure(request_.url));
+  } catch (...) {
+    answerFailed({HttpFailure::Kind::cancelled, "cancelled"});
+  }
 }
 
-void CurlCall::answerOutOfMemory() {
-  answer(curlFailure(CURLE_OUT_OF_MEMORY, request_.url, 0, {}));
-}
-
-void CurlCall::answer(HttpFailure failure) {
+void CurlCall::answerFailed(HttpFailure failure) noexcept {
   HttpReply reply;
   reply.failure = std::move(failure);
   answer(std::move(reply));
@@ -191,6 +240,24 @@ void CurlCall::answer(HttpReply reply) noexcept {
   try {
     if (auto done = std::exchange(done_, nullptr)) done(std::move(reply));
   } catch (...) {  // a handler's mistake, and no caller to hear of it
+  }
+}
+
+void CurlCall::reportUpload(Time now) noexcept {
+  curl_off_t sent = 0;
+  curl_off_t total = 0;
+  curl_easy_getinfo(easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+  curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_UPLOAD_T, &total);
+  const HttpUpload upload{static_cast<std::uint64_t>(std::max<curl_off_t>(sent, 0)),
+                          static_cast<std::uint64_t>(std::max<curl_off_t>(total, 0))};
+  // A redirect begins the body anew: what was reported is not taken back.
+  if (upload.sent <= uploadReported_.sent) return;
+  if (upload.sent != upload.total && now - lastUploadReport_ < uploadReportInterval) return;
+  uploadReported_ = upload;
+  lastUploadReport_ = now;
+  try {
+    request_.onUpload(upload);
+  } catch (...) {  // a handler's mistake, as above
   }
 }
 

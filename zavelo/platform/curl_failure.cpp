@@ -1,8 +1,12 @@
 #include <curl/curl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "zavelo/platform/curl_failure_internal.hpp"
 
@@ -44,6 +48,82 @@ std::string joined(std::string sentence, std::string_view detail) {
   return detail.empty() ? sentence : sentence.append(": ").append(detail);
 }
 
+/// What an errno says to be missing.
+std::optional<CurlResource> missingResource(long error) {
+  if (error == EMFILE || error == ENFILE) return CurlResource::descriptor;
+  if (error == ENOMEM || error == ENOBUFS) return CurlResource::memory;
+  return std::nullopt;
+}
+
+/// What is missing just now for one more descriptor.
+std::optional<CurlResource> missingForDescriptor() {
+  const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (probe < 0) return missingResource(errno);
+  close(probe);
+  return std::nullopt;
+}
+
+HttpFailure lookupFailure(const std::string& url, std::string sentence, std::string_view detail) {
+  // The only sign of it that curl gives.
+  if (detail.find("thread failed to start") != std::string_view::npos)
+    return resourceFailure(url, CurlResource::thread);
+  if (const auto missing = missingForDescriptor()) return resourceFailure(url, *missing);
+  return {Kind::unreachable, std::move(sentence)};
+}
+
+/// "127.0.0.1:3128" out of curl's "Failed to connect to 127.0.0.1 port 3128 after 0 ms: ...". Curl
+/// has no other way to say that it was a proxy, not the host, that it could not reach.
+std::string triedHost(std::string_view detail) {
+  constexpr std::string_view opening = "Failed to connect to ";
+  constexpr std::string_view middle = " port ";
+  const auto port = detail.find(middle);
+  if (!detail.starts_with(opening) || port == std::string_view::npos) return {};
+  const auto digits = port + middle.size();
+  const auto end = detail.find_first_not_of("0123456789", digits);
+  return std::string(detail.substr(opening.size(), port - opening.size()))
+      .append(":")
+      .append(detail.substr(digits, end - digits));
+}
+
+HttpFailure connectFailure(const std::string& url, long systemError, std::string_view detail) {
+  if (const auto missing = missingResource(systemError)) return resourceFailure(url, *missing);
+  const std::string why = systemError ? systemText(systemError) : "";
+  const Url address = parsed(url);
+  const auto direct =
+      part(address, CURLUPART_HOST) + ":" + part(address, CURLUPART_PORT, CURLU_DEFAULT_PORT);
+  const auto tried = triedHost(detail);
+  if (tried.empty() || sameHeaderName(tried, direct))
+    return {Kind::unreachable, joined("cannot connect to " + hostOf(url), why)};
+  return {Kind::unreachable,
+          joined("cannot connect to the proxy " + tried + " on the way to " + hostOf(url), why)};
+}
+
+HttpFailure brokenFailure(const CurlEnding& ending, const std::string& url) {
+  constexpr std::string_view refusedTunnel = "CONNECT tunnel failed, response ";
+  const auto detail = ending.detail;
+  if (detail.starts_with(refusedTunnel)) {
+    return {Kind::unreachable, "the proxy refuses to connect to " + hostOf(url) + ": status " +
+                                   std::string(detail.substr(refusedTunnel.size()))};
+  }
+  const auto* words = curl_easy_strerror(static_cast<CURLcode>(ending.code));
+  const auto why = detail.empty() ? std::string_view(words) : detail;
+  switch (ending.received) {
+    case CurlReplyPart::header:
+      return {Kind::broken,
+              "the connection to " + hostOf(url) + " broke inside the header of the reply"};
+    case CurlReplyPart::body:
+      return {
+          Kind::broken,
+          joined("the connection to " + hostOf(url) + " broke inside the body of the reply", why)};
+    case CurlReplyPart::nothing:
+      break;
+  }
+  const bool closed = ending.code == CURLE_GOT_NOTHING || ending.code == CURLE_RECV_ERROR ||
+                      ending.code == CURLE_SEND_ERROR;
+  if (closed) return closedFailure(url);
+  return {Kind::broken, joined("the connection to " + hostOf(url) + " broke", why)};
+}
+
 }  // namespace
 
 std::string hostOf(const std::string& url) {
@@ -60,28 +140,31 @@ bool sameOrigin(const std::string& a, const std::string& b) {
   if (!first || !second) return false;
   constexpr std::array parts{CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT};
   for (const auto which : parts) {
-    if (part(first, which, CURLU_DEFAULT_PORT) != part(second, which, CURLU_DEFAULT_PORT)) {
+    // Names of hosts and schemes are the same in either case (RFC 3986 section 6.2.2.1).
+    if (!sameHeaderName(part(first, which, CURLU_DEFAULT_PORT),
+                        part(second, which, CURLU_DEFAULT_PORT))) {
       return false;
     }
   }
   return true;
 }
 
-HttpFailure curlFailure(int code, const std::string& url, long systemError,
-                        std::string_view detail) {
+HttpFailure curlFailure(const CurlEnding& ending, const std::string& url) {
   const std::string host = hostOf(url);
+  const auto [code, systemError, detail, received] = ending;
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
-      return {Kind::unreachable, "cannot find the host " + host};
+      return lookupFailure(url, "cannot find the host " + host, detail);
     case CURLE_COULDNT_RESOLVE_PROXY:
-      return {Kind::unreachable, "cannot find the proxy on the way to " + host};
+      return lookupFailure(url, "cannot find the proxy on the way to " + host, detail);
     case CURLE_COULDNT_CONNECT:
-      return {Kind::unreachable,
-              joined("cannot connect to " + host, systemError ? systemText(systemError) : "")};
+      return connectFailure(url, systemError, detail);
     case CURLE_OPERATION_TIMEDOUT:
       return {Kind::timedOut, "no answer from " + host + " in time"};
-    case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
+      if (const auto missing = missingForDescriptor()) return resourceFailure(url, *missing);
+      [[fallthrough]];
+    case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CRL_BADFILE:
     case CURLE_SSL_ISSUER_ERROR:
     case CURLE_SSL_INVALIDCERTSTATUS:
@@ -91,15 +174,40 @@ HttpFailure curlFailure(int code, const std::string& url, long systemError,
     case CURLE_URL_MALFORMAT:
     case CURLE_BAD_FUNCTION_ARGUMENT:
       return {Kind::invalidRequest, joined("cannot send a request to " + host, detail)};
-    case CURLE_GOT_NOTHING:
-      return {Kind::broken, host + " closed the connection without an answer"};
+    case CURLE_BAD_CONTENT_ENCODING:
+      return {Kind::broken, "the reply of " + host + " cannot be unpacked: its bytes are damaged"};
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+      return {Kind::broken, joined(host + " does not answer in HTTP", detail)};
     case CURLE_OUT_OF_MEMORY:
-      return {Kind::broken, "not enough memory for the reply of " + host};
+      return resourceFailure(url, CurlResource::memory);
     default:
-      return {Kind::broken,
-              joined("the connection to " + host + " broke",
-                     detail.empty() ? curl_easy_strerror(static_cast<CURLcode>(code)) : detail)};
+      return brokenFailure(ending, url);
   }
+}
+
+HttpFailure closedFailure(const std::string& url) {
+  return {Kind::broken, "the connection was closed before the answer of " + hostOf(url)};
+}
+
+HttpFailure resourceFailure(const std::string& url, CurlResource missing) {
+  const std::string request = " for the request to " + hostOf(url);
+  switch (missing) {
+    case CurlResource::thread:
+      return {Kind::noResources, "no thread could be started" + request};
+    case CurlResource::descriptor:
+      return {Kind::noResources, "no descriptor left" + request + ": too many files are open"};
+    case CurlResource::memory:
+      break;
+  }
+  return {Kind::noResources, "not enough memory" + request};
+}
+
+HttpFailure deadlineFailure(const std::string& url, std::chrono::milliseconds deadline,
+                            bool waiting) {
+  return {Kind::timedOut, joined("no answer from " + hostOf(url) + " within the deadline of " +
+                                     std::to_string(deadline.count()) + " ms",
+                                 waiting ? "the request was still waiting for a connection" : "")};
 }
 
 HttpFailure cancelledFailure(const std::string& url) {

@@ -1,11 +1,13 @@
 #include <curl/curl.h>
+#include <pthread.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <cstdlib>
+#include <new>
 #include <system_error>
 #include <utility>
 
+#include "zavelo/platform/curl_failure_internal.hpp"
 #include "zavelo/platform/curl_loop_internal.hpp"
 
 namespace zavelo::detail {
@@ -43,6 +45,7 @@ class LoopRegistry {
     const std::lock_guard lock(mutex_);
     std::erase_if(loops_, [](const auto& other) { return other.expired(); });
     loops_.push_back(loop);
+    forking_.reserve(loops_.size());
     return !exiting_;
   }
 
@@ -50,6 +53,27 @@ class LoopRegistry {
   LoopRegistry() {
     curl_global_init(CURL_GLOBAL_DEFAULT);
     std::atexit([] { shared().stopAll(); });
+    // Another thread may hold any of the locks when a thread forks; in the child no one would ever
+    // release them.
+    pthread_atfork([] { shared().beforeFork(); },
+                   [] { shared().afterFork(&CurlLoop::afterForkInParent); },
+                   [] { shared().afterFork(&CurlLoop::afterForkInChild); });
+  }
+
+  void beforeFork() {
+    mutex_.lock();
+    for (const auto& entry : loops_) {
+      if (auto loop = entry.lock()) {
+        loop->beforeFork();
+        forking_.push_back(std::move(loop));
+      }
+    }
+  }
+
+  void afterFork(void (CurlLoop::*unlock)()) {
+    for (const auto& loop : forking_) (loop.get()->*unlock)();
+    forking_.clear();
+    mutex_.unlock();
   }
 
   void stopAll() {
@@ -66,6 +90,7 @@ class LoopRegistry {
 
   std::mutex mutex_;
   std::vector<std::weak_ptr<CurlLoop>> loops_;
+  std::vector<std::shared_ptr<CurlLoop>> forking_;  ///< kept alive while their locks are held
   bool exiting_ = false;
 };
 
@@ -78,30 +103,45 @@ std::shared_ptr<CurlLoop> CurlLoop::create(CurlHttpOptions options) {
 }
 
 void CurlLoop::add(const std::shared_ptr<CurlCall>& call) {
-  if (!leave({Command::Kind::add, call})) call->answerCancelled();
+  const auto [taken, missing] = leave({Command::Kind::add, call});
+  if (taken) return;
+  if (!missing) return call->answerCancelled();
+  call->endedWithout(*missing);
+  call->answerEnded();
 }
 
 void CurlLoop::cancel(std::shared_ptr<CurlCall> call) {
   leave({Command::Kind::cancel, std::move(call)});
 }
 
-bool CurlLoop::leave(Command command) {
+CurlLoop::Taken CurlLoop::leave(Command command) noexcept {
   const std::lock_guard lock(mutex_);
+  if (ended_) return {};
   try {
-    if (ended_) return false;
-    if (!thread_.joinable()) startThread();
+    if (!thread_.joinable()) {
+      if (const auto missing = startThread()) return {false, missing};
+    }
     commands_.push_back(std::move(command));
-  } catch (const std::exception&) {
-    return false;  // no thread or no memory to be had
+  } catch (const std::bad_alloc&) {
+    return {false, CurlResource::memory};
   }
   wake();
-  return true;
+  return {true};
 }
 
-void CurlLoop::startThread() {
-  const SignalsBlocked blocked;
-  thread_ = std::thread([self = shared_from_this()] { self->run(); });
-  process_ = getpid();
+std::optional<CurlResource> CurlLoop::startThread() {
+  try {
+    if (!transfers_) transfers_ = std::make_unique<CurlTransfers>(options_);
+  } catch (const std::system_error&) {
+    return CurlResource::descriptor;
+  }
+  try {
+    const SignalsBlocked blocked;
+    thread_ = std::thread([self = shared_from_this()] { self->run(); });
+  } catch (const std::system_error&) {
+    return CurlResource::thread;
+  }
+  return std::nullopt;
 }
 
 void CurlLoop::wake() {
@@ -121,22 +161,52 @@ void CurlLoop::stop() {
   if (thread.get_id() == std::this_thread::get_id()) {
     thread.detach();
     endAll();
-  } else if (process_ == getpid()) {
-    thread.join();
   } else {
-    thread.detach();
+    thread.join();
   }
 }
 
+void CurlLoop::beforeFork() {
+  mutex_.lock();
+  if (transfers_) transfers_->working().lock();
+}
+
+void CurlLoop::afterForkInParent() {
+  if (transfers_) transfers_->working().unlock();
+  mutex_.unlock();
+}
+
+void CurlLoop::afterForkInChild() {
+  // A handler that forks is still called from inside the loop: its child is to start a program.
+  const bool onLoop = thread_.get_id() == std::this_thread::get_id();
+  if (thread_.joinable() && !onLoop) {
+    // Left as it is in memory, without a destructor: the thread may have been at work on it.
+    new (&thread_) std::thread;
+    new (&commands_) std::vector<Command>;
+    new (&batch_) std::vector<Command>;
+    obeyed_ = 0;
+    waiting_ = false;
+    static_cast<void>(transfers_.release());
+  } else if (transfers_) {
+    transfers_->working().unlock();
+  }
+  mutex_.unlock();
+}
+
 void CurlLoop::run() {
-  transfers_ = std::make_unique<CurlTransfers>(options_);
   while (takeCommands()) {
     obeyCommands();
-    transfers_->advance();
+    try {
+      transfers_->advance();
+    } catch (const std::bad_alloc&) {
+      transfers_->failAll();
+    }
     if (mayWait()) transfers_->wait();
   }
   endAll();
-  transfers_.reset();
+  std::unique_ptr<CurlTransfers> done;  // destroyed without the lock
+  const std::lock_guard lock(mutex_);
+  done = std::move(transfers_);
 }
 
 bool CurlLoop::takeCommands() {
@@ -166,17 +236,16 @@ bool CurlLoop::mayWait() {
 }
 
 void CurlLoop::endAll() {
-  // A handler may have brought this about: what it finds is left empty before the next is called.
-  std::vector<Command> rest;
-  {
-    const std::lock_guard lock(mutex_);
-    rest.swap(commands_);
-  }
-  while (obeyed_ < batch_.size()) rest.push_back(std::move(batch_[obeyed_++]));
+  // A handler may have brought this about, or do so now: each call is taken out before it is
+  // answered.
   transfers_->cancelAll();
-  for (const auto& command : rest) {
-    if (!command.call->answered()) command.call->answerCancelled();
-  }
+  do {
+    while (obeyed_ < batch_.size()) {
+      const Command command = std::move(batch_[obeyed_++]);
+      if (!command.call->answered()) command.call->answerCancelled();
+    }
+    takeCommands();
+  } while (!batch_.empty());
 }
 
 }  // namespace zavelo::detail

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -20,11 +21,17 @@ class CurlLoop final : public std::enable_shared_from_this<CurlLoop> {
   CurlLoop(const CurlLoop&) = delete;
   CurlLoop& operator=(const CurlLoop&) = delete;
 
-  /// Takes the call in, or answers it at once when the loop has ended.
+  /// Takes the call in, or answers it at once when the loop has ended or cannot begin.
   void add(const std::shared_ptr<CurlCall>& call);
   void cancel(std::shared_ptr<CurlCall> call);
   /// Ends every call with `cancelled` and waits for the thread, except on the thread itself.
   void stop();
+
+  /// Around a fork, by the thread that forks. In the child the thread and what it worked on are
+  /// left as they are, as the parent's connections must not be touched; the next call begins anew.
+  void beforeFork();
+  void afterForkInParent();
+  void afterForkInChild();
 
  private:
   struct Command {
@@ -32,8 +39,13 @@ class CurlLoop final : public std::enable_shared_from_this<CurlLoop> {
     std::shared_ptr<CurlCall> call;
   };
 
-  bool leave(Command command);
-  void startThread();
+  /// Whether a command was taken; if not, and the loop has not ended, what was missing for it.
+  struct Taken {
+    bool taken = false;
+    std::optional<CurlResource> missing = {};
+  };
+  Taken leave(Command command) noexcept;
+  [[nodiscard]] std::optional<CurlResource> startThread();
   void wake();
 
   // On the loop's own thread:
@@ -48,7 +60,6 @@ class CurlLoop final : public std::enable_shared_from_this<CurlLoop> {
   std::mutex mutex_;
   std::vector<Command> commands_;
   std::thread thread_;
-  int process_ = 0;       ///< that the thread belongs to: a forked child has no such thread
   bool waiting_ = false;  ///< the thread waits in curl, or is about to
   bool ended_ = false;
 

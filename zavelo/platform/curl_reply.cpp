@@ -12,10 +12,6 @@ constexpr std::size_t readerPadding = 64;
 /// Memory that an announcement alone is worth.
 constexpr std::size_t trustedLength = std::size_t{256} * 1024;
 
-char lowered(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 std::string_view trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos) return {};
@@ -23,11 +19,6 @@ std::string_view trimmed(std::string_view text) {
 }
 
 }  // namespace
-
-bool sameHeaderName(std::string_view a, std::string_view b) noexcept {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return lowered(x) == lowered(y); });
-}
 
 void CurlReply::begin(std::size_t limit) {
   *this = CurlReply();
@@ -37,12 +28,13 @@ void CurlReply::begin(std::size_t limit) {
 void CurlReply::headerLine(std::string_view line) {
   if (line.starts_with("HTTP/")) {
     reply_.headers.clear();
-    headersEnded_ = false;
+    part_ = CurlReplyPart::header;
     return;
   }
   const auto text = trimmed(line);
-  if (text.empty()) headersEnded_ = true;
-  if (headersEnded_) return;  // trailers are not header fields (RFC 9110 section 6.5.1)
+  if (text.empty()) part_ = CurlReplyPart::body;
+  if (part_ == CurlReplyPart::body)
+    return;  // trailers are not header fields (RFC 9110 section 6.5.1)
 
   const bool folded = line.front() == ' ' || line.front() == '\t';  // RFC 9112 section 5.2
   if (folded && !reply_.headers.empty()) {

@@ -8,8 +8,7 @@
 
 namespace zavelo::detail {
 
-/// ASCII letters match in either case (RFC 9110 section 5.1), whatever the process locale.
-[[nodiscard]] bool sameHeaderName(std::string_view a, std::string_view b) noexcept;
+enum class CurlReplyPart { nothing, header, body };
 
 /// Gathers a reply as it arrives, within its limit.
 class CurlReply {
@@ -24,6 +23,8 @@ class CurlReply {
   bool bodyBytes(std::string_view bytes, std::int64_t announced);
 
   [[nodiscard]] bool tooLarge() const noexcept { return tooLarge_; }
+  /// How far the reply has got.
+  [[nodiscard]] CurlReplyPart part() const noexcept { return part_; }
   [[nodiscard]] HttpReply take();
 
  private:
@@ -31,7 +32,7 @@ class CurlReply {
   void makeRoom(std::size_t size, std::int64_t announced);
 
   std::size_t limit_ = 0;
-  bool headersEnded_ = false;
+  CurlReplyPart part_ = CurlReplyPart::nothing;
   bool tooLarge_ = false;
   HttpReply reply_;
 };

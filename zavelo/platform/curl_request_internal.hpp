@@ -16,6 +16,11 @@ namespace zavelo::detail {
 /// Why a request cannot be sent as it is; empty when it can.
 [[nodiscard]] std::optional<std::string> requestProblem(const HttpRequest& request);
 
+/// Why a redirect is not followed: from https to http nothing goes, and a body goes to no other
+/// origin, as it may hold a password. Empty when it may be followed.
+[[nodiscard]] std::optional<std::string> redirectProblem(const HttpRequest& request, int status,
+                                                         const std::string& url);
+
 /// Changes the request into the one that a redirect asks for, as browsers do (Fetch, section "HTTP-
 /// redirect fetch"): 303, and 301 or 302 after a POST, fetch by GET; `Authorization` and `Cookie`
 /// stay with their origin.

@@ -4,6 +4,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -24,31 +25,47 @@ class CurlTransfers {
  public:
   using Call = std::shared_ptr<CurlCall>;
 
+  /// Throws std::system_error or std::bad_alloc when descriptors or memory are short.
   explicit CurlTransfers(CurlHttpOptions options);
   ~CurlTransfers();
   CurlTransfers(const CurlTransfers&) = delete;
   CurlTransfers& operator=(const CurlTransfers&) = delete;
 
-  /// Null when memory is short; then nothing else may be called.
   [[nodiscard]] void* multi() const noexcept { return multi_; }
 
   void add(const Call& call);
   void cancel(const Call& call);
-  void cancelAll();
+  void cancelAll() noexcept;
+  /// Answers every call with the want of memory that kept it from going on.
+  void failAll() noexcept;
   /// Moves what can be moved and answers what has ended.
   void advance();
   /// Waits for the network, the next time-out, or a `curl_multi_wakeup`.
   void wait();
+  /// Held while curl works: who has it may copy the process without a lock of curl or OpenSSL being
+  /// held in the copy for ever.
+  [[nodiscard]] std::mutex& working() noexcept { return working_; }
 
  private:
+  using Deadlines = std::multimap<CurlCall::Time, Call>;
+
   CurlOrigin& originOf(const CurlCall& call);
-  bool start(const Call& call, void* easy);
-  void startWaiting(CurlOrigin& origin);
+  bool start(const Call& call, void* easy) noexcept;
+  void startWaiting(CurlOrigin& origin) noexcept;
+  void perform();
   void finish(CurlCall& done, int code);
   /// Takes the call off curl; its handle stays with it.
   Call detach(CurlCall& call);
   /// Frees the call's place for the next one to its origin.
   void leave(CurlCall& call);
+  /// Takes a call that has not ended off curl or out of its queue.
+  void withdraw(const Call& call);
+  /// Removes a call that is about to be answered from the lists below.
+  void forget(const Call& call) noexcept;
+  template <class Answer>
+  void endAll(Answer answer) noexcept;
+  void reportUploads();
+  void endLate();
   void* takeHandle();
   void keepHandle(void* easy);
   void endIdle();
@@ -58,6 +75,10 @@ class CurlTransfers {
   std::map<std::string, CurlOrigin, std::less<>> origins_;
   std::vector<Call> active_;
   std::vector<void*> spareHandles_;
+  Deadlines deadlines_;
+  std::vector<Call> uploads_;  ///< those active ones whose upload is reported
+  std::mutex working_;
+  bool starting_ = false;  ///< a call was handed to curl, which has not seen it yet
   CurlCall::Time now_;
   CurlCall::Time nextIdleCheck_;
 };

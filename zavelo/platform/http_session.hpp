@@ -1,7 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,12 +38,22 @@ struct HttpHeader {
   bool operator==(const HttpHeader&) const = default;
 };
 
+/// ASCII letters match in either case (RFC 9110 section 5.1), whatever the process locale.
+[[nodiscard]] ZAVELO_EXPORT bool sameHeaderName(std::string_view a, std::string_view b) noexcept;
+
 /// One part of a multipart form (RFC 7578). A part without a file name is an ordinary field.
 struct HttpFormPart {
   std::string name;
   std::string data;
   std::string fileName;
   std::string mimeType;
+};
+
+/// How much of a request's body was handed to the system, and its whole length, both in bytes.
+struct HttpUpload {
+  std::uint64_t sent = 0;
+  std::uint64_t total = 0;
+  bool operator==(const HttpUpload&) const = default;
 };
 
 struct HttpRequest {
@@ -52,10 +64,26 @@ struct HttpRequest {
   std::variant<std::monostate, std::string, std::vector<HttpFormPart>> body;
   /// A longer reply, measured after decompression, fails with `tooLarge`.
   std::size_t replyLimit = std::size_t{32} * 1024 * 1024;
+  /// From `send` to the answer, the wait for a connection included; then the request fails with
+  /// `timedOut`. Absent: as long as bytes move.
+  std::optional<std::chrono::milliseconds> deadline = {};
+  /// Told about the body as it leaves, a few times a second, on the session's thread. `sent` grows
+  /// from call to call; the last one, before the reply, has sent == total if everything was sent.
+  /// Never called for a request without a body. What it throws is ignored.
+  std::function<void(const HttpUpload&)> onUpload = {};
 };
 
 struct HttpFailure {
-  enum class Kind { unreachable, timedOut, untrusted, broken, tooLarge, invalidRequest, cancelled };
+  enum class Kind {
+    unreachable,
+    timedOut,
+    untrusted,
+    broken,
+    tooLarge,
+    invalidRequest,
+    cancelled,
+    noResources,  ///< this machine has no thread, descriptor or memory left for the request
+  };
   Kind kind = Kind::broken;
   std::string description;  ///< for a person: what went wrong, and with which host
 };
@@ -77,8 +105,9 @@ class HttpTask {
   virtual void cancel() = 0;
 };
 
-/// Answers a request, exactly once, on a thread of the session's own. A session that loses the
-/// request for good may destroy the handler uncalled: the caller then reports an unknown failure.
+/// Answers a request, exactly once, on a thread of the session's own; on the thread that sends if
+/// the session has none (any more). A session that loses the request for good may destroy the
+/// handler uncalled: the caller then reports an unknown failure.
 using HttpReplyHandler = UniqueFunction<void(HttpReply)>;
 
 /// Sends requests. What an app must supply to bring its own HTTP client.

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <map>
 #include <thread>
 
 #include "tests/support/child_process.hpp"
@@ -54,12 +55,30 @@ TEST(CurlHttpFailure, UnreachableHostIsNamedWithoutTheRestOfTheAddress) {
                 "cannot find the host nowhere.invalid");
 }
 
-TEST(CurlHttpFailure, CutBodyLeavesTheStatusBesideTheFailure) {
-  for (const auto* response : {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome",
-                               "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nsome"}) {
-    const auto reply = replyTo(response);
-    expectFailure(reply, Kind::broken, "broke");
-    EXPECT_EQ(reply.status, 200);
+TEST(CurlHttpFailure, DamagedReplyIsNamedBesideItsStatus) {
+  struct Case {
+    const char* bytes;
+    std::optional<int> status;
+    const char* text;
+  };
+  const std::string packed = "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: ";
+  const std::string plain = packed + "5\r\n\r\nplain";
+  const std::string damaged =
+      packed + "18\r\n\r\n\x1f\x8b\x08\x01\x01\x01\x01\x01\x01\x03\xff\xff\xff\xff\xff\xff\xff\xff";
+  for (const auto& [bytes, status, text] : std::initializer_list<Case>{
+           {"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nsome", 200, "inside the body"},
+           {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n64\r\nsome", 200,
+            "inside the body"},
+           {"HTTP/1.1 200 OK\r\nContent-Le", 200, "inside the header"},
+           {"HTTP/1.1 200 OK\r\nX: 1\r\n", 200, "inside the header"},
+           {"HTTP/1.1 20", std::nullopt, "127.0.0.1"},
+           {"", std::nullopt, "was closed before the answer of 127.0.0.1:"},
+           {"SSH-2.0-OpenSSH_9.2\r\n", std::nullopt, "does not answer in HTTP"},
+           {plain.c_str(), 200, "cannot be unpacked"},
+           {damaged.c_str(), 200, "cannot be unpacked"}}) {
+    const auto reply = replyTo(bytes);
+    expectFailure(reply, Kind::broken, text);
+    EXPECT_EQ(reply.status, status) << bytes;
   }
 }
 
@@ -125,6 +144,28 @@ TEST(CurlHttpFailure, WaitingForAConnectionIsNotStandingStill) {
   }
 }
 
+TEST(CurlHttpFailure, DeadlineCoversTheWaitForAConnection) {
+  LoopbackServer server([](const ReceivedRequest& request, ServerConnection& connection) {
+    if (request.target == "/body") connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nx");
+    connection.hold();
+  });
+  CurlHttpSession session;
+  HttpAnswers silent;
+  auto request = get(server.url("/body"));
+  request.deadline = 50ms;
+  expectFailure(fetch(session, request), Kind::timedOut, "within the deadline of 50 ms");
+  // More than curl's connections to one host, and more than it is given at a time.
+  for (int i = 0; i < 100; ++i) session.send(get(server.url("/held")), silent.handler());
+  server.waitForRequests(9);
+  HttpAnswers answers;
+  for (int i = 0; i < 3; ++i) session.send(request, answers.handler());
+  request.deadline = std::chrono::milliseconds::max();
+  session.send(request, silent.handler());
+  for (const auto& reply : answers.take(3))
+    expectFailure(reply, Kind::timedOut, "50 ms: the request was still waiting for a connection");
+  EXPECT_EQ(silent.count(), 0U);
+}
+
 TEST(CurlHttpFailure, MalformedRequestsAreNotSent) {
   LoopbackServer server(
       [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(200, ""); });
@@ -175,10 +216,69 @@ TEST(CurlHttpFailure, CancelAndDestructionEndEachCallOnce) {
 TEST(CurlHttpFailure, ProcessMayExitWithCallsInFlight) {
   LoopbackServer server(hold);
   for (const auto* mode : {"exit-in-flight", "exit-in-handler"}) {
-    test::ChildProcess child({ZAVELO_TEST_CHILD, mode, server.url()});
+    test::ChildProcess child({ZAVELO_HTTP_CHILD, mode, server.url()});
     EXPECT_EQ(child.readLine(), "20 answered, then 1 more") << mode;
     EXPECT_EQ(child.wait(), 0) << mode;
   }
+}
+
+TEST(CurlHttpFailure, ProxyThatCannotBeUsedIsNamed) {
+  LoopbackServer proxy(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(403, ""); });
+  const auto expectLine = [](const std::string& proxyUrl, const char* url,
+                             const std::string& line) {
+    test::ChildProcess child({ZAVELO_HTTP_CHILD, "through-proxy", url, proxyUrl});
+    EXPECT_EQ(child.readLine(), line);
+  };
+  expectLine("http://127.0.0.1:1", "http://example.test/",
+             "unreachable: cannot connect to the proxy 127.0.0.1:1 on the way to example.test: "
+             "Connection refused");
+  expectLine("http://nowhere.invalid:1", "http://example.test/",
+             "unreachable: cannot find the proxy on the way to example.test");
+  expectLine(proxy.url(""), "https://example.test/",
+             "unreachable: the proxy refuses to connect to example.test: status 403");
+}
+
+TEST(CurlHttpResources, WantOfAnyIsAFailureOfItsOwnAndPasses) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(200, ""); });
+  for (const auto& [mode, line] :
+       std::map<std::string, std::string>{{"no-descriptor-at-start", "no descriptor left"},
+                                          {"no-descriptor-later", "no descriptor left"},
+                                          {"no-descriptor-for-lookup", "no descriptor left"},
+                                          {"no-thread", "no thread could be started"},
+                                          {"no-thread-for-lookup", "no thread could be started"}}) {
+    test::ChildProcess child({ZAVELO_HTTP_CHILD, mode, server.url()});
+    EXPECT_THAT(child.readLine(), testing::StartsWith("noResources: " + line)) << mode;
+    EXPECT_EQ(child.readLine(), "status 200") << mode;
+    EXPECT_EQ(child.wait(), 0) << mode;
+  }
+}
+
+TEST(CurlHttpResources, EveryAllocationOfTheCallerMayFail) {
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(200, ""); });
+  test::ChildProcess child({ZAVELO_HTTP_CHILD, "no-memory", server.url()});
+  EXPECT_EQ(child.readLine(), "each answered once");
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST(CurlHttpResources, NothingIsInheritedByProgramsThatTheAppStarts) {
+  LoopbackServer server(hold);
+  test::ChildProcess child({ZAVELO_HTTP_CHILD, "list-descriptors", server.url()});
+  EXPECT_EQ(child.readLine(), "no more");
+  EXPECT_EQ(child.wait(), 0);
+}
+
+TEST(CurlHttpResources, CallOfAForkedChildCompletes) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "ThreadSanitizer allows a forked child no threads";
+#endif
+  LoopbackServer server(
+      [](const ReceivedRequest&, ServerConnection& connection) { connection.reply(200, ""); });
+  test::ChildProcess child({ZAVELO_HTTP_CHILD, "fork", server.url()});
+  EXPECT_EQ(child.readLine(), "20 children answered");
+  EXPECT_EQ(child.wait(), 0);
 }
 
 TEST(CurlHttpTls, NamesAFileOfAuthoritiesThatIsNotThere) {

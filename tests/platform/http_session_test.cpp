@@ -6,6 +6,8 @@
 
 #include "tests/support/http_answers.hpp"
 #include "tests/support/loopback_server.hpp"
+#include "tests/support/temporary_folder.hpp"
+#include "zavelo/core/version.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
 
 namespace zavelo {
@@ -161,6 +163,77 @@ TEST(CurlHttpSession, KeepsAuthorizationFromAnotherHost) {
   request.url = server.url("/302?" + other.url("/there"));
   EXPECT_EQ(fetch(session, request).body, "here");
   EXPECT_EQ(other.requests().back().header("authorization"), "");
+}
+
+TEST(CurlHttpSession, RefusesARedirectThatWouldGiveAwayWhatWasSent) {
+  const test::ServerCertificate certificate("IP:127.0.0.1");
+  const test::TemporaryFolder folder;
+  certificate.appendTo(folder / "known.pem");
+  LoopbackServer other(redirecting);
+  LoopbackServer server(redirecting);
+  LoopbackServer secure(redirecting, &certificate);
+  CurlHttpSession session({.certificateAuthorities = folder / "known.pem"});
+  const auto to = [](const LoopbackServer& from, const char* status, const std::string& target) {
+    return from.url(std::string("/") + status + "?" + target);
+  };
+  struct Case {
+    HttpRequest request;
+    const char* failure;  ///< none: followed
+  };
+  const auto post = ZVHTTPMethod::post;
+  const std::vector<HttpFormPart> form{{"password", "secret", "", ""}};
+  const std::string encrypted = secure.url().substr(0, secure.url().size() - 1);
+  for (const auto& each : std::vector<Case>{
+           {with(post, to(server, "307", other.url("/x")), "secret"), "to another origin"},
+           {with(post, to(server, "308", other.url("/x")), form), "to another origin"},
+           {with(ZVHTTPMethod::put, to(server, "302", other.url("/x")), "x"), "to another origin"},
+           {with(post, to(server, "307", other.url("/x"))), nullptr},
+           {with(post, to(server, "302", other.url("/x")), "secret"), nullptr},
+           {with(post, to(secure, "307", "HTTPS" + encrypted.substr(5) + "/x"), "secret"), nullptr},
+           {get(to(secure, "302", other.url("/x"))), "without encryption"}}) {
+    const auto before = other.requests().size();
+    const auto reply = fetch(session, each.request);
+    EXPECT_EQ(reply.failure.has_value(), each.failure != nullptr) << each.request.url;
+    if (!each.failure || !reply.failure) continue;
+    EXPECT_THAT(reply.failure->description, HasSubstr(each.failure));
+    EXPECT_EQ(other.requests().size(), before);
+  }
+}
+
+TEST(CurlHttpSession, NamesItselfUnlessTheRequestHasAUserAgent) {
+  LoopbackServer server(ok);
+  CurlHttpSession session;
+  auto request = get(server.url());
+  fetch(session, request);
+  EXPECT_EQ(server.requests().back().header("User-Agent"),
+            "ZaveloCore/" + std::string(zavelo::version));
+  request.headers = {{"user-agent", "app/1"}};
+  fetch(session, request);
+  EXPECT_EQ(server.requests().back().header("user-agent"), "app/1");
+  EXPECT_EQ(server.requests().back().header("User-Agent"), "");
+}
+
+TEST(CurlHttpSession, ReportsAnUploadToItsEndBeforeTheReply) {
+  LoopbackServer server([](const ReceivedRequest& request, ServerConnection& connection) {
+    connection.reply(200, std::to_string(request.body.size()));
+  });
+  CurlHttpSession session;
+  for (const auto& body : std::vector<decltype(HttpRequest::body)>{
+           std::string("x"), std::string(4'000'000, 'x'),
+           std::vector<HttpFormPart>{{"f", std::string(2'000'000, 'x'), "f.bin", ""}}}) {
+    std::vector<HttpUpload> uploads;
+    auto request = with(ZVHTTPMethod::post, server.url(), body);
+    request.onUpload = [&](const HttpUpload& upload) {
+      uploads.push_back(upload);
+      throw std::runtime_error("a mistake in a handler");
+    };
+    const auto reply = fetch(session, request);
+    const std::uint64_t total = std::stoul(reply.body);
+    ASSERT_FALSE(uploads.empty());
+    EXPECT_EQ(uploads.back(), (HttpUpload{total, total}));
+    for (std::size_t i = 1; i < uploads.size(); ++i)
+      EXPECT_GT(uploads[i].sent, uploads[i - 1].sent);
+  }
 }
 
 TEST(CurlHttpSession, GivesUpOnARedirectThatLeadsNowhere) {

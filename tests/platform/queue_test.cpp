@@ -223,7 +223,7 @@ TEST(BackgroundQueue, MayBeDestroyedByItsClosures) {
 
 TEST(Queues, WithoutThreadsLoseNoAnswer) {
   const uid_t user = getuid() == 0 ? 65534 : getuid();  // the superuser has threads without limit
-  test::ChildProcess child({ZAVELO_TEST_CHILD, "no-threads", std::to_string(user)});
+  test::ChildProcess child({ZAVELO_STORE_CHILD, "no-threads", std::to_string(user)});
   for (const auto* line :
        {"login: 1", "no members", "it could not be read: its queue has ended or got no thread",
         "1 on the main queue", "with threads again"})
@@ -233,7 +233,7 @@ TEST(Queues, WithoutThreadsLoseNoAnswer) {
 
 TEST(Queues, AndAStoreWorkInAForkedProcess) {
   const test::TemporaryFolder folder;
-  test::ChildProcess child({ZAVELO_TEST_CHILD, "fork", folder / "store.sqlite"});
+  test::ChildProcess child({ZAVELO_STORE_CHILD, "fork", folder / "store.sqlite"});
   for (const auto* line : {"parent", "child", "parent again"}) EXPECT_EQ(child.readLine(), line);
   EXPECT_EQ(child.wait(), 0);
 }

@@ -171,7 +171,7 @@ TEST_F(SqliteStore, KeepsWhatItAcknowledgedWhenTheProcessIsKilled) {
   for (int kill = 0; kill < kills; ++kill) {
     {
       test::ChildProcess child(
-          {ZAVELO_TEST_CHILD, "write-forever", file.string(), std::to_string(acknowledged + 1)});
+          {ZAVELO_STORE_CHILD, "write-forever", file.string(), std::to_string(acknowledged + 1)});
       acknowledged = std::stoi(child.readLine());
       std::this_thread::sleep_for(std::chrono::microseconds(random() % 100'000));
       child.kill();
@@ -201,8 +201,8 @@ TEST_F(SqliteStore, SeveralProcessesShareOneFile) {
     fs::remove(file);
     if (damaged) fill("not a database");
     {
-      test::ChildProcess a({ZAVELO_TEST_CHILD, "write-many", file.string(), "a"});
-      test::ChildProcess b({ZAVELO_TEST_CHILD, "write-many", file.string(), "b"});
+      test::ChildProcess a({ZAVELO_STORE_CHILD, "write-many", file.string(), "a"});
+      test::ChildProcess b({ZAVELO_STORE_CHILD, "write-many", file.string(), "b"});
       EXPECT_EQ(a.wait(), 0);
       EXPECT_EQ(b.wait(), 0);
     }
@@ -343,7 +343,7 @@ TEST_F(SqliteStore, RefusedChangeGivesWayToWhatAnotherProcessHasWrittenSince) {
 TEST_F(SqliteStore, RefusedRemovalIsTriedAgainWhenTheProcessEnds) {
   ASSERT_TRUE(open().set("session", text("old")));
   auto lock = std::make_unique<Lock>(file, "BEGIN EXCLUSIVE");
-  test::ChildProcess child({ZAVELO_TEST_CHILD, "exit-with-pending", file.string(), folder / "go"});
+  test::ChildProcess child({ZAVELO_STORE_CHILD, "exit-with-pending", file.string(), folder / "go"});
   EXPECT_THAT(child.readLine(), HasSubstr("locked"));
   lock.reset();
   std::ofstream(folder / "go").flush();
@@ -356,7 +356,7 @@ TEST_F(SqliteStore, FullDiskUndoesNoSignOutAndLosesNoWords) {
   // With files for store and filler only, or for a journal, too.
   for (const auto& [files, problem] :
        {std::pair("2", "unable to open"), std::pair("3", "there is no room left for")}) {
-    test::ChildProcess child({ZAVELO_TEST_CHILD, "full-disk", folder.path(), files});
+    test::ChildProcess child({ZAVELO_STORE_CHILD, "full-disk", folder.path(), files});
     auto line = child.readLine();
     if (line == "no mount") GTEST_SKIP() << "cannot mount a small disk without more rights";
     for (const auto* expected :
@@ -395,7 +395,7 @@ TEST_F(SqliteStore, FollowsWhatAUserMayDo) {
     if (own && getuid() == 0) {
       for (const auto& path : {file, folder.path()}) ASSERT_EQ(chown(path.c_str(), nobody, 0), 0);
     }
-    test::ChildProcess child({ZAVELO_TEST_CHILD, "read-and-write", file.string(),
+    test::ChildProcess child({ZAVELO_STORE_CHILD, "read-and-write", file.string(),
                               std::to_string(getuid() == 0 ? nobody : getuid())});
     for (const auto& line : lines) EXPECT_EQ(child.readLine(), line);
     EXPECT_EQ(child.wait(), 0);

@@ -64,10 +64,10 @@ std::optional<CurlResource> missingForDescriptor() {
 }
 
 HttpFailure lookupFailure(const std::string& url, std::string sentence, std::string_view detail) {
+  if (const auto missing = missingForDescriptor()) return resourceFailure(url, *missing);
   // The only sign of it that curl gives.
   if (detail.find("thread failed to start") != std::string_view::npos)
     return resourceFailure(url, CurlResource::thread);
-  if (const auto missing = missingForDescriptor()) return resourceFailure(url, *missing);
   return {Kind::unreachable, std::move(sentence)};
 }
 
@@ -119,7 +119,7 @@ HttpFailure brokenFailure(const CurlEnding& ending, const std::string& url) {
       break;
   }
   const bool closed = ending.code == CURLE_GOT_NOTHING || ending.code == CURLE_RECV_ERROR ||
-                      ending.code == CURLE_SEND_ERROR;
+                      ending.code == CURLE_SEND_ERROR || ending.code == CURLE_PARTIAL_FILE;
   if (closed) return closedFailure(url);
   return {Kind::broken, joined("the connection to " + hostOf(url) + " broke", why)};
 }

@@ -1,4 +1,5 @@
-// What the tests of this room let another process do: `child MODE ARGUMENT...`.
+// What the tests of the store and the queues let another process do: `store_child MODE
+// ARGUMENT...`.
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -19,7 +20,6 @@
 #include "zavelo/messaging/engines/in_process.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/platform/background_queue.hpp"
-#include "zavelo/platform/curl_http_session.hpp"
 #include "zavelo/platform/main_queue.hpp"
 #include "zavelo/platform/platform.hpp"
 #include "zavelo/platform/sqlite_key_value_store.hpp"
@@ -28,30 +28,6 @@
 namespace {
 
 using namespace zavelo;
-
-std::atomic<int> answered{0};
-
-void send(const std::string& url) {
-  HttpRequest request;
-  request.url = url;
-  platform::httpSession()->send(std::move(request), [](HttpReply) { ++answered; });
-}
-
-/// Leaves with 20 calls to a server that does not answer; `inHandler` leaves from the session's own
-/// thread.
-int exitInFlight(const std::string& url, bool inHandler) {
-  // Registered first, so it runs after the session has ended its calls.
-  std::atexit([] {
-    const int before = answered;
-    send("http://127.0.0.1/");
-    std::printf("%d answered, then %d more\n", before, answered - before);
-  });
-  for (int i = 0; i < 20; ++i) send(url);
-  if (!inHandler) return 0;
-  HttpRequest malformed;
-  platform::httpSession()->send(std::move(malformed), [](HttpReply) { std::exit(0); });
-  for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
-}
 
 /// Writes a list whose items must agree, over and over, removes it each tenth time, and prints what
 /// was acknowledged.
@@ -224,8 +200,6 @@ int main(int count, char** arguments) {
   if (count < 3) return 2;
   const std::string_view mode = arguments[1];
   const std::string subject = arguments[2];
-  if (mode == "exit-in-flight") return exitInFlight(subject, false);
-  if (mode == "exit-in-handler") return exitInFlight(subject, true);
   // Given up here: where this program and the library stand may be closed to that user.
   if (mode == "read-and-write" && (count != 4 || setuid(userIn(arguments[3])) != 0)) return 2;
   if (mode == "no-threads") return setuid(userIn(arguments[2])) == 0 ? workWithoutThreads() : 2;

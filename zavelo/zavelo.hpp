@@ -21,6 +21,7 @@
 #include "zavelo/api/api_request.hpp"
 #include "zavelo/api/api_result.hpp"
 #include "zavelo/api/api_service.hpp"
+#include "zavelo/api/call_options.hpp"
 #include "zavelo/core/attributed_string.hpp"
 #include "zavelo/core/color.hpp"
 #include "zavelo/core/environment.hpp"

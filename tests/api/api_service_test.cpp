@@ -77,6 +77,42 @@ TEST_F(ApiService, SendsJsonWithTheTokenOnlyWhileThereIsOne) {
   queue->runDue();
 }
 
+TEST_F(ApiService, CallOptionsReachTheHttpSession) {
+  signIn();
+  std::vector<HttpUpload> uploads;
+  const auto callWith = [&](ZVCallOptions options) {
+    api->request<std::int64_t>("https://api.test/x", ZVHTTPMethod::post, json::Object{},
+                               ZVParameterEncoding::json, 0, {}, false, Level::simple,
+                               std::move(options),
+                               [this](auto result) { results.push_back(result); });
+    return http->requests().back();
+  };
+  const auto plain = callWith({});
+  EXPECT_EQ(plain.deadline, std::nullopt);
+  EXPECT_EQ(plain.onUpload, nullptr);
+  EXPECT_EQ(plain.replyLimit, HttpRequest().replyLimit);
+
+  const auto given = callWith(
+      {.deadline = std::chrono::milliseconds(5),
+       .onProgress = [&](const HttpUpload& u) { uploads.push_back(u); },
+       .headers = {{"accept", "*/*"}, {"content-type", "x"}, {"authorization", "x"}, {"X", "1"}},
+       .replyLimit = 7});
+  EXPECT_EQ(given.deadline, std::chrono::milliseconds(5));
+  EXPECT_EQ(given.replyLimit, 7u);
+  EXPECT_EQ(given.headers, (std::vector<HttpHeader>{{"Authorization", "bearer old"},
+                                                    {"accept", "*/*"},
+                                                    {"X", "1"},
+                                                    {"Content-Type", "application/json"}}));
+  given.onUpload({1, 2});
+  EXPECT_TRUE(uploads.empty()) << "progress arrives on the main queue";
+  queue->runDue();
+  EXPECT_EQ(uploads, std::vector{HttpUpload({1, 2})});
+
+  for (int i = 0; i < 2; ++i) http->reply(200, R"({"code":1,"data":1})");
+  queue->runDue();
+  EXPECT_EQ(results.size(), 2u);
+}
+
 TEST_F(ApiService, AnswersEachKindOfReplyOnce) {
   const auto answerTo = [&](auto&& script) {
     results.clear();

@@ -41,16 +41,18 @@ TEST_F(UrlEncoding, GoesIntoTheBodyOrTheQueryByTheMethod) {
   const json::Object parameters{
       {"q", "a b&\u00e9"}, {"list", json::Array{1, true}}, {"o", json::Object{{"k", 0.5}}}};
   const std::string encoded = "q=a%20b%26%C3%A9&list%5B%5D=1&list%5B%5D=1&o%5Bk%5D=0.5";
-  const auto send = [&](ZVHTTPMethod method) {
+  const auto send = [&](ZVHTTPMethod method, std::string url = "https://h/p?x=1") {
     http->reply(200, "");
-    api->request<bool>("https://h/p?x=1", method, parameters, ZVParameterEncoding::url, 0, {},
-                       false, ZVAPIService::APILogLevel::none, [](auto) {});
+    api->request<bool>(url, method, parameters, ZVParameterEncoding::url, 0, {}, false,
+                       ZVAPIService::APILogLevel::none, [](auto) {});
     queue->runDue();
     return http->requests().back();
   };
   EXPECT_EQ(std::get<std::string>(send(ZVHTTPMethod::post).body), encoded);
   EXPECT_EQ(header(0, "Content-Type"), "application/x-www-form-urlencoded; charset=utf-8");
   EXPECT_EQ(send(ZVHTTPMethod::get).url, "https://h/p?x=1&" + encoded);
+  EXPECT_EQ(send(ZVHTTPMethod::get, "https://h/p#f?x").url, "https://h/p?" + encoded + "#f?x");
+  EXPECT_EQ(send(ZVHTTPMethod::del, "https://h/p?x=1#f").url, "https://h/p?x=1&" + encoded + "#f");
 }
 
 }  // namespace

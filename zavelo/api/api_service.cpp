@@ -1,5 +1,7 @@
 #include "zavelo/api/api_service.hpp"
 
+#include <utility>
+
 #include "zavelo/api/exchange_internal.hpp"
 #include "zavelo/api/token_renewal_internal.hpp"
 
@@ -7,6 +9,21 @@ namespace zavelo {
 
 using detail::ApiContext;
 using detail::Exchange;
+
+namespace {
+
+using OnProgress = std::function<void(const HttpUpload&)>;
+
+/// Brings progress to the main queue. A queue that the app has given up is not kept alive by it.
+OnProgress onMainQueue(std::weak_ptr<Queue> mainQueue, OnProgress onProgress) {
+  if (!onProgress) return onProgress;
+  return [mainQueue = std::move(mainQueue), app = std::make_shared<const OnProgress>(
+                                                std::move(onProgress))](const HttpUpload& upload) {
+    if (const auto queue = mainQueue.lock()) queue->post([app, upload] { (*app)(upload); });
+  };
+}
+
+}  // namespace
 
 std::shared_ptr<ZVAPIService> ZVAPIService::create(const Collaborators& collaborators) {
   return std::shared_ptr<ZVAPIService>(new ZVAPIService(collaborators));
@@ -21,6 +38,7 @@ ZVAPIService::~ZVAPIService() {
 }
 
 ZVCall ZVAPIService::start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink) {
+  request.options.onProgress = onMainQueue(mainQueue_, std::move(request.options.onProgress));
   const auto exchange = Exchange::create(context_, std::move(request), std::move(sink));
   exchange->send();
   return ZVCall(exchange);

@@ -8,6 +8,7 @@
 
 #include "zavelo/api/api_call.hpp"
 #include "zavelo/api/api_result.hpp"
+#include "zavelo/api/call_options.hpp"
 #include "zavelo/api/envelope_sink.hpp"
 #include "zavelo/api/multi_part_data.hpp"
 #include "zavelo/api/session_source.hpp"
@@ -25,8 +26,12 @@ class ApiContext;
 struct ApiRequest;
 }  // namespace detail
 
-/// How parameters travel: as a JSON body, or URL-encoded (WHATWG URL, application/
-/// x-www-form-urlencoded) in the body, or in the query of methods that have none.
+/// How parameters travel: as a JSON body; or URL-encoded, in the query of GET, HEAD and DELETE
+/// (before a fragment) and as an application/x-www-form-urlencoded body of the others.
+///
+/// URL-encoded are names and values percent-encoded but for letters, digits and "-._~" (RFC 3986
+/// section 2.3; a blank is %20, not "+"). A flag is 1 or 0, null is "null", the elements of a list
+/// go under "name[]", the members of an object under "name[member]".
 enum class ZVParameterEncoding { json, url };
 
 /// How a session is renewed after a 401.
@@ -84,6 +89,13 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
                  std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
                  APILogLevel apiLogLevel, ZVCompletion<T> completion);
 
+  /// The same with a deadline, progress, headers of its own or another reply limit.
+  template <class T>
+  ZVCall request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
+                 ZVParameterEncoding encoding, int retryCount,
+                 std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
+                 APILogLevel apiLogLevel, ZVCallOptions options, ZVCompletion<T> completion);
+
   /// Buys new tokens. Does not store them. The exchange is never cut short, as it may spend the
   /// refresh token: cancelling answers the caller, and the service's end lets it finish.
   ZVCall refreshToken(const std::string& refreshToken,
@@ -129,6 +141,7 @@ struct ApiRequest {
   bool isMultiPart = false;
   ZVAPIService::APILogLevel logLevel = ZVAPIService::APILogLevel::simple;
   bool isRenewal = false;  ///< it buys new tokens: a 401 does not lead to another renewal
+  ZVCallOptions options = {};
 };
 
 }  // namespace detail
@@ -139,8 +152,26 @@ ZVCall ZVAPIService::request(std::string url, ZVHTTPMethod method,
                              int retryCount, std::vector<ZVMultiPartData> multipartData,
                              bool isMultiPart, APILogLevel apiLogLevel,
                              ZVCompletion<T> completion) {
-  return start({std::move(url), method, std::move(parameters), encoding, retryCount,
-                std::move(multipartData), isMultiPart, apiLogLevel},
+  return request<T>(std::move(url), method, std::move(parameters), encoding, retryCount,
+                    std::move(multipartData), isMultiPart, apiLogLevel, ZVCallOptions(),
+                    std::move(completion));
+}
+
+template <class T>
+ZVCall ZVAPIService::request(std::string url, ZVHTTPMethod method,
+                             std::optional<json::Object> parameters, ZVParameterEncoding encoding,
+                             int retryCount, std::vector<ZVMultiPartData> multipartData,
+                             bool isMultiPart, APILogLevel apiLogLevel, ZVCallOptions options,
+                             ZVCompletion<T> completion) {
+  return start({.url = std::move(url),
+                .method = method,
+                .parameters = std::move(parameters),
+                .encoding = encoding,
+                .retryCount = retryCount,
+                .multipartData = std::move(multipartData),
+                .isMultiPart = isMultiPart,
+                .logLevel = apiLogLevel,
+                .options = std::move(options)},
                detail::envelopeSink<T>(std::move(completion)));
 }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "zavelo/api/request_encoding_internal.hpp"
@@ -83,8 +85,10 @@ bool carriesParametersInUrl(ZVHTTPMethod method) {
 
 std::string withQuery(std::string url, const std::string& query) {
   if (query.empty()) return url;
-  url += url.find('?') == std::string::npos ? '?' : '&';
-  return url + query;
+  // A fragment stays at the end (RFC 3986 section 3).
+  const auto end = std::min(url.find('#'), url.size());
+  const bool hasQuery = url.find('?') < end;
+  return url.insert(end, (hasQuery ? '&' : '?') + query);
 }
 
 Status<HttpFailure> encodeForm(const ApiRequest& request, HttpRequest& http) {
@@ -119,6 +123,24 @@ Status<HttpFailure> encodeParameters(const ApiRequest& request, HttpRequest& htt
   return noFailure;
 }
 
+bool belongsToTheLibrary(const HttpHeader& header) {
+  return sameHeaderName(header.name, "Authorization") ||
+         sameHeaderName(header.name, "Content-Type");
+}
+
+/// The call's own headers in place of those of the same name.
+std::vector<HttpHeader> merged(std::vector<HttpHeader> headers,
+                               const std::vector<HttpHeader>& own) {
+  std::vector<HttpHeader> added;
+  std::remove_copy_if(own.begin(), own.end(), std::back_inserter(added), &belongsToTheLibrary);
+  for (const HttpHeader& header : added) {
+    std::erase_if(headers,
+                  [&](const HttpHeader& other) { return sameHeaderName(other.name, header.name); });
+  }
+  headers.insert(headers.end(), added.begin(), added.end());
+  return headers;
+}
+
 }  // namespace
 
 Result<HttpRequest, HttpFailure> httpRequest(const ApiRequest& request,
@@ -126,7 +148,11 @@ Result<HttpRequest, HttpFailure> httpRequest(const ApiRequest& request,
   HttpRequest http;
   http.method = request.method;
   http.url = request.url;
-  http.headers = std::move(headers);
+  const ZVCallOptions& options = request.options;
+  http.headers = merged(std::move(headers), options.headers);
+  http.deadline = options.deadline;
+  http.onUpload = options.onProgress;
+  if (options.replyLimit) http.replyLimit = *options.replyLimit;
   auto encoded = request.isMultiPart ? encodeForm(request, http) : encodeParameters(request, http);
   if (!encoded) return Failure{std::move(encoded).error()};
   return http;

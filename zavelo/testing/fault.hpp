@@ -14,7 +14,7 @@ namespace zavelo::testing {
 enum class FaultKind {
   delay,         ///< done, and answered late
   cut,           ///< done; the connection closes in the middle of the answer's body
-  refuse,        ///< not done; the connection closes without an answer
+  refuse,        ///< not done; the connection is closed before the answer
   unauthorized,  ///< not done; HTTP 401
   code,          ///< not done; an envelope with a code and a message
   wrongType,     ///< done; texts for numbers and numbers for texts in the answer's data

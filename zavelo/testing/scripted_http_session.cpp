@@ -37,7 +37,7 @@ std::string_view pathOf(std::string_view url) {
 /// What the faults answer that keep a call from being done; none: the call is done.
 std::optional<HttpReply> insteadOf(const Fault& fault) {
   if (fault.kind == FaultKind::refuse)
-    return failed({HttpFailure::Kind::broken, "the connection was closed without an answer"});
+    return failed({HttpFailure::Kind::broken, "the connection was closed before the answer"});
   if (fault.kind != FaultKind::unauthorized && fault.kind != FaultKind::code) return {};
   auto answer = answerOf(fault);
   return HttpReply{answer.status, {}, std::move(answer.body), {}};

@@ -15,9 +15,7 @@
 #include "sandbox/events/event_stream.hpp"
 #include "sandbox/gifts/gift_endpoints.hpp"
 #include "sandbox/gifts/gift_pictures.hpp"
-#include "sandbox/http/connection.hpp"
-#include "sandbox/http/front.hpp"
-#include "sandbox/http/listener.hpp"
+#include "sandbox/http/http_server.hpp"
 #include "sandbox/media/files.hpp"
 #include "sandbox/products/product_endpoints.hpp"
 #include "sandbox/seed/planting.hpp"
@@ -34,14 +32,14 @@ namespace zavelo::sandbox {
 
 /// The one place where the parts meet. In the order of their dependence.
 struct Sandbox::Parts {
-  Parts(const SandboxOptions& options, std::unique_ptr<Listener> bound,
+  Parts(const SandboxOptions& options, std::unique_ptr<HttpServer> bound,
         std::unique_ptr<Database> opened, RunSettings seeded)
       : url("http://127.0.0.1:" + std::to_string(bound->port())),
         database(std::move(opened)),
         sessions(options.clock ? options.clock : std::make_shared<SystemClock>(),
                  {options.accessTokenLifetime, options.refreshTokenLifetime, options.refreshGrace}),
         run(std::move(seeded)),
-        listener(std::move(bound)) {
+        server(std::move(bound)) {
     if (settings.config.find("profileImageUrl") == nullptr) {
       settings.config.set("profileImageUrl", url + "/media/profiles/");
     }
@@ -104,8 +102,7 @@ struct Sandbox::Parts {
   CallRecorder recorder{{router, log, [this] { return sessions.now(); },
                          [this](const Request& request) { return callerOf(*database, request); },
                          [this] { watch.touch(); }}};
-  Front front{recorder};
-  std::unique_ptr<Listener> listener;
+  std::unique_ptr<HttpServer> server;
 };
 
 namespace {
@@ -139,11 +136,11 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     if (!seed) return Failure{unusableSeed(options.seed, seed.error())};
     const auto script = faultsIn(options.faults);
     if (!script) return unusableScript(options.faults, script.error());
-    auto listener = Listener::bind(options.port);
-    if (!listener) return Failure{std::move(listener).error()};
+    auto server = HttpServer::bind(options.port);
+    if (!server) return Failure{std::move(server).error()};
     auto database = Database::open(options.state);
     if (!database) return Failure{std::move(database).error()};
-    auto parts = std::make_unique<Parts>(options, std::move(*listener), std::move(*database),
+    auto parts = std::make_unique<Parts>(options, std::move(*server), std::move(*database),
                                          RunSettings(*seed));
     if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
       return Failure{unusableSeed(options.seed, planted.error())};
@@ -155,8 +152,7 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
       const auto opened = parts->channels.open(*options.brokerPort, options.statisticsPeriod);
       if (!opened) return brokerless(opened.error());
     }
-    Front& front = parts->front;
-    parts->listener->run([&front](Connection& connection) { front.serve(connection); });
+    parts->server->run(parts->recorder);
     return std::unique_ptr<Sandbox>(new Sandbox(std::move(parts)));
   } catch (const std::exception& error) {
     return Failure{std::string("the sandbox cannot start: ") + error.what()};
@@ -164,7 +160,7 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
 }
 
 std::uint16_t Sandbox::port() const noexcept {
-  return parts_->listener->port();
+  return parts_->server->port();
 }
 
 const std::string& Sandbox::url() const noexcept {
@@ -178,7 +174,7 @@ std::optional<std::string> Sandbox::rtmUrl() const {
 void Sandbox::stop() {
   parts_->faults.stop();
   parts_->feed.stop();
-  parts_->listener->stop();
+  parts_->server->stop();
   parts_->channels.close();
   parts_->watch.stop();
 }

@@ -147,7 +147,7 @@ json::Object loginBody(const std::string& zaveloId, const std::string& password,
           {"deviceType", 1},      {"latitude", 10.0},     {"longitude", 106.7}};
 }
 
-std::string exchange(std::uint16_t port, std::string_view bytes) {
+std::string exchange(std::uint16_t port, std::string_view bytes, Ending ending) {
   const int client = ::socket(AF_INET, SOCK_STREAM, 0);
   const timeval patience{20, 0};
   ::setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -162,7 +162,7 @@ std::string exchange(std::uint16_t port, std::string_view bytes) {
       if (sent <= 0) break;
       bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
-    ::shutdown(client, SHUT_WR);
+    if (ending == Ending::closes) ::shutdown(client, SHUT_WR);
     char buffer[4096];
     ssize_t got = 0;
     while ((got = ::recv(client, buffer, sizeof buffer, 0)) > 0)

@@ -75,8 +75,11 @@ class Backend {
 [[nodiscard]] json::Object loginBody(const std::string& zaveloId, const std::string& password,
                                      const std::string& device = "d1");
 
+/// Whether a client ends its side of the connection when it has sent everything.
+enum class Ending { closes, waits };
 /// Sends the bytes as they are and reads until the server closes.
-[[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes);
+[[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes,
+                                   Ending ending = Ending::closes);
 
 /// A sound JPEG of one colour.
 [[nodiscard]] std::string jpegFile(std::uint32_t width, std::uint32_t height);

@@ -11,8 +11,8 @@
 namespace zavelo::sandbox {
 namespace {
 
-using ::testing::AnyOf;
 using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 TEST(HttpTest, UnknownAddressesAndMethodsAreToldInTheEnvelope) {
@@ -41,31 +41,93 @@ TEST(HttpTest, OtherSitesAreKeptOut) {
     EXPECT_EQ(statusOf({{"Host", here}, {"Origin", origin}}), 403) << origin;
 }
 
-TEST(HttpTest, HostileBytesEndTheirConnectionOnly) {
+TEST(HttpTest, MalformedRequestGetsItsStatusAtOnceAndTheConnectionIsClosed) {
   const Backend backend;
-  const std::string start = "POST /api/users/refresh HTTP/1.1\r\nHost: localhost\r\n";
-  const std::string form = "Content-Type: multipart/form-data; boundary=b\r\n";
-  const std::string hostile[] = {
-      std::string("\x16\x03\x01\x02\x00", 5),
-      "GET\r\n\r\n",
-      "GET / HTTP/9.9\r\n\r\n",
-      start + "Content-Length: -5\r\n\r\n",
-      start + "Content-Length: 99999999999999999999\r\n\r\n{}",
-      start + "Content-Length: 50\r\n\r\n{}",
-      start + "Transfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n",
-      start + "Transfer-Encoding: chunked\r\n\r\nzz\r\n",
-      start + "Content-Encoding: gzip\r\nContent-Length: 2\r\n\r\n{}",
-      start + "Range: bytes=" + std::string(7000, ',') + "\r\nContent-Length: 0\r\n\r\n",
-      start + form + "Content-Length: 20\r\n\r\n--b\r\nContent-Dispos",
-      start + form + "Content-Length: 7012\r\n\r\n--b\r\n" + std::string(7007, 'x'),
-      start + std::string(100'000, 'h'),
-      "GET /" + std::string(200'000, 'a'),
+  const std::string line = "POST /api/users/refresh HTTP/1.1\r\n";
+  const std::string start = line + "Host: localhost\r\n";
+  const std::string chunked = start + "Transfer-Encoding: chunked\r\n\r\n";
+  const std::string form = start + "Content-Type: multipart/form-data; boundary=b\r\n";
+  const std::string end = "\r\n\r\n";
+  const std::pair<std::string, int> cases[] = {
+      {std::string("\x16\x03\x01\x02\x00", 5), 400},
+      {"GET" + end, 400},
+      {"GET / HTTP/9.9" + end, 400},
+      {"GET / HTTP/1.1" + end, 400},  // no Host
+      {"GET / HTTP/1.1 \r\nHost: localhost" + end, 400},
+      {"GET  / HTTP/1.1\r\nHost: localhost" + end, 400},
+      {"GET nowhere HTTP/1.1\r\nHost: localhost" + end, 400},
+      {start + "Host: localhost" + end, 400},
+      {start + "Content-Length: -5" + end, 400},
+      {start + "Content-Length: +5" + end, 400},
+      {start + "Content-Length: five" + end, 400},
+      {start + "Content-Length:" + end, 400},
+      {start + "Content-Length: 5, 5" + end, 400},
+      {start + "Content-Length: 99999999999999999999" + end, 400},
+      {start + "Content-Length: 5\r\nContent-Length: 6" + end, 400},
+      {start + "Content-Length : 5" + end, 400},
+      {start + "Transfer-Encoding : chunked" + end, 400},
+      {start + "Transfer-Encoding: gzip, chunked" + end, 400},
+      {start + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked" + end, 400},
+      {start + "Transfer-Encoding: identity" + end, 400},
+      {start + "Transfer-Encoding: chunked\r\nContent-Length: 5" + end, 400},
+      {start + "Content-Length: 5\r\nTransfer-Encoding: gzip" + end, 400},
+      {"POST / HTTP/1.0\r\nTransfer-Encoding: chunked" + end, 400},
+      {start + "X-Folded: a\r\n b" + end, 400},
+      {line + " Host: localhost" + end, 400},
+      {start + "X-Bare: a\rb" + end, 400},
+      {start + "X-Bare: a\nb: c" + end, 400},
+      {start + std::string("X-Nul: a\0b", 10) + end, 400},
+      {start + "No colon" + end, 400},
+      {start + ": no name" + end, 400},
+      {chunked + "ffffffffffffffff\r\n", 413},
+      {chunked + "fffffffffffffffff\r\n", 400},
+      {chunked + "zz\r\n", 400},
+      {chunked + "2\r\n{}xx\r\n", 400},
+      {start + "Content-Length: 17000000" + end, 413},
+      {start + "Content-Encoding: gzip\r\nContent-Length: 2" + end, 415},
+      {start + "X-Long: " + std::string(64 * 1024, 'h') + end, 431},
+      {start + "X-Endless: " + std::string(100'000, 'h'), 431},
+      {"GET /" + std::string(200'000, 'a'), 431},
   };
-  for (const auto& bytes : hostile) {
-    EXPECT_THAT(exchange(backend.port(), bytes), AnyOf("", StartsWith("HTTP/1.1 ")))
+  for (const auto& [bytes, status] : cases) {
+    const auto received = exchange(backend.port(), bytes, Ending::waits);
+    EXPECT_THAT(received, StartsWith("HTTP/1.1 " + std::to_string(status) + " "))
         << bytes.substr(0, 200);
+    EXPECT_THAT(received, HasSubstr("\r\nConnection: close\r\n"));
+  }
+  // A form that is none, and a body that the client cuts short.
+  for (const auto& bytes : {form + "Content-Length: 19" + end + "--b\r\nContent-Dispos",
+                            start + "Content-Length: 50" + end + "{}"}) {
+    EXPECT_THAT(exchange(backend.port(), bytes), StartsWith("HTTP/1.1 400 ")) << bytes;
   }
   EXPECT_EQ(backend.send("GET", "/sandbox/health").status, 200);
+}
+
+TEST(HttpTest, UnusualButWellFormedRequestsAreAnswered) {
+  const Backend backend;
+  const std::string host = " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n";
+  const std::pair<std::string, std::string> cases[] = {
+      {"\r\n\r\nGET /sandbox/health" + host + "\r\n", "200 OK"},
+      {"GET /s%61ndbox/health?x=%61" + host + "\r\n", "200 OK"},
+      {"GET HTTP://localhost:8080/sandbox/health" + host + "\r\n", "200 OK"},
+      {"GET /%zz%" + host + "\r\n", "404 Not Found"},
+      {"OPTIONS *" + host + "\r\n", "404 Not Found"},
+      {"GET /sandbox/health HTTP/1.0\r\nHost: localhost\r\nConnection: keep-alive\r\n\r\n",
+       "200 OK"},
+      {"POST /sandbox/faults" + host + "Content-Length: 2\r\nContent-Length: 2\r\n\r\n{}",
+       "200 OK"},
+      {"POST /sandbox/faults" + host +
+           "Transfer-Encoding: Chunked\r\n\r\n1;a=b\r\n{\r\n1\r\n}\r\n0\r\nX: y\r\n\r\n",
+       "200 OK"},
+      {"POST /sandbox/faults" + host + "Content-Length: 2\r\nExpect: 100-continue\r\n\r\n{}",
+       "100 Continue\r\n\r\nHTTP/1.1 200 OK"},
+  };
+  for (const auto& [bytes, answer] : cases) {
+    EXPECT_THAT(exchange(backend.port(), bytes, Ending::waits), StartsWith("HTTP/1.1 " + answer))
+        << bytes;
+  }
+  const auto head = exchange(backend.port(), "HEAD /sandbox/health" + host + "\r\n");
+  EXPECT_THAT(head, ContainsRegex("^HTTP/1.1 405 (.|\n)*Content-Length: [1-9](.|\n)*\r\n\r\n$"));
 }
 
 TEST(HttpTest, RequestsShareAConnection) {

@@ -1,9 +1,15 @@
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
+#include <iostream>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -55,6 +61,82 @@ TEST(LoadTest, FiveHundredCallsAtOnceAreAllAnswered) {
         [&, i] { answered += backend.join("member" + std::to_string(i)).code() == 1; });
   for (auto& caller : callers) caller.join();
   EXPECT_EQ(answered, 500);
+}
+
+/// Clients that never finish the header of their request, and come back when they are thrown out.
+class SlowClients {
+ public:
+  SlowClients(std::uint16_t port, std::size_t count) : port_(port), sockets_(count, -1) {
+    for (int& socket : sockets_) connect(socket);
+    thread_ = std::thread([this] {
+      while (!isStopped_) {
+        for (int& socket : sockets_) {
+          if (::send(socket, "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) != 1) connect(socket);
+        }
+        std::this_thread::sleep_for(100ms);
+      }
+    });
+  }
+  ~SlowClients() {
+    isStopped_ = true;
+    thread_.join();
+    for (const int socket : sockets_) ::close(socket);
+  }
+  [[nodiscard]] int connections() const { return connections_; }
+
+ private:
+  void connect(int& socket) {
+    if (socket >= 0) ::close(socket);
+    socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    constexpr std::string_view begin = "GET / HTTP/1.1\r\nX-Slow: ";
+    ::send(socket, begin.data(), begin.size(), MSG_NOSIGNAL);
+    ++connections_;
+  }
+
+  const std::uint16_t port_;
+  std::vector<int> sockets_;
+  std::atomic<int> connections_ = 0;
+  std::atomic<bool> isStopped_ = false;
+  std::thread thread_;
+};
+
+void allowOpenFiles(rlim_t count) {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = std::min(count, limit.rlim_max);
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+}
+
+TEST(LoadTest, ClientsThatTrickleAHeaderLockNoOneOut) {
+  allowOpenFiles(8192);
+  const Backend backend;
+  const auto token = backend.join("ann").text("accessToken");
+  for (const std::size_t count : {900U, 1200U}) {
+    SlowClients slow(backend.port(), count);
+    auto longest = 0ms;
+    for (int i = 0; i < 100; ++i) {
+      const auto begin = std::chrono::steady_clock::now();
+      EXPECT_EQ(callInARow(backend, token, 1), 0);
+      longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(
+                                      std::chrono::steady_clock::now() - begin));
+    }
+    std::cout << count << " slow clients (" << slow.connections()
+              << " connections): the longest of 100 calls took " << longest.count() << " ms\n";
+  }
+}
+
+TEST(LoadTest, HeaderThatIsNotFinishedInTimeEndsItsConnection) {
+  const Backend backend;
+  const SlowClients slow(backend.port(), 3);
+  const auto end = std::chrono::steady_clock::now() + 120s;
+  while (slow.connections() == 3 && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(100ms);
+  EXPECT_GT(slow.connections(), 3);
 }
 
 }  // namespace

@@ -75,16 +75,20 @@ std::int64_t productCountOf(Transaction& transaction, std::int64_t seller) {
   return transaction.first("SELECT count(*) FROM products WHERE seller = ?", seller)->integer(0);
 }
 
-std::int64_t productCountOf(Transaction& transaction, std::int64_t seller, std::string_view name) {
-  return transaction
-      .first("SELECT count(*) FROM products WHERE seller = ? AND name = ?", seller, name)
-      ->integer(0);
+std::map<std::string, std::int64_t> productNamesOf(Transaction& transaction, std::int64_t seller) {
+  std::map<std::string, std::int64_t> counts;
+  for (const auto& row : transaction.all(
+           "SELECT name, count(*) FROM products WHERE seller = ? GROUP BY name", seller)) {
+    counts.emplace(row.text(0), row.integer(1));
+  }
+  return counts;
 }
 
 std::int64_t addProduct(Transaction& transaction, const Product& product) {
   transaction.run(
       "INSERT INTO products (seller, order_index, name, price, promotion_price, description, url, "
-      "sku) VALUES (?1, (SELECT count(*) FROM products WHERE seller = ?1), ?2, ?3, ?4, ?5, ?6, ?7)",
+      "sku) VALUES (?1, (SELECT coalesce(max(order_index), -1) + 1 FROM products WHERE seller = ?1), "
+      "?2, ?3, ?4, ?5, ?6, ?7)",
       product.seller, product.name, product.price, product.promotionPrice, product.description,
       product.url, product.sku);
   return transaction.lastId();

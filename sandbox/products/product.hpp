@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "sandbox/api/parameters.hpp"
@@ -35,9 +35,9 @@ void assign(Product& product, const Arguments& arguments);
 [[nodiscard]] std::vector<Product> productsOf(Transaction& transaction, std::int64_t seller,
                                               std::int64_t skip, std::int64_t limit);
 [[nodiscard]] std::int64_t productCountOf(Transaction& transaction, std::int64_t seller);
-/// How many of the seller's products have that name.
-[[nodiscard]] std::int64_t productCountOf(Transaction& transaction, std::int64_t seller,
-                                          std::string_view name);
+/// The names of the seller's products, and how many products have each.
+[[nodiscard]] std::map<std::string, std::int64_t> productNamesOf(Transaction& transaction,
+                                                                 std::int64_t seller);
 /// Of all sellers, each one's in their order.
 [[nodiscard]] std::vector<Product> allProducts(Transaction& transaction);
 

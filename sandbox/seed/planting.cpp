@@ -94,18 +94,22 @@ void plantStream(Transaction& transaction, const Arguments& entry, const SeedHas
   }
 }
 
-/// How many products of a name the seed has had so far, by seller.
-using Met = std::map<std::pair<std::int64_t, std::string>, std::int64_t>;
+/// The names that a seller's products had before the seed, each as often as there were products;
+/// the seed's products take them up one by one.
+using NamesBefore = std::map<std::int64_t, std::map<std::string, std::int64_t>>;
 
-/// A seller may have several products of one name: as many as the seed has stand there in the end.
-void plantProduct(Transaction& transaction, const Arguments& entry, Met& met) {
+/// A seller may have several products of one name: in the end there are as many as the seed has.
+void plantProduct(Transaction& transaction, const Arguments& entry, NamesBefore& before) {
   Product product;
   product.seller = memberNamed(transaction, entry, "seller");
   assign(product, entry);
-  const auto count = ++met[{product.seller, product.name}];
-  if (productCountOf(transaction, product.seller, product.name) < count) {
-    plantPicture(transaction, productEntries(), addProduct(transaction, product), entry);
+  auto names = before.find(product.seller);
+  if (names == before.end()) {
+    names = before.emplace(product.seller, productNamesOf(transaction, product.seller)).first;
   }
+  const auto existing = names->second.find(product.name);
+  if (existing != names->second.end() && existing->second-- > 0) return;
+  plantPicture(transaction, productEntries(), addProduct(transaction, product), entry);
 }
 
 /// Plants each entry and, when one cannot be, adds to the problem where it stands.
@@ -133,9 +137,9 @@ Status<std::string> plant(const Seed& seed, Database& database, Time now) {
       each(streamEntries().list, seed.streams, [&](const Arguments& entry) {
         plantStream(transaction, entry, hashes, seed.settings, now);
       });
-      Met met;
+      NamesBefore before;
       each(productEntries().list, seed.products,
-           [&](const Arguments& entry) { plantProduct(transaction, entry, met); });
+           [&](const Arguments& entry) { plantProduct(transaction, entry, before); });
     });
   } catch (const Unusable& unusable) {
     return Failure{unusable.problem.message};

@@ -1,12 +1,12 @@
 #include "sandbox/seed/seed.hpp"
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
 #include "sandbox/gifts/wallet.hpp"
@@ -94,10 +94,11 @@ Complaint readGifts(const json::Value& value, std::vector<Gift>& gifts) {
   std::vector<Arguments> entries;
   if (auto complaint = readEntries(value, "gifts", parameters, entries)) return complaint;
   gifts.clear();
+  std::unordered_set<std::int64_t> ids;
   for (const auto& entry : entries) {
     const std::string where = "gifts[" + std::to_string(gifts.size()) + "]: ";
     Gift gift = giftFrom(entry);
-    if (std::ranges::find(gifts, gift.id, &Gift::id) != gifts.end()) {
+    if (!ids.insert(gift.id).second) {
       return where + parameterProblem("giftId", "is another gift's too").message;
     }
     // Pictures and Lottie files can be drawn here, SVGA cannot.

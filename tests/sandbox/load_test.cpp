@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/sandbox/backend.hpp"
+#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -61,6 +62,44 @@ TEST(LoadTest, FiveHundredCallsAtOnceAreAllAnswered) {
         [&, i] { answered += backend.join("member" + std::to_string(i)).code() == 1; });
   for (auto& caller : callers) caller.join();
   EXPECT_EQ(answered, 500);
+}
+
+TEST(LoadTest, LargeSeedIsLoadedAndPagedThrough) {
+  const test::TemporaryFolder folder;
+  constexpr int products = 20'000;
+  constexpr int gifts = 200'000;
+  {
+    std::ofstream seed(folder / "seed.json");
+    seed << R"({"members":[{"zaveloId":"ann"}],"products":[)";
+    for (int i = 0; i < products; ++i) {
+      seed << (i > 0 ? "," : "") << R"({"seller":"ann","name":"p)" << i % 10'000
+           << R"(","price":2,"promotionPrice":1,"url":""})";
+    }
+    seed << R"(],"gifts":[)";
+    for (int i = 1; i <= gifts; ++i) {
+      seed << (i > 1 ? "," : "") << R"({"giftId":)" << i << R"(,"giftName":"g","costGold":1})";
+    }
+    seed << "]}";
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  const auto seconds = [&] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  };
+  const Backend backend({.seed = folder / "seed.json"});
+  std::cout << "loaded after " << seconds() << " s\n";
+  const auto token = backend.join("ann").text("accessToken");
+  std::int64_t next = 0;
+  int read = 0;
+  for (bool isEnd = false; !isEnd && read <= products;) {
+    const auto page =
+        backend.post("/api/users/products", {{"nextId", next}, {"limit", 100}}, token);
+    ASSERT_THAT(page, HasCode(1));
+    next = page.integer("nextId");
+    read += static_cast<int>(page.data("result").as<json::Array>()->size());
+    isEnd = page.data("isEnd") == json::Value(true);
+  }
+  EXPECT_EQ(read, products);
+  std::cout << "read in pages after " << seconds() << " s\n";
 }
 
 /// Clients that never finish the header of their request, and come back when they are thrown out.

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "tests/support/loopback_server.hpp"
 #include "tests/tools/command_fixture.hpp"
@@ -38,6 +39,24 @@ TEST(SandboxCommand, KeepsWhatItAcknowledgedWhenItIsKilled) {
     sandbox->signal(SIGKILL);
     EXPECT_EQ(sandbox->wait().status, 128 + SIGKILL);
   }
+}
+
+TEST(SandboxCommand, InterruptedWhileItLoadsALargeSeedEndsAtOnce) {
+  const TemporaryFolder folder;
+  {
+    std::ofstream seed(folder / "seed.json");
+    seed << R"({"gifts":[)";
+    for (int i = 1; i <= 100'000; ++i) {
+      seed << (i > 1 ? "," : "") << R"({"giftId":)" << i << R"(,"giftName":"g","costGold":1})";
+    }
+    seed << "]}";
+  }
+  const auto sandbox = startCommand({"sandbox", "--port", "0", "--ephemeral", "--no-broker",
+                                     "--seed", (folder / "seed.json").string()});
+  sandbox->signal(SIGINT);
+  const auto ended = sandbox->wait();
+  EXPECT_EQ(ended.status, 128 + SIGINT);
+  EXPECT_EQ(ended.output, "");
 }
 
 TEST(SandboxCommand, ServesItsPortAloneUntilItIsTerminated) {

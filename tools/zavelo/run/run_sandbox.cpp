@@ -42,8 +42,6 @@ ExitStatus announce(const sandbox::Sandbox& sandbox, const std::filesystem::path
 }  // namespace
 
 int runSandbox(const SandboxRequest& request, const Output& output) {
-  const auto stopped = std::make_shared<MainQueue>();
-  const OnSignal stopping([stopped] { stopped->stop(); });
   const auto state = stateOf(request);
   if (!state.empty() && state.has_parent_path()) {
     std::error_code error;
@@ -58,6 +56,9 @@ int runSandbox(const SandboxRequest& request, const Output& output) {
                                                 .faults = request.faults.value_or(""),
                                                 .brokerPort = brokerPortOf(request)});
   if (!sandbox) return output.error("sandbox", sandbox.error());
+  // Not before: while a large seed is loaded, the signal ends the process at once.
+  const auto stopped = std::make_shared<MainQueue>();
+  const OnSignal stopping([stopped] { stopped->stop(); });
   const auto status = announce(**sandbox, state, output);
   if (status == succeeded) stopped->run();
   (*sandbox)->stop();

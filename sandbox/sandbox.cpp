@@ -86,7 +86,7 @@ struct Sandbox::Parts {
   CallLog log{feed};
   StateWatch watch{*database, feed, [this] { return sessions.now(); }};
   ChatLog chat{{feed, [this] { return sessions.now(); },
-                [this](const std::string& userId) { return nameOf(*database, userId); },
+                [this](const std::string& userId) { return namesOf(*database, userId); },
                 [this] { watch.touch(); }}};
   Channels channels{*database, sessions, url};
   GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};

@@ -5,6 +5,7 @@
 #include "sandbox/channels/host_message.hpp"
 #include "sandbox/users/tokens.hpp"
 #include "zavelo/messaging/message.hpp"
+#include "zavelo/messaging/poll_message.hpp"
 
 namespace zavelo::sandbox {
 
@@ -42,6 +43,8 @@ std::optional<std::string> Channels::url() const {
 std::int64_t Channels::tell(const Stream& stream, const ZVStreamMessage& event) {
   const auto text = ZVMessage(event).toJsonString();
   if (!tap_ || !text || !event.senderUserId) return 0;
+  // The broker hands it back.
+  if (dynamic_cast<const ZVPollMessage*>(&event) != nullptr) votes_.noteSent(*text);
   return tap_->tell(stream.slug, std::to_string(*event.senderUserId), *text);
 }
 

@@ -9,7 +9,8 @@ namespace {
 std::optional<Poll> pollWhere(Transaction& transaction, std::string_view condition,
                               std::int64_t id) {
   const auto row = transaction.first(
-      std::string("SELECT id, title, question, status, option1, option2, option3 FROM polls WHERE ")
+      std::string("SELECT id, title, question, status, option1, option2, option3, host_id "
+                  "FROM polls WHERE ")
           .append(condition),
       id);
   if (!row) return {};
@@ -18,7 +19,8 @@ std::optional<Poll> pollWhere(Transaction& transaction, std::string_view conditi
             .question = row->text(2),
             .options = {row->text(4), row->text(5)},
             .status = static_cast<PollStatus>(row->integer(3)),
-            .votes = {}};
+            .votes = {},
+            .hostId = row->integerOrNone(7)};
   if (auto third = row->textOrNone(6)) poll.options.push_back(*std::move(third));
   poll.votes.resize(poll.options.size());
   for (const auto& votes : transaction.all(
@@ -37,10 +39,10 @@ std::optional<Poll> runningPoll(Transaction& transaction, std::int64_t stream) {
 Poll startPoll(Transaction& transaction, std::int64_t stream, const Poll& poll) {
   const auto& options = poll.options;
   transaction.run(
-      "INSERT INTO polls (stream, title, question, option1, option2, option3) "
-      "VALUES (?, ?, ?, ?, ?, ?)",
+      "INSERT INTO polls (stream, title, question, option1, option2, option3, host_id) "
+      "VALUES (?, ?, ?, ?, ?, ?, ?)",
       stream, poll.title, poll.question, options.at(0), options.at(1),
-      options.size() > 2 ? std::optional(options[2]) : std::nullopt);
+      options.size() > 2 ? std::optional(options[2]) : std::nullopt, poll.hostId);
   return *pollWhere(transaction, "id = ?", transaction.lastId());
 }
 
@@ -64,7 +66,7 @@ void addVotes(Transaction& transaction, const Poll& poll, std::int64_t choice, s
 
 std::shared_ptr<ZVPoll> recordOf(const Poll& poll) {
   auto record = std::make_shared<ZVPoll>();
-  record->id = poll.id;
+  record->id = poll.hostId.value_or(poll.id);
   record->title = poll.title;
   record->question = poll.question;
   record->status = static_cast<std::int64_t>(poll.status);

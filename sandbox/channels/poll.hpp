@@ -22,7 +22,8 @@ struct Poll {
   std::string question;
   std::vector<std::string> options;  ///< two or three
   PollStatus status = PollStatus::running;
-  std::vector<std::int64_t> votes;  ///< for each option
+  std::vector<std::int64_t> votes;       ///< for each option
+  std::optional<std::int64_t> hostId{};  ///< the id that the host's app gave it
 };
 
 [[nodiscard]] std::optional<Poll> runningPoll(Transaction& transaction, std::int64_t stream);

@@ -16,15 +16,15 @@ constexpr std::size_t idKept = 256;
 }  // namespace
 
 void ChatLog::heard(const ChannelMember& sender, const std::string& text) {
-  add(sender, "text", text, {});
+  add(sender, "text", text);
 }
 
 void ChatLog::came(const ChannelMember& member) {
-  add(member, "came", {}, room_.nameOf(member.userId));
+  add(member, "came", {});
 }
 
 void ChatLog::went(const ChannelMember& member) {
-  add(member, "went", {}, room_.nameOf(member.userId));
+  add(member, "went", {});
 }
 
 void ChatLog::given(const GivenGift& /*gift*/) {
@@ -40,12 +40,14 @@ std::string ChatLog::entries(std::string_view channelId) const {
   return list.append("]");
 }
 
-void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text,
-                  std::string_view name) {
+void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text) {
+  // A text has its sender's names, too, but as the sender tells them.
+  auto names = room_.namesOf(member.userId);
   json::Object object{{"at", stored(room_.now())},
                       {"channel", repaired(member.channelId.substr(0, idKept))},
                       {"user", repaired(member.userId.substr(0, idKept))},
-                      {"name", name},
+                      {"name", std::move(names.displayName)},
+                      {"userName", std::move(names.userName)},
                       {"kind", kind},
                       {"text", repaired(text.substr(0, textKept))},
                       {"isCut", text.size() > textKept}};

@@ -15,6 +15,11 @@
 
 namespace zavelo::sandbox {
 
+struct UserNames {
+  std::string userName;
+  std::string displayName;
+};
+
 /// The latest that was said in the channels, and who came and went. Tells the feed: `chat`.
 class ChatLog final : public ChannelListener {
  public:
@@ -22,8 +27,8 @@ class ChatLog final : public ChannelListener {
   struct Room {
     EventFeed& feed;
     std::function<Time()> now;
-    /// The name of a user of the channel; empty: nobody knows.
-    std::function<std::string(const std::string& userId)> nameOf;
+    /// The names of a user of the channel; empty: it is no member.
+    std::function<UserNames(const std::string& userId)> namesOf;
     /// Called when what was said or given may have changed the state.
     std::function<void()> changed;
   };
@@ -43,9 +48,7 @@ class ChatLog final : public ChannelListener {
     std::string channelId;
     std::string json;
   };
-  /// A text brings its sender's name along; who came or went has the name that is given here.
-  void add(const ChannelMember& member, std::string_view kind, std::string_view text,
-           std::string_view name);
+  void add(const ChannelMember& member, std::string_view kind, std::string_view text);
 
   const Room room_;
   mutable std::mutex mutex_;

@@ -31,8 +31,8 @@ struct DashboardRoom {
 [[nodiscard]] std::vector<Endpoint> peopleEndpoints(DashboardRoom& room);
 [[nodiscard]] std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room);
 
-/// The display name of the member with that id, in digits; empty when there is none.
-[[nodiscard]] std::string nameOf(Database& database, const std::string& userId);
+/// The names of the member with that id, in digits; empty when there is none.
+[[nodiscard]] UserNames namesOf(Database& database, const std::string& userId);
 /// Whose access token that is, whether it still holds or not: a userName, or "guest 3". Empty when
 /// it is nobody's.
 [[nodiscard]] std::string callerOf(Database& database, const Request& request);

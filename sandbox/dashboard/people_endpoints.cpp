@@ -81,11 +81,11 @@ std::vector<Endpoint> peopleEndpoints(DashboardRoom& room) {
   return {get("/sandbox/users", at(listUsers)), get("/sandbox/users/*", at(listUsers))};
 }
 
-std::string nameOf(Database& database, const std::string& userId) {
+UserNames namesOf(Database& database, const std::string& userId) {
   const auto row = database.transact([&](Transaction& transaction) {
-    return transaction.first("SELECT display_name FROM members WHERE id = ?", userId);
+    return transaction.first("SELECT user_name, display_name FROM members WHERE id = ?", userId);
   });
-  return row ? row->text(0) : std::string();
+  return row ? UserNames{row->text(0), row->text(1)} : UserNames{};
 }
 
 std::string callerOf(Database& database, const Request& request) {

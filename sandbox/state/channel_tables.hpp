@@ -30,4 +30,8 @@ CREATE TABLE poll_votes (
 ) STRICT;
 )sql";
 
+inline constexpr const char* hostPollColumns = R"sql(
+ALTER TABLE polls ADD COLUMN host_id INTEGER;  -- the id that the host's app gave it; null: none
+)sql";
+
 }  // namespace zavelo::sandbox

@@ -14,7 +14,8 @@ inline constexpr int applicationId = 0x5A765362;
 
 /// Builds the tables. Each step takes a file of one version to the next; a published step never
 /// changes, because files were made with it.
-inline constexpr std::array schemaSteps{userTables, streamTables, giftTables, channelTables};
+inline constexpr std::array schemaSteps{userTables, streamTables, giftTables, channelTables,
+                                        hostPollColumns};
 inline constexpr int schemaVersion = schemaSteps.size();
 
 }  // namespace zavelo::sandbox

@@ -178,6 +178,7 @@ test('chat flows, a poll’s bars move, and gifts are ranked', async (t) => {
   const line = page.locator('#chat li', {hasText: 'Bob Hello'});
   await line.getByText('JSON').click();
   await line.getByText('"senderUserName": "bob"').waitFor();
+  assert.equal(await line.getByText('claims to be').count(), 0);
   await page.locator('#chat li', {hasText: 'Bob went'}).waitFor();
 
   await page.getByLabel('Question').fill('Which?');

@@ -1,4 +1,5 @@
 #include <future>
+#include <thread>
 
 #include "tests/sandbox/broadcast.hpp"
 #include "tests/sandbox/channel_client.hpp"
@@ -162,6 +163,50 @@ TEST_F(LivelyChannelTest, ChatLinesVoteTheLastOfEachVoterCounts) {
     EXPECT_LE(*poll->total, 2);
     if (poll->numOption2 == 2) break;
   }
+}
+
+TEST_F(LivelyChannelTest, PollEventsOfTheHostsAppStartReplaceAndStopTheStreamsPoll) {
+  const auto send = [&](const std::string& user, ZVMessageType kind, const std::string& question) {
+    ZVPollMessage message;
+    message.messageType = rawValue(kind);
+    message.pollData = std::make_shared<ZVPoll>();
+    message.pollData->id = 77;
+    message.pollData->question = question;
+    message.pollData->option1 = "Yes";
+    message.pollData->option2 = "No";
+    client.say(user, *ZVMessage(message).toJsonString());
+  };
+  const auto shown = [&] { return backend.send("GET", "/sandbox/streams/" + slug).data("poll"); };
+  const auto waitFor = [&](const std::string& question, bool isRunning, std::int64_t yes) {
+    const json::Value expected =
+        json::Object{{"question", question},
+                     {"isRunning", isRunning},
+                     {"options", json::Array{json::Object{{"text", "Yes"}, {"votes", yes}},
+                                             json::Object{{"text", "No"}, {"votes", 0}}}}};
+    while (shown() != expected) std::this_thread::sleep_for(5ms);
+  };
+  send("7", ZVMessageType::startPoll, "Not the host?");
+  send(hostId, ZVMessageType::startPoll, "");
+  send(hostId, ZVMessageType::startPoll, "Tea?");
+  vote("7", "yes");
+  waitFor("Tea?", true, 1);
+  send(hostId, ZVMessageType::startPoll, "Tea?");  // how it is going
+  vote("8", "1");
+  waitFor("Tea?", true, 2);
+  for (auto poll = next<ZVPollMessage>().first->pollData; poll->total != 2;
+       poll = next<ZVPollMessage>().first->pollData) {
+    EXPECT_EQ(poll->id, 77);
+  }
+  EXPECT_THAT(
+      act({{"action", "start-poll"}, {"question", "Soup?"}, {"option1", "a"}, {"option2", "b"}}),
+      HasCode(750));
+  send(hostId, ZVMessageType::startPoll, "Coffee?");
+  waitFor("Coffee?", true, 0);
+  send("7", ZVMessageType::stopPoll, "Coffee?");
+  vote("7", "1");
+  waitFor("Coffee?", true, 1);
+  send(hostId, ZVMessageType::stopPoll, "Coffee?");
+  waitFor("Coffee?", false, 1);
 }
 
 }  // namespace

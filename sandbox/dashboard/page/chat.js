@@ -76,12 +76,22 @@ function lineOf(entry) {
   }
   const outer = parsed(entry.text);
   const inner = parsed(outer.message);
-  const name = inner.senderDisplayName || inner.senderUserName || `user ${entry.user}`;
+  const claimed = claimedSender(entry, inner);
+  const own = claimed ? entry.name : inner.senderDisplayName || inner.senderUserName;
+  const name = own || `user ${entry.user}`;
   const kind = kinds[outer.type] ?? (outer.type === undefined ? 'no message of an app' : `type ${outer.type}`);
   return element('li', {},
     element('p', {}, element('time', {}, clockTime(entry.at)), ' ', element('b', {}, String(name)), ' ',
-      kind && chip('quiet', kind), kind && ' ', String(inner.message ?? (outer.type === undefined ? entry.text : ''))),
+      claimed && chip('bad', `claims to be ${claimed}`), claimed && ' ', kind && chip('quiet', kind), kind && ' ', String(inner.message ?? (outer.type === undefined ? entry.text : ''))),
     jsonOf(entry, outer));
+}
+
+/** Whose message it says that it is, where that is not the user for whom the broker vouches; else ''. */
+function claimedSender(entry, {senderUserId, senderUserName}) {
+  const isOtherId = senderUserId != null && String(senderUserId) !== entry.user;
+  const isOtherName = senderUserName && entry.userName && senderUserName !== entry.userName;
+  if (!isOtherId && !isOtherName) return '';
+  return String(senderUserName || `user ${senderUserId}`);
 }
 
 /** Built when it is opened: there are many lines. */

@@ -87,7 +87,8 @@ std::map<std::string, std::int64_t> productNamesOf(Transaction& transaction, std
 std::int64_t addProduct(Transaction& transaction, const Product& product) {
   transaction.run(
       "INSERT INTO products (seller, order_index, name, price, promotion_price, description, url, "
-      "sku) VALUES (?1, (SELECT coalesce(max(order_index), -1) + 1 FROM products WHERE seller = ?1), "
+      "sku) VALUES (?1, (SELECT coalesce(max(order_index), -1) + 1 FROM products WHERE seller = "
+      "?1), "
       "?2, ?3, ?4, ?5, ?6, ?7)",
       product.seller, product.name, product.price, product.promotionPrice, product.description,
       product.url, product.sku);

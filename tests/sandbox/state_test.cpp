@@ -4,8 +4,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
 #include "sandbox/seed/export.hpp"
+#include "sandbox/state/database.hpp"
 #include "sandbox/state/schema.hpp"
 #include "tests/sandbox/backend.hpp"
 #include "tests/support/temporary_folder.hpp"
@@ -53,6 +55,46 @@ TEST_F(StateTest, SessionsAndPicturesSurviveARestart) {
   ASSERT_THAT(page, HasCode(1));
   EXPECT_EQ(page.data("result").as<json::Array>()->size(), 1U);
   EXPECT_EQ(backend.send("GET", picture).body, jpegFile(9, 9));
+}
+
+TEST_F(StateTest, FailingStepThrowsAndLeavesNothingOfItsTransaction) {
+  auto opened = Database::open({});
+  const auto database = std::move(*opened);
+  const auto add = [](Transaction& transaction, std::string_view device) {
+    transaction.run("INSERT INTO guests (device, created) VALUES (?, 0)", device);
+  };
+  const auto addThenFail = [&](const std::string& failing) {
+    try {
+      database->transact([&](Transaction& transaction) {
+        add(transaction, "b");
+        transaction.run(failing);
+        add(transaction, "c");
+      });
+    } catch (const DatabaseError& error) {
+      return std::string(error.what());
+    }
+    return std::string("no error");
+  };
+  database->transact([&](Transaction& transaction) { add(transaction, "a"); });
+  EXPECT_THAT(addThenFail("INSERT INTO guests (device, created) VALUES ('a', 0)"),
+              HasSubstr("UNIQUE constraint failed: guests.device"));
+  EXPECT_THAT(addThenFail("INSERT INTO guests (device, created) VALUES ('d', 0), ('a', 0)"),
+              HasSubstr("UNIQUE"));
+  EXPECT_THAT(addThenFail("INSERT INTO sessions (member, device) VALUES (99, '')"),
+              HasSubstr("FOREIGN KEY"));
+  EXPECT_THAT(addThenFail("INSERT INTO guests (device, created) VALUES (NULL, 0)"),
+              HasSubstr("NOT NULL"));
+  EXPECT_THAT(addThenFail("INSERT INTO no_table VALUES (1)"), HasSubstr("no such table"));
+  EXPECT_THROW(database->transact([&](Transaction& transaction) {
+    add(transaction, "b");
+    throw std::runtime_error("of the caller's own");
+  }),
+               std::runtime_error);
+  const auto guests = database->transact([&](Transaction& transaction) {
+    add(transaction, "b");
+    return transaction.first("SELECT group_concat(device) FROM guests")->text(0);
+  });
+  EXPECT_EQ(guests, "a,b");
 }
 
 TEST_F(StateTest, FileIsTheOwnersAlone) {

@@ -21,8 +21,11 @@ struct NoLog final : LogSink {
 }  // namespace
 
 void run(std::string_view input) {
-  [[maybe_unused]] static const bool quiet =
-      ZVPlatform::install({.logSink = std::make_shared<NoLog>()});
+  [[maybe_unused]] static const bool quiet = [] {
+    ZVPlatform platform;
+    platform.logSink = std::make_shared<NoLog>();
+    return ZVPlatform::install(std::move(platform));
+  }();
   const auto events = ZVRecordedMessageDecoder(std::string(input)).decode();
   const auto whole = json::decode<std::vector<std::shared_ptr<ZVPollMessage>>>(input);
   require(events.size() == (whole ? whole->size() : 0), "no event is lost");

@@ -98,6 +98,14 @@ class App {
         [answer](const ZVError&) { answer(false); });
   }
 
+  /// Whether so many are in the list of members, and no ghosts.
+  [[nodiscard]] bool seesMembers(std::size_t count) const {
+    auto members = std::make_shared<std::atomic<std::size_t>>(0);
+    service_->getMembersOfChannel("c", [members](const auto& ids) { *members = ids.size(); });
+    std::this_thread::sleep_for(100ms);  // no callback where they cannot be had
+    return *members == count;
+  }
+
   [[nodiscard]] std::size_t unanswered() const {
     const std::lock_guard lock(mutex_);
     return unanswered_.size();
@@ -243,6 +251,9 @@ class ChaosTest : public ::testing::TestWithParam<bool> {
     EXPECT_TRUE(waitFor([&] {
       return std::ranges::all_of(apps, [](const auto& app) { return app->unanswered() == 0; });
     })) << "sends without a completion";
+    for (std::size_t i = 0; i < apps.size(); ++i)
+      EXPECT_TRUE(waitFor([&] { return apps[i]->seesMembers(appCount); }))
+          << "members of app " << i;
   }
 
   static void check(const Apps& apps) {
@@ -289,6 +300,26 @@ TEST_P(ChaosTest, FaultsLoseDoubleAndReorderNothingThatIsPromised) {
 
 INSTANTIATE_TEST_SUITE_P(Over, ChaosTest, ::testing::Values(false, true),
                          [](const auto& tested) { return tested.param ? "Tls" : "Tcp"; });
+
+// What a broker of several nodes may do to presence, without such a broker.
+TEST(ChannelMembers, AreRightAgainAfterLateAndLostPresence) {
+  ZaveloSDK::shared().initWith(ZVEnvironment::custom({}), /*enableLog=*/false);
+  for (const auto fault : {Fault::lateRetained, Fault::dropPresence}) {
+    SCOPED_TRACE(static_cast<int>(fault));
+    const auto broker = startBroker();
+    FaultProxy proxy(broker->port(), 1);
+    App ann(0, {.address = addressOf(*broker)}), carol(2, {.address = addressOf(*broker)});
+    App bob(1, {.address = "mqtt://127.0.0.1:" + std::to_string(proxy.port())});
+    ASSERT_TRUE(ann.enter());
+    if (fault == Fault::lateRetained) proxy.set(fault);
+    ASSERT_TRUE(bob.enter());
+    if (fault == Fault::dropPresence) proxy.set(fault);
+    ASSERT_TRUE(carol.enter());
+    for (const App* each : {&ann, &bob, &carol})
+      EXPECT_TRUE(waitFor([&] { return each->seesMembers(3); }));
+    EXPECT_GT(proxy.effects(), 0);
+  }
+}
 
 }  // namespace
 }  // namespace zavelo::testing

@@ -324,6 +324,35 @@ TEST_F(ApiService, DestroyingItAnswersEveryCallOnce) {
   EXPECT_EQ(session->ended, 0);
 }
 
+TEST_F(ApiService, ADeadlineCoversTheRenewalAndTheRepetition) {
+  const auto callWithin = [&](int milliseconds) {
+    signIn();
+    ZVCallOptions options;
+    options.deadline = std::chrono::milliseconds(milliseconds);
+    api->request<std::int64_t>("u", ZVHTTPMethod::post, {}, ZVParameterEncoding::json, 0, {}, false,
+                               Level::none, options,
+                               [this](auto result) { results.push_back(result); });
+    http->reply(401, "");
+    queue->runDue();
+  };
+  callWithin(1000);
+  clock->advance(std::chrono::milliseconds(300));
+  http->reply(200, renewed);
+  queue->runDue();
+  EXPECT_EQ(http->requests().back().deadline, std::chrono::milliseconds(700));
+  http->reply(200, R"({"code":1,"data":7})");
+  EXPECT_EQ(answer(), "7");
+
+  results.clear();
+  callWithin(100);
+  queue->advance(std::chrono::milliseconds(100));
+  EXPECT_EQ(answer(),
+            "unknown: no answer within the deadline of 100 ms: the session had to be renewed");
+  http->reply(200, renewed);
+  queue->runDue();
+  EXPECT_EQ(session->refresh, "refresh-2") << "the tokens are kept";
+}
+
 TEST_F(ApiService, MayBeCalledAgainAndDestroyedFromInsideACompletion) {
   http->reply(200, R"({"code":1,"data":1})");
   http->reply(200, R"({"code":1,"data":2})");

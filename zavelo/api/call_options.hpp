@@ -16,9 +16,9 @@ namespace zavelo {
 ///     options.deadline = std::chrono::seconds(10);
 ///     options.onProgress = [](const HttpUpload& upload) { bar->set(upload.sent, upload.total); };
 struct ZVCallOptions {
-  /// From the sending to the reply, the wait for a connection included; then the call ends with an
-  /// error that says so. Absent: as long as bytes move. A renewal of the session is not cut short,
-  /// and a call that is sent again after one has the whole deadline again.
+  /// From the call to its answer, the wait for a connection and a renewal of the session included;
+  /// then the call ends with an error that says so. The renewal itself goes on. Absent: as long as
+  /// bytes move.
   std::optional<std::chrono::milliseconds> deadline = {};
   /// Called as the request's body leaves, on the main queue and before the completion: a few times
   /// a second, and once with sent == total when everything was sent. A call that is sent again

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "zavelo/api/api.hpp"
@@ -15,6 +16,11 @@ constexpr int renewalLimit = 2;  // for one call
 
 ZVAPIError sessionLost(std::string detail) {
   return {ZVAPIErrorType::invalidRefreshToken, errorText::unauthorized, std::move(detail)};
+}
+
+std::string deadlineText(std::chrono::milliseconds deadline) {
+  return "no answer within the deadline of " + std::to_string(deadline.count()) +
+         " ms: the session had to be renewed";
 }
 
 using OnReply = UniqueFunction<void(const std::optional<HttpReply>&)>;
@@ -61,6 +67,8 @@ Exchange::Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
     : context_(std::move(context)),
       request_(std::move(request)),
       session_(std::move(session)),
+      start_(context_->clock->sinceBoot()),
+      deadline_(request_.options.deadline),
       log_(context_->clock, request_.logLevel),
       sink_(std::move(sink)),
       isRenewing_(request_.isRenewal) {}
@@ -172,6 +180,11 @@ void Exchange::renew(std::shared_ptr<ZVSessionSource> source, ZVSession session)
   const ApiRequest request = renewalRequest(*session.refreshToken);
   log_.renewal(request.url, ApiContext::commonHeaders(session), *request.parameters);
   isRenewing_ = true;
+  if (const auto left = timeLeft())
+    if (const auto queue = context_->mainQueue.lock())
+      queue->postAfter(std::max(*left, std::chrono::milliseconds(0)), [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->failAtDeadline();
+      });
   TokenRenewal::start(context_, std::move(source), std::move(session), shared_from_this());
   if (isOrphaned() || isCancelled_) interrupt();  // the interruption may have met no task
 }
@@ -203,10 +216,25 @@ void Exchange::onRenewed(const TokenRenewal::Result& result) {
   fail(sessionLost(""));
 }
 
+std::optional<std::chrono::milliseconds> Exchange::timeLeft() const {
+  if (!deadline_) return std::nullopt;
+  const auto passed = context_->clock->sinceBoot() - start_;
+  return *deadline_ - std::chrono::duration_cast<std::chrono::milliseconds>(passed);
+}
+
+/// The renewal itself has no deadline: its tokens are wanted.
+void Exchange::failAtDeadline() {
+  if (!isRenewing_ || !isOpen()) return;
+  printLogAndFail(ZVAPIErrorType::unknown, deadlineText(*deadline_));
+}
+
 void Exchange::sendAgain() {
   ZVSession now = context_->session();
   if (now.id != session_.id) return fail({ZVAPIErrorType::unauthorized, errorText::unauthorized});
   session_ = std::move(now);
+  request_.options.deadline = timeLeft();
+  if (deadline_ && request_.options.deadline <= std::chrono::milliseconds(0))
+    return fail({ZVAPIErrorType::unknown, deadlineText(*deadline_)});
   if (!isResilient()) {
     request_.encoding = ZVParameterEncoding::json;
     request_.multipartData.clear();

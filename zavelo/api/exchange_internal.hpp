@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -52,11 +53,14 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
   void onReply(const std::optional<HttpReply>& reply);
   void onUnauthorized();
   void renew(std::shared_ptr<ZVSessionSource> source, ZVSession session);
+  void failAtDeadline();
   void sendAgain();
   void readEnvelope(const HttpReply& reply);
   void onUndecodable(const HttpReply& reply, const json::Error& fault);
   void endSession(std::string_view notification);
 
+  /// Until the call's deadline; absent when it has none.
+  [[nodiscard]] std::optional<std::chrono::milliseconds> timeLeft() const;
   void interrupt();
   void answerInterrupted();
   [[nodiscard]] bool isOrphaned() const;  ///< the API service was destroyed
@@ -68,6 +72,8 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
   const std::shared_ptr<ApiContext> context_;
   ApiRequest request_;
   ZVSession session_;  ///< that the call was made in, with the tokens of its last sending
+  const std::chrono::nanoseconds start_;  ///< of the clock that counts from the boot
+  const std::optional<std::chrono::milliseconds> deadline_;
   ExchangeLog log_;
   std::unique_ptr<EnvelopeSink> sink_;  ///< null once answered
   std::optional<int> status_;

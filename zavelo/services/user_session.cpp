@@ -154,8 +154,10 @@ bool UserSession::end(std::optional<ZVSessionId> id) {
 
 std::optional<StoreError> UserSession::storeProblem() {
   const std::lock_guard order(writing_);
-  if (unwritten_) problem_ = writeUnwritten();
-  return problem_ ? problem_ : store_->pendingProblem();
+  if (unwritten_) retain(writeUnwritten());
+  (void)store_->flush();
+  if (auto pending = store_->pendingProblem()) return pending;
+  return problem_;
 }
 
 template <class Change>
@@ -165,7 +167,7 @@ bool UserSession::change(const Change& change) {
   {
     const std::lock_guard order(writing_);
     isDone = change();
-    if (unwritten_) failure = problem_ = writeUnwritten();
+    retain(failure = writeUnwritten());
   }
   if (failure) onStoreError_(*failure);
   return isDone;
@@ -182,12 +184,18 @@ void UserSession::write(const ZVUser& user) {
   if (auto data = encoded(user)) unwritten_ = std::move(data);
 }
 
+/// A problem that the store itself goes on with is the store's to report.
+void UserSession::retain(const std::optional<StoreError>& failure) {
+  problem_ = unwritten_ ? failure : std::nullopt;
+}
+
 std::optional<StoreError> UserSession::writeUnwritten() {
   if (!unwritten_) return std::nullopt;
   auto written =
       *unwritten_ ? store_->set(userKey, StoreScalar(**unwritten_)) : store_->remove(userKey);
+  // A store that tries again by itself also knows whether another process has written since.
+  if (written || store_->pendingProblem()) unwritten_.reset();
   if (!written) return std::move(written).error();
-  unwritten_.reset();
   return std::nullopt;
 }
 

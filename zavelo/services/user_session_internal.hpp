@@ -58,6 +58,7 @@ class UserSession final : public ZVSessionSource {
   void makeCurrent(std::shared_ptr<ZVUser> user, ZVSessionId id);
   void write(const ZVUser& user);
   std::optional<StoreError> writeUnwritten();
+  void retain(const std::optional<StoreError>& failure);
 
   const std::shared_ptr<KeyValueStore> store_;
   const OnStoreError onStoreError_;

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "tests/tools/command_fixture.hpp"
+#include "tests/tools/pseudo_terminal.hpp"
 
 // Chat between processes, over a real broker.
 
@@ -74,6 +75,27 @@ TEST_F(ChatCommandTest, EndsByAnInterruptionOrASignInElsewhere) {
   const auto ended = bob->wait();
   EXPECT_EQ(ended.status, 0);
   EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(ChatCommandTest, ShowsAStreamsStatisticsBesideTheClockOfATerminal) {
+  auto words = of("bob", {"chat", "--channel", "c"});
+  words.insert(words.begin(), ZAVELO_COMMAND);
+  PseudoTerminal terminal(words, 80);
+  ASSERT_TRUE(terminal.shows("* joined c\r\n")) << terminal.output();
+  const auto send = [this](std::vector<std::string> event) {
+    event.insert(event.begin(), {"chat", "send", "--channel", "c", "--type"});
+    EXPECT_EQ(runCommand(of("ann", std::move(event))).status, 0);
+  };
+  send({"statistic", "--total-viewers", "12"});
+  send({"gift", "--gift-name", "Rose"});
+  ASSERT_TRUE(terminal.shows("1 x Rose\r\n")) << terminal.output();
+  ASSERT_TRUE(terminal.shows(" (12 viewers) > ")) << terminal.output();
+  EXPECT_THAT(terminal.output(), testing::Not(HasSubstr("[statistic]")));
+  terminal.type("hello\r");
+  ASSERT_TRUE(terminal.shows(": hello\r\n")) << terminal.output();
+  terminal.type("\x04");  // Ctrl-D
+  EXPECT_EQ(terminal.wait(), 0) << terminal.output();
+  EXPECT_TRUE(terminal.isCanonical());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <system_error>
 #include <utility>
 
 namespace zavelo::command {
@@ -30,7 +31,12 @@ Interruption& Interruption::shared() {
 Interruption::Interruption() {
   const sigset_t signals = watchedSignals();
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  std::thread([this] { watch(); }).detach();
+  try {
+    std::thread([this] { watch(); }).detach();
+  } catch (const std::system_error&) {
+    // Without a thread that waits for them, the signals end the process by themselves.
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+  }
 }
 
 void Interruption::watch() {

@@ -232,6 +232,9 @@ TEST(Queues, WithoutThreadsLoseNoAnswer) {
 }
 
 TEST(Queues, AndAStoreWorkInAForkedProcess) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "ThreadSanitizer lets no forked process have threads";
+#endif
   const test::TemporaryFolder folder;
   test::ChildProcess child({ZAVELO_STORE_CHILD, "fork", folder / "store.sqlite"});
   for (const auto* line : {"parent", "child", "parent again"}) EXPECT_EQ(child.readLine(), line);

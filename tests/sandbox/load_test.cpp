@@ -35,6 +35,7 @@ int callInARow(const Backend& backend, const std::string& token, int calls) {
   httplib::Client client("127.0.0.1", backend.port());
   client.set_keep_alive(true);
   client.set_tcp_nodelay(true);
+  client.set_read_timeout(60s);
   client.set_bearer_token_auth(token);
   int failed = 0;
   for (int i = 0; i < calls; ++i) {
@@ -67,7 +68,7 @@ TEST(LoadTest, FiveHundredCallsAtOnceAreAllAnswered) {
 TEST(LoadTest, LargeSeedIsLoadedAndPagedThrough) {
   const test::TemporaryFolder folder;
   constexpr int products = 20'000;
-  constexpr int gifts = 200'000;
+  constexpr int gifts = 50'000;
   {
     std::ofstream seed(folder / "seed.json");
     seed << R"({"members":[{"zaveloId":"ann"}],"products":[)";
@@ -112,7 +113,7 @@ class SlowClients {
         for (int& socket : sockets_) {
           if (::send(socket, "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) != 1) connect(socket);
         }
-        std::this_thread::sleep_for(100ms);
+        std::this_thread::sleep_for(500ms);
       }
     });
   }

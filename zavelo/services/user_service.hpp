@@ -67,9 +67,6 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   /// Overwrites the current user's three tokens, with absent ones too; stores a user with a
   /// profile. Does nothing when no user is signed in.
   void refreshTokenWith(const ZVRefreshToken& token) override;
-  /// Why the store does not hold the session as it is, or could not be read; tries again first.
-  /// Until it is absent, the next start may find an older session.
-  [[nodiscard]] std::optional<StoreError> storeProblem() const;
 
   /// The banned words of the profanity filter.
   [[nodiscard]] std::vector<std::string> naughtyWords() const;
@@ -110,6 +107,11 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   [[nodiscard]] ZVSession session() const override;
   bool refreshTokenIf(ZVSessionId id, const ZVRefreshToken& token) override;
   bool endSessionIf(ZVSessionId id) override;
+
+  // What an app asks about its store.
+  /// Why the store does not hold the session as it is, or could not be read; tries again first.
+  /// Until it is absent, the next start may find an older session.
+  [[nodiscard]] std::optional<StoreError> storeProblem() const;
 
   // What the profanity filter asks.
   /// The same object until the words change; never null.

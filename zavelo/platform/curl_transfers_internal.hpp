@@ -42,8 +42,8 @@ class CurlTransfers {
   void advance();
   /// Waits for the network, the next time-out, or a `curl_multi_wakeup`.
   void wait();
-  /// Held while curl works: who has it may copy the process without a lock of curl or OpenSSL being
-  /// held in the copy for ever.
+  /// Held while curl works. A thread that forks takes it, so that no lock of curl or OpenSSL stays
+  /// held in the child for ever.
   [[nodiscard]] std::mutex& working() noexcept { return working_; }
 
  private:

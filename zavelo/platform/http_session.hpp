@@ -67,8 +67,8 @@ struct HttpRequest {
   /// From `send` to the answer, the wait for a connection included; then the request fails with
   /// `timedOut`. Absent: as long as bytes move.
   std::optional<std::chrono::milliseconds> deadline = {};
-  /// Told about the body as it leaves, a few times a second, on the session's thread. `sent` grows
-  /// from call to call; the last one, before the reply, has sent == total if everything was sent.
+  /// Called as the body leaves, a few times a second, on the session's thread. `sent` grows from
+  /// call to call; the last one, before the reply, has sent == total if everything was sent.
   /// Never called for a request without a body. What it throws is ignored.
   std::function<void(const HttpUpload&)> onUpload = {};
 };

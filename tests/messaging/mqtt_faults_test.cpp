@@ -8,11 +8,13 @@
 
 #include <deque>
 #include <fstream>
+#include <functional>
 
 #include "tests/messaging/mqtt_world.hpp"
 #include "tests/support/certificates.hpp"
 #include "tests/support/child_process.hpp"
 #include "tests/support/temporary_folder.hpp"
+#include "zavelo/messaging/engines/mqtt_topics.hpp"
 
 namespace zavelo::testing {
 namespace {
@@ -187,10 +189,12 @@ TEST(MqttChannel, ASlowReceiverHearsEverythingInOrder) {
   EXPECT_EQ(heard, expected);
 }
 
-/// Whoever connects is told this, and nothing more.
-class Nonsense {
+/// Listens on a port, and does with each connection what a test says.
+class Server {
  public:
-  explicit Nonsense(std::string text) : text_(std::move(text)) {
+  using Serve = std::function<void(int client, int number)>;
+
+  explicit Server(Serve serve) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -200,13 +204,14 @@ class Nonsense {
         getsockname(socket_, plain, &size) != 0)
       throw std::runtime_error("no port");
     port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this] {
-      for (int client; (client = accept(socket_, nullptr, nullptr)) >= 0;
-           clients_.push_back(client))
-        send(client, text_.data(), text_.size(), MSG_NOSIGNAL);
+    thread_ = std::thread([this, serve = std::move(serve)] {
+      for (int client, number = 0; (client = accept(socket_, nullptr, nullptr)) >= 0; ++number) {
+        clients_.push_back(client);
+        serve(client, number);
+      }
     });
   }
-  ~Nonsense() {
+  ~Server() {
     shutdown(socket_, SHUT_RDWR);
     thread_.join();
     for (const int client : clients_) close(client);
@@ -215,23 +220,171 @@ class Nonsense {
   [[nodiscard]] std::string address() const { return "mqtt://127.0.0.1:" + std::to_string(port_); }
 
  private:
-  const std::string text_;
   const int socket_ = socket(AF_INET, SOCK_STREAM, 0);
   int port_ = 0;
   std::vector<int> clients_;
   std::thread thread_;
 };
 
+/// Answers so many packets of a client as a broker would, and no more.
+void answerPackets(int client, int count) {
+  for (unsigned char head[2]; count > 0 && recv(client, head, 2, MSG_WAITALL) == 2; --count) {
+    std::string body(head[1], '\0');
+    if (recv(client, body.data(), body.size(), MSG_WAITALL) != head[1]) return;
+    // A published topic is followed by the packet's identifier, a subscription begins with it.
+    const auto topicSize = static_cast<std::size_t>(static_cast<unsigned char>(body[1]));
+    const auto type = head[0] >> 4;
+    const auto id = body.substr(type == 3 ? topicSize + 2 : 0, 2);
+    const auto answer = type == 1   ? "\x20\x03\0\0\0"s
+                        : type == 3 ? "\x40\x02" + id
+                                    : "\x90\x04" + id + "\0\x01"s;
+    send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
+  }
+}
+
+TEST(MqttBreak, AnUnansweredStepOfALoginIsABrokenConnection) {
+  constexpr int connect = 1, firstSubscription = 2, login = 4;
+  constexpr int answered[] = {login, firstSubscription, connect, login - 1, login};
+  const Server server([&](int client, int number) {
+    answerPackets(client, number < 5 ? answered[number] : 0);
+    if (number == 0) shutdown(client, SHUT_RDWR);
+  });
+  MqttUser ann(options(server.address()), "ann");
+  ASSERT_EQ(ann.login(), 0);
+  ASSERT_TRUE(ann.hears("state 4/5"));
+  EXPECT_TRUE(waitFor([&] { return ann.ears->count("state 3/2") == 2; }));
+}
+
+TEST(MqttBreak, ChannelsComeBackWhenTheTokenIsRenewed) {
+  const test::TemporaryFolder folder;
+  const auto startWith = [&](const std::string& password, std::uint16_t port) {
+    const auto passwords = folder / password;
+    std::ofstream(passwords) << "ann:" << password << "\nbob:" << password << "\n";
+    EXPECT_EQ(test::ChildProcess({"/usr/bin/mosquitto_passwd", "-U", passwords}).wait(), 0);
+    return startBroker({.port = port, .settings = {"password_file " + passwords.string()}});
+  };
+  auto broker = startWith("first", 0);
+  const auto port = broker->port();
+  std::atomic<bool> isRenewed = false;
+  auto known = options(addressOf(*broker));
+  known.token = [&](const std::string&) { return isRenewed ? "second" : "first"; };
+  MqttUser ann(known, "ann"), bob(known, "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  broker.reset();
+  broker = startWith("second", port);
+  ASSERT_TRUE(ann.hears("token expired"));
+  ASSERT_TRUE(ann.hears("state 1/3") && bob.hears("state 1/3"));
+  EXPECT_EQ(ann.say("c", "x"), rtmCode::notLoggedIn);
+  isRenewed = true;
+  for (auto* each : {&ann, &bob}) EXPECT_EQ(each->login(), 0);
+  EXPECT_TRUE(waitFor([&] { return ann.say("c", "back") == 0 && bob.ears->has("c ann: back"); }));
+  EXPECT_TRUE(ann.ears->reported("c resumed"));
+  // What the app leaves, or logs out of, stays away.
+  EXPECT_EQ(ann.logout(), 0);
+  EXPECT_EQ(ann.login(), 0);
+  EXPECT_EQ(ann.say("c", "x"), rtmCode::notInChannel);
+}
+
+TEST(MqttBreak, TheNextBrokerIsTriedAndEachAddressOfAName) {
+  auto first = startBroker();
+  const auto second = startBroker();
+  const auto address = "mqtt://localhost:" + std::to_string(first->port()) +
+                       ",localhost:" + std::to_string(second->port()) + ",127.0.0.1:1";
+  MqttUser ann(options(address), "ann");
+  ASSERT_TRUE(waitFor([&] { return ann.login() % rtmCode::loginAlreadyLoggedIn == 0; }));
+  EXPECT_EQ(ann.join("c"), 0);
+  first.reset();
+  EXPECT_TRUE(waitFor([&] { return ann.say("c", "x") == 0; }));
+  MqttUser lost(options("mqtt://no.such.host.invalid"), "ann");
+  EXPECT_EQ(lost.login(), rtmCode::rejected);
+}
+
+TEST(MqttBreak, ASuspendedUserLeavesAtOnceAndComesBack) {
+  const auto broker = startBroker();
+  MqttUser ann(options(addressOf(*broker)), "ann"), bob(options(addressOf(*broker)), "bob");
+  for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  ann.kit->suspend();
+  EXPECT_TRUE(bob.hears("c -ann"));
+  EXPECT_TRUE(ann.hears("state 4/5"));
+  EXPECT_EQ(ann.say("c", "x"), rtmCode::failure);
+  ann.kit->setInBackground(true);
+  ann.kit->resume();
+  EXPECT_TRUE(waitFor([&] { return ann.ears->reported("c resumed"); }));
+  EXPECT_TRUE(bob.hears("c +ann"));
+  EXPECT_EQ(bob.tell("ann", "there?"), 0);
+  EXPECT_TRUE(ann.ears->reported("c interrupted, suspended"));
+
+  // In another network the old connections are dead, which nothing says.
+  kill(broker->process(), SIGSTOP);
+  ann.kit->networkChanged();
+  EXPECT_TRUE(waitFor([&] { return ann.ears->count("state 4/5") == 2; }));
+  kill(broker->process(), SIGCONT);
+  EXPECT_TRUE(waitFor([&] { return ann.ears->count("state 3/2") == 3; }));
+}
+
+TEST(MqttBreak, TimeOutsDoNotWaitForTheNextPing) {
+  const auto broker = startBroker();
+  auto calm = options(addressOf(*broker));
+  calm.keepAlive = 120s;
+  MqttUser ann(calm, "ann");
+  ann.login(), ann.join("c");
+  kill(broker->process(), SIGSTOP);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(ann.say("c", "into the cold"), rtmCode::failure);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 15s);
+  kill(broker->process(), SIGCONT);
+}
+
+TEST(MqttChannel, TextsBeyondThePaceOrTheSizeAreRejectedAtOnce) {
+  const auto broker = startBroker();
+  auto paced = options(addressOf(*broker));
+  paced.pace = {.texts = 3, .time = 3600s};
+  paced.maximumTextSize = 10;
+  MqttUser ann(paced, "ann");
+  ann.login(), ann.join("c"), ann.join("d");
+  EXPECT_EQ(ann.say("c", std::string(11, 'x')), rtmCode::rejected);
+  for (const auto expected :
+       {rtmCode::success, rtmCode::success, rtmCode::success, rtmCode::rejected})
+    EXPECT_EQ(ann.say("c", "x"), expected);
+  EXPECT_EQ(ann.say("d", "x"), rtmCode::success) << "each channel has its own";
+  EXPECT_EQ(ann.tell("ann", std::string(11, 'x')), rtmCode::rejected);
+}
+
+TEST(MqttChannel, AMemberWithoutPresenceIsNotSeenAndCountsTheOthers) {
+  const auto broker = startBroker();
+  MqttUser ann(options(addressOf(*broker)), "ann"), bob(options(addressOf(*broker)), "bob");
+  auto large = options(addressOf(*broker));
+  large.memberEventsCap = 1;
+  MqttUser viewer(large, "viewer");
+  for (auto* each : {&ann, &bob, &viewer}) each->login();
+  ann.join("c"), viewer.joinUnseen("c"), bob.join("c");
+  EXPECT_EQ(viewer.say("c", "hi"), 0);
+  EXPECT_TRUE(ann.hears("c viewer: hi"));
+  EXPECT_FALSE(ann.ears->has("c +viewer"));
+  EXPECT_FALSE(viewer.ears->has("c +bob"));
+  EXPECT_EQ(viewer.members("c"), Ids({"ann", "bob"}));
+  EXPECT_EQ(ann.count("c").estimate, 2U);
+  EXPECT_EQ(ann.count("c").error, 0U);
+  ann.join("d"), bob.join("d"), viewer.join("d");
+  EXPECT_EQ(viewer.count("d").estimate % mqttShardCount, 0U);
+  EXPECT_GT(viewer.count("d").error, 0U);
+}
+
+/// Whoever connects is told this, and nothing more.
+Server nonsense(const std::string& text) {
+  return Server([text](int client, int) { send(client, text.data(), text.size(), MSG_NOSIGNAL); });
+}
+
 TEST(MqttLogin, FailsAtWhatIsNoBroker) {
   for (const auto& text : std::initializer_list<std::string>{
            "HTTP/1.1 400 Bad Request\r\n\r\n" + std::string(100, ' '),
            "\xff\xff\xff\xff\xff\xff\xff", "\x20\x03\x00\x87\x00"s}) {
-    const Nonsense server(text);
+    const Server server = nonsense(text);
     MqttUser ann(options(server.address()), "ann");
     EXPECT_EQ(ann.login(), rtmCode::rejected);
     EXPECT_EQ(ann.ears->heard(), (Heard{"state 2/1", "state 1/3"}));
   }
-  const Nonsense silent("");
+  const Server silent = nonsense("");
   auto brief = options(silent.address());
   brief.loginTimeout = 200ms;
   MqttUser ann(brief, "ann");
@@ -299,6 +452,7 @@ TEST(MqttTls, ATrustedBrokerIsTalkedToAndNoOther) {
   const auto broker = startBroker({.settings = {"certfile " + (folder / "broker.pem").string(),
                                                 "keyfile " + (folder / "key.pem").string()}});
   auto secure = options("mqtts://127.0.0.1:" + std::to_string(broker->port()));
+  secure.maximumTextSize = 1'000'000;
   MqttUser stranger(secure, "eve");
   EXPECT_EQ(stranger.login(), rtmCode::rejected);
   secure.caFile = folder / "other.pem";

@@ -46,7 +46,18 @@ class MqttEars final : public AgoraRtmDelegate, public AgoraRtmChannelDelegate {
   void peerMessageReceived(const std::string& text, const std::string& peerId) override {
     hear("peer " + peerId + ": " + text);
   }
-  void tokenDidExpire() override {}
+  void tokenDidExpire() override { hear("token expired"); }
+  void connectionProblemChanged(const std::string& address, const std::string& problem) override {
+    report(address + ": " + problem);
+  }
+  void channelStateChanged(const std::string& channelId, AgoraRtmChannelState state,
+                           const std::string& problem, std::chrono::milliseconds) override {
+    using enum AgoraRtmChannelState;
+    report(channelId + (state == interrupted ? " interrupted, " + problem
+                        : state == resumed   ? " resumed"
+                                             : " given up, " + problem));
+  }
+  void textDropped(const std::string& channelId) override { report("dropped " + channelId); }
   void memberJoined(const std::string& channelId, const std::string& userId) override {
     hear(channelId + " +" + userId);
   }
@@ -61,6 +72,14 @@ class MqttEars final : public AgoraRtmDelegate, public AgoraRtmChannelDelegate {
   [[nodiscard]] std::vector<std::string> heard() const {
     const std::lock_guard lock(mutex_);
     return heard_;
+  }
+  /// What not every engine reports.
+  [[nodiscard]] std::vector<std::string> reports() const {
+    const std::lock_guard lock(mutex_);
+    return reports_;
+  }
+  [[nodiscard]] bool reported(const std::string& what) const {
+    return std::ranges::count(reports(), what) > 0;
   }
   [[nodiscard]] bool has(const std::string& what) const { return count(what) > 0; }
   [[nodiscard]] std::size_t count(const std::string& what) const {
@@ -77,9 +96,13 @@ class MqttEars final : public AgoraRtmDelegate, public AgoraRtmChannelDelegate {
     const std::lock_guard lock(mutex_);
     heard_.push_back(std::move(what));
   }
+  void report(std::string what) {
+    const std::lock_guard lock(mutex_);
+    reports_.push_back(std::move(what));
+  }
 
   mutable std::mutex mutex_;
-  std::vector<std::string> heard_;
+  std::vector<std::string> heard_, reports_;
 };
 
 /// A user of the engine, whose operations wait for their completion.
@@ -93,6 +116,11 @@ class MqttUser {
   }
   std::int64_t join(const std::string& channel) {
     return wait([&](auto done) { kit->createChannel(channel, ears)->join(done); });
+  }
+  std::int64_t joinUnseen(const std::string& channel) {
+    return wait([&](auto done) {
+      kit->createChannel(channel, ears)->joinWithOptions({.presence = false}, done);
+    });
   }
   std::int64_t leave(const std::string& channel) {
     return wait([&](auto done) { kit->createChannel(channel, ears)->leave(done); });
@@ -115,6 +143,16 @@ class MqttUser {
       });
     });
     return ids;
+  }
+  AgoraRtmMemberCount count(const std::string& channel) {
+    AgoraRtmMemberCount result;
+    wait([&](auto done) {
+      kit->createChannel(channel, ears)->countMembers([&result, done](auto count) {
+        result = count.value_or(AgoraRtmMemberCount{});
+        done(0);
+      });
+    });
+    return result;
   }
   [[nodiscard]] bool hears(const std::string& what) const {
     return waitFor([&] { return ears->has(what); });

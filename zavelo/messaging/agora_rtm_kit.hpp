@@ -1,11 +1,14 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zavelo/base/export.hpp"
@@ -68,6 +71,15 @@ class AgoraRtmChannelDelegate {
                                       const std::string& userId) = 0;
 };
 
+/// What became of a joined channel's connection.
+enum class AgoraRtmChannelState {
+  joining,
+  joined,
+  interrupted,  ///< the engine is restoring it; meanwhile no text arrives
+  resumed,      ///< joined again: what was sent since the interruption was missed
+  givenUp,      ///< not joined any more: the service refuses for good
+};
+
 /// Hears about a kit's connection, on the engine's callback thread.
 class AgoraRtmDelegate {
  public:
@@ -76,7 +88,34 @@ class AgoraRtmDelegate {
                                       AgoraRtmConnectionChangeReason reason) = 0;
   virtual void peerMessageReceived(const std::string& text, const std::string& peerId) = 0;
   virtual void tokenDidExpire() = 0;
+
+  // What not every engine reports.
+
+  /// Where the service is, and why it cannot be reached, in words; an empty problem: it is reached.
+  virtual void connectionProblemChanged(const std::string& /*address*/,
+                                        const std::string& /*problem*/) {}
+  /// A joined channel was interrupted, resumed or given up. `silence`: of an interruption, how long
+  /// before now the connection was last known to work.
+  virtual void channelStateChanged(const std::string& /*channelId*/, AgoraRtmChannelState /*state*/,
+                                   const std::string& /*problem*/,
+                                   std::chrono::milliseconds /*silence*/) {}
+  /// A text was too long or no UTF-8 and is not passed on. Without a channel it was for this user.
+  virtual void textDropped(const std::string& /*channelId*/) {}
 };
+
+struct AgoraRtmJoinOptions {
+  /// Without presence the other members do not see this one, and no member events come; a viewer
+  /// who needs neither costs a channel of thousands nothing.
+  bool presence = true;
+};
+
+/// How many members a channel has: `estimate`, give or take `error` in 19 of 20 cases; exact when
+/// that is 0.
+struct AgoraRtmMemberCount {
+  std::size_t estimate = 0;
+  std::size_t error = 0;
+};
+using AgoraRtmCountCompletion = std::function<void(std::optional<AgoraRtmMemberCount>)>;
 
 class AgoraRtmChannel {
  public:
@@ -85,6 +124,18 @@ class AgoraRtmChannel {
   virtual void leave(AgoraRtmCompletion completion) = 0;
   virtual void send(const std::string& text, AgoraRtmCompletion completion) = 0;
   virtual void getMembers(AgoraRtmMembersCompletion completion) = 0;
+
+  // What not every engine can do better than so.
+
+  virtual void joinWithOptions(const AgoraRtmJoinOptions& /*options*/,
+                               AgoraRtmCompletion completion) {
+    join(std::move(completion));
+  }
+  virtual void countMembers(AgoraRtmCountCompletion completion) {
+    getMembers([completion = std::move(completion)](const auto& members) {
+      completion(members ? std::optional(AgoraRtmMemberCount{members->size()}) : std::nullopt);
+    });
+  }
 };
 
 class AgoraRtmKit {
@@ -104,6 +155,16 @@ class AgoraRtmKit {
   virtual bool destroyChannel(const std::string& channelId) = 0;
   /// The channels that were created and not destroyed; none when they cannot be read.
   [[nodiscard]] virtual std::optional<Channels> channels() const = 0;
+
+  // What a phone tells its apps. Engines without a network have nothing to do.
+
+  /// Closes the connections quietly and keeps the login and the channels for `resume`.
+  virtual void suspend() {}
+  virtual void resume() {}
+  /// The device is in another network: connections are probed and made now, not after a time-out.
+  virtual void networkChanged() {}
+  /// In the background fewer signs of life are sent.
+  virtual void setInBackground(bool /*isInBackground*/) {}
 };
 
 /// Makes the kit of an app, which tells the delegate what happens. Null when there can be none.

@@ -130,6 +130,16 @@ std::string asciiLowercased(std::string_view text) {
 
 }  // namespace
 
+bool isUtf8(std::string_view text) {
+  if (isAscii(text)) return true;
+  for (std::size_t at = 0; at < text.size();) {
+    const CodePoint codePoint = codePointAt(text, at);
+    if (codePoint.value < 0) return false;
+    at += codePoint.size;
+  }
+  return true;
+}
+
 std::string_view trimmedToAlphanumerics(std::string_view text) {
   std::size_t first = text.size();
   std::size_t end = 0;

@@ -12,6 +12,9 @@
 /// separator, one UTF-16 unit long; what makes a new text keeps it as it is.
 namespace zavelo::unicode {
 
+/// Whether every byte belongs to a code point (RFC 3629).
+[[nodiscard]] ZAVELO_EXPORT bool isUtf8(std::string_view text);
+
 /// The text without what stands around its first and last letter, mark or digit (general
 /// categories L*, M* and N*).
 [[nodiscard]] ZAVELO_EXPORT std::string_view trimmedToAlphanumerics(std::string_view text);

@@ -148,7 +148,7 @@ void longTextsArriveWhole(RtmEngineUnderTest& engine) {
   for (auto* each : {&ann, &bob}) each->login(), each->join("c");
   bob.ears->forget();
   std::string text;
-  while (text.size() < 64 * 1024) text += std::to_string(text.size()) + "é";
+  while (text.size() < 60 * 1024) text += std::to_string(text.size()) + "é";
   ann.say("c", text);
   ann.tell("bob", text);
   bob.expect({"c ann: " + text, "peer ann: " + text});

@@ -1,8 +1,10 @@
 #include "zavelo/messaging/engines/mqtt.hpp"
 
 #include <charconv>
+#include <functional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "zavelo/messaging/engines/mqtt/session_internal.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
@@ -19,38 +21,47 @@ using detail::MqttSurroundings;
 /// How long a kit that goes waits for its goodbyes to reach the broker.
 constexpr std::chrono::milliseconds farewellTime{1000};
 
-std::optional<MqttBroker> brokerAt(std::string_view address) {
-  MqttBroker broker{{}, 1883, false};
-  if (address.starts_with("mqtts://")) {
-    broker.tls = true;
-    broker.port = 8883;
-  } else if (!address.starts_with("mqtt://")) {
-    return std::nullopt;
-  }
-  address.remove_prefix(address.find("//") + 2);
-  if (address.ends_with('/')) address.remove_suffix(1);
+/// One of an address's brokers: a host, and maybe a port.
+std::optional<MqttBroker> brokerAt(std::string_view place, bool tls) {
+  MqttBroker broker{{}, static_cast<std::uint16_t>(tls ? 8883 : 1883), tls};
   // An IPv6 address stands in brackets (RFC 3986 section 3.2.2).
-  const auto hostEnd = address.starts_with('[') ? address.find(']') : 0;
+  const auto hostEnd = place.starts_with('[') ? place.find(']') : 0;
   if (hostEnd == std::string_view::npos) return std::nullopt;
-  const auto colon = address.find(':', hostEnd);
-  auto host = address.substr(0, colon);
+  const auto colon = place.find(':', hostEnd);
+  auto host = place.substr(0, colon);
   if (host.starts_with('[')) host = host.substr(1, host.size() - 2);
   if (host.empty() || host.find_first_of("/@?# []") != std::string_view::npos) return std::nullopt;
   broker.host = host;
   if (colon == std::string_view::npos) return broker;
-  const auto port = address.substr(colon + 1);
+  const auto port = place.substr(colon + 1);
   const auto [end, error] = std::from_chars(port.data(), port.data() + port.size(), broker.port);
   if (error != std::errc() || end != port.data() + port.size() || broker.port == 0)
     return std::nullopt;
   return broker;
 }
 
+/// None when one of them is malformed.
+std::vector<MqttBroker> brokersAt(std::string_view address) {
+  const bool tls = address.starts_with("mqtts://");
+  if (!tls && !address.starts_with("mqtt://")) return {};
+  address.remove_prefix(address.find("//") + 2);
+  if (address.ends_with('/')) address.remove_suffix(1);
+  std::vector<MqttBroker> brokers;
+  for (;;) {
+    const auto comma = address.find(',');
+    auto broker = brokerAt(address.substr(0, comma), tls);
+    if (!broker) return {};
+    brokers.push_back(std::move(*broker));
+    if (comma == std::string_view::npos) return brokers;
+    address.remove_prefix(comma + 1);
+  }
+}
+
 /// A kit's way to its session: carries operations to the loop.
 class MqttKit final : public AgoraRtmKit, public std::enable_shared_from_this<MqttKit> {
  public:
-  MqttKit(std::shared_ptr<MqttSurroundings> around, std::weak_ptr<AgoraRtmDelegate> delegate)
-      : around_(std::move(around)),
-        session_(std::make_shared<MqttSession>(around_, std::move(delegate))) {}
+  explicit MqttKit(std::shared_ptr<MqttSurroundings> around)
+      : around_(std::move(around)), session_(std::make_shared<MqttSession>(around_)) {}
   ~MqttKit() override {
     around_->isGone = true;
     around_->loop->post([session = std::move(session_)] { session->close(); });
@@ -59,7 +70,8 @@ class MqttKit final : public AgoraRtmKit, public std::enable_shared_from_this<Mq
 
   template <class Work>
   void ask(Work work) {
-    around_->loop->post([session = session_, work = std::move(work)] { work(*session); });
+    around_->loop->post(
+        [session = session_, work = std::move(work)] { std::invoke(work, *session); });
   }
 
   void login(const std::optional<std::string>& token, const std::string& userId,
@@ -86,6 +98,13 @@ class MqttKit final : public AgoraRtmKit, public std::enable_shared_from_this<Mq
   }
   [[nodiscard]] std::optional<Channels> channels() const override { return channels_.all(); }
 
+  void suspend() override { ask(&MqttSession::suspend); }
+  void resume() override { ask(&MqttSession::resume); }
+  void networkChanged() override { ask(&MqttSession::networkChanged); }
+  void setInBackground(bool isInBackground) override {
+    ask([isInBackground](MqttSession& session) { session.setInBackground(isInBackground); });
+  }
+
  private:
   const std::shared_ptr<MqttSurroundings> around_;
   std::shared_ptr<MqttSession> session_;
@@ -98,10 +117,10 @@ class Channel final : public AgoraRtmChannel {
           std::weak_ptr<AgoraRtmChannelDelegate> delegate)
       : kit_(std::move(kit)), id_(std::move(id)), delegate_(std::move(delegate)) {}
 
-  void join(AgoraRtmCompletion completion) override {
-    ask([id = id_, delegate = delegate_, completion = std::move(completion)](MqttSession& session) {
-      session.join(id, delegate, completion);
-    });
+  void join(AgoraRtmCompletion completion) override { joinWithOptions({}, std::move(completion)); }
+  void joinWithOptions(const AgoraRtmJoinOptions& options, AgoraRtmCompletion completion) override {
+    ask([id = id_, delegate = delegate_, options, completion = std::move(completion)](
+            MqttSession& session) { session.join(id, delegate, options, completion); });
   }
   void leave(AgoraRtmCompletion completion) override {
     ask([id = id_, completion = std::move(completion)](MqttSession& session) {
@@ -116,6 +135,11 @@ class Channel final : public AgoraRtmChannel {
   void getMembers(AgoraRtmMembersCompletion completion) override {
     ask([id = id_, completion = std::move(completion)](MqttSession& session) {
       session.getMembers(id, completion);
+    });
+  }
+  void countMembers(AgoraRtmCountCompletion completion) override {
+    ask([id = id_, completion = std::move(completion)](MqttSession& session) {
+      session.countMembers(id, completion);
     });
   }
 
@@ -139,38 +163,20 @@ std::shared_ptr<AgoraRtmChannel> MqttKit::createChannel(
 
 }  // namespace
 
-namespace detail {
-
-MqttPlan MqttSurroundings::planFor(const std::string& userId,
-                                   const std::optional<std::string>& loginToken,
-                                   std::string willTopic) const {
-  return {broker.host,
-          broker.port,
-          broker.tls,
-          options.caFile,
-          options.userName ? options.userName(userId) : mqttLevel(userId),
-          options.token ? options.token(userId) : loginToken,
-          std::move(willTopic),
-          options.keepAlive,
-          options.sendTimeout};
-}
-
-}  // namespace detail
-
 Result<AgoraRtmKitFactory, std::string> mqttEngine(MqttEngineOptions options) {
-  const auto broker = brokerAt(options.address);
-  if (!broker)
+  auto brokers = brokersAt(options.address);
+  if (brokers.empty())
     return Failure{"\"" + options.address +
                    "\" is no broker's address; one looks like mqtt://127.0.0.1:1883"};
   return AgoraRtmKitFactory(
-      [options = std::move(options), broker = *broker](
+      [options = std::move(options), brokers = std::move(brokers),
+       resolver = std::make_shared<detail::MqttResolver>()](
           const std::string& appId,
           std::weak_ptr<AgoraRtmDelegate> delegate) -> std::shared_ptr<AgoraRtmKit> {
         auto loop = MqttLoop::start();
         if (!loop) return nullptr;
-        return std::make_shared<MqttKit>(
-            std::make_shared<MqttSurroundings>(options, broker, appId, std::move(loop)),
-            std::move(delegate));
+        return std::make_shared<MqttKit>(std::make_shared<MqttSurroundings>(
+            options, brokers, appId, std::move(loop), resolver, std::move(delegate)));
       });
 }
 

@@ -1,36 +1,25 @@
 #include "zavelo/messaging/engines/mqtt/channel_internal.hpp"
 
+#include <algorithm>
+
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
 
 namespace zavelo::detail {
 
 MqttChannel::MqttChannel(std::shared_ptr<MqttSurroundings> around, User user, std::string channelId,
-                         std::weak_ptr<AgoraRtmChannelDelegate> delegate)
+                         std::weak_ptr<AgoraRtmChannelDelegate> delegate,
+                         const AgoraRtmJoinOptions& options)
     : around_(std::move(around)),
       user_(std::move(user)),
       channelId_(std::move(channelId)),
       delegate_(std::move(delegate)),
-      retry_(around_->options.firstRetry, around_->options.longestRetry) {}
+      options_(options),
+      presence_(around_, user_.id, channelId_, delegate_),
+      retry_(around_->options.firstRetry, around_->options.longestRetry),
+      allowance_(static_cast<double>(around_->options.pace.texts)),
+      allowanceTime_(MqttLoop::Clock::now()) {}
 
-std::string MqttChannel::presence() const {
-  return mqttPresenceTopic(around_->appId, channelId_, user_.id, session_);
-}
-
-std::string MqttChannel::fenceTopic() const {
-  return mqttFenceTopic(around_->appId, channelId_, user_.id, session_);
-}
-
-std::string MqttChannel::shardFilter() const {
-  return mqttPresenceFilter(around_->appId, channelId_, mqttShard(user_.id));
-}
-
-std::string MqttChannel::allShardsFilter() const {
-  return mqttPresenceFilter(around_->appId, channelId_, std::nullopt);
-}
-
-bool MqttChannel::isOfOwnShard(const std::string& userId) const {
-  return mqttShard(userId) == mqttShard(user_.id);
-}
+// ---- joining ----
 
 void MqttChannel::join(AgoraRtmCompletion completion) {
   joining_ = std::move(completion);
@@ -42,177 +31,43 @@ void MqttChannel::join(AgoraRtmCompletion completion) {
 }
 
 void MqttChannel::connect() {
-  session_ = randomMqttSession();
-  reading_ = Reading::ownShard;
-  hearsAllShards_ = false;
-  roster_.doubtAll();
+  retryTimer_.reset();
+  attached_ = false;
+  auto will = presence_.beginSession();
+  if (!options_.presence) will.clear();
   connection_ = MqttConnection::open(
-      *around_->loop, around_->planFor(user_.id, user_.token, presence()), weak_from_this());
+      *around_->loop, around_->planFor(user_.id, user_.token, std::move(will)), weak_from_this());
 }
 
 void MqttChannel::connected() {
-  // Texts come behind the list of members, and are acknowledged. A list of thousands would fill the
-  // window of what may be on its way unacknowledged, and a broker's queue behind it.
-  connection_->subscribe(shardFilter(), 0, MqttConnection::Echo::all, refusal());
-  connection_->subscribe(mqttChannelFilter(around_->appId, channelId_), 1,
-                         MqttConnection::Echo::othersOnly, refusal());
-  // Nobody else hears it, and it comes through the same queue as the lists.
-  connection_->subscribe(fenceTopic(), 0, MqttConnection::Echo::all, refusal());
-  announce();
-  setFence();
+  // Who joins from now on is seen: the texts' subscription is acknowledged after this one.
+  if (options_.presence) presence_.announce(connection_, step(&MqttChannel::proceed));
+  connection_->subscribe(mqttChannelFilter(around_->appId, channelId_),
+                         {.qualityOfService = 1, .echo = false}, step(&MqttChannel::attached));
+  if (options_.presence) presence_.readFirst(connection_);
 }
 
-MqttConnection::Answer MqttChannel::refusal() {
-  return [weak = weak_from_this()](int reason) {
+MqttConnection::Answer MqttChannel::step(void (MqttChannel::*next)()) {
+  return [weak = weak_from_this(), connection = std::weak_ptr(connection_), next](int reason) {
     const auto self = weak.lock();
-    if (self && !self->joined_ && !self->ended_ && reason >= 0x80)
-      self->settleJoin(rtmCode::rejected);
+    if (!self || !self->connection_ || self->connection_ != connection.lock()) return;
+    if (MqttConnection::isGood(reason)) return ((*self).*next)();
+    if (reason < 0)
+      return self->lost({MqttLoss::Kind::broken, self->connection_->address(),
+                         "a step of the join had no answer", true});
+    if (!self->joined_) return self->settleJoin(rtmCode::rejected);
+    self->giveUp(self->connection_->address() + ": the broker refuses the channel");
   };
 }
 
-void MqttChannel::announce() {
-  connection_->publish(presence(), "1", true, refusal());
-}
-
-void MqttChannel::setFence() {
-  connection_->publish(fenceTopic(), std::to_string(++fence_), false, refusal());
-}
-
-void MqttChannel::received(const std::string& topic, const std::string& payload) {
-  const auto parsed = parsedMqttTopic(topic);
-  if (!parsed || parsed->appId != around_->appId || parsed->channelId != channelId_) return;
-  if (parsed->kind == MqttTopic::Kind::presence) {
-    heardPresence(parsed->userId, parsed->session, payload);
-  } else if (parsed->kind == MqttTopic::Kind::fence) {
-    if (payload == std::to_string(fence_)) heardFence();
-  } else if (parsed->kind == MqttTopic::Kind::channelText && !around_->isGone) {
-    if (const auto delegate = delegate_.lock())
-      delegate->channelMessageReceived(channelId_, payload, parsed->userId);
-  }
-}
-
-void MqttChannel::heardPresence(const std::string& userId, const std::string& session,
-                                const std::string& payload) {
-  if (!listed_.empty() && !payload.empty()) listing_.add(userId, session);
-  if (!listed_.empty() && payload.empty()) listing_.remove(userId, session);
-  if (session == session_) {
-    roster_.add(userId, session);
-    if (payload.empty()) return announce();  // somebody swept too widely
-    return;
-  }
-  if (!hearsAllShards_ && !isOfOwnShard(userId)) return;
-  const bool isGone = payload.empty();
-  const bool isNews = isGone ? roster_.remove(userId, session) : roster_.add(userId, session);
-  if (!isNews || !joined_ || userId == user_.id) return;
-  tellMember(isGone ? &AgoraRtmChannelDelegate::memberLeft : &AgoraRtmChannelDelegate::memberJoined,
-             userId);
-  // Somewhat more than the cap, so that a channel of about that size does not go back and forth.
-  const auto cap = around_->options.memberEventsCap;
-  if (hearsAllShards_ && roster_.size() > cap + cap / 4) hearOwnShardOnly();
-}
-
-void MqttChannel::heardFence() {
-  if (reading_ == Reading::done) return finishListing(true);
-  // Users are spread evenly, so that one part tells about the whole.
-  if (reading_ == Reading::ownShard &&
-      roster_.size() * mqttShardCount <= around_->options.memberEventsCap)
-    return readAllShards();
-  finishReading();
-}
-
-void MqttChannel::readAllShards() {
-  reading_ = Reading::allShards;
-  hearsAllShards_ = true;
-  connection_->subscribe(allShardsFilter(), 0, MqttConnection::Echo::all, {});
-  connection_->unsubscribe(shardFilter());
-  setFence();
-}
-
-void MqttChannel::finishReading() {
-  reading_ = Reading::done;
+void MqttChannel::attached() {
+  attached_ = true;
   retry_.reset();
-  if (!joined_) {
-    joined_ = true;
-    settleJoin(rtmCode::success);
-  }
-  removeDoubtedLater();
-}
-
-/// Everybody who came would be told to everybody: too much for a large channel.
-void MqttChannel::hearOwnShardOnly() {
-  hearsAllShards_ = false;
-  connection_->subscribe(shardFilter(), 0, MqttConnection::Echo::all, {});
-  connection_->unsubscribe(allShardsFilter());
-  roster_.removeIf([this](const std::string& userId) { return !isOfOwnShard(userId); });
-}
-
-void MqttChannel::removeDoubtedLater() {
-  around_->loop->after(around_->options.leftGrace, [weak = weak_from_this(), session = session_] {
-    const auto self = weak.lock();
-    if (!self || self->ended_ || self->session_ != session) return;
-    for (const auto& userId : self->roster_.removeDoubted())
-      self->tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
-  });
-}
-
-void MqttChannel::tellMember(void (AgoraRtmChannelDelegate::*what)(const std::string&,
-                                                                   const std::string&),
-                             const std::string& userId) {
-  const auto delegate = delegate_.lock();
-  if (delegate && !around_->isGone) ((*delegate).*what)(channelId_, userId);
-}
-
-void MqttChannel::send(const std::string& text, const AgoraRtmCompletion& completion) {
-  if (!joined_ || reading_ != Reading::done) return around_->tell(completion, rtmCode::failure);
-  connection_->publish(mqttChannelTopic(around_->appId, channelId_, user_.id), text, false,
-                       [around = around_, completion](int reason) {
-                         around->tell(completion, MqttConnection::isGood(reason) ? rtmCode::success
-                                                  : reason < 0                   ? rtmCode::failure
-                                                               : rtmCode::rejected);
-                       });
-}
-
-void MqttChannel::getMembers(AgoraRtmMembersCompletion completion) {
-  if (!joined_ || reading_ != Reading::done) return around_->tell(completion, std::nullopt);
-  if (hearsAllShards_) return around_->tell(completion, roster_.userIds());
-  listed_.push_back(std::move(completion));
-  if (listed_.size() > 1) return;
-  listing_ = {};
-  connection_->subscribe(allShardsFilter(), 0, MqttConnection::Echo::all, {});
-  setFence();
-}
-
-void MqttChannel::finishListing(bool isComplete) {
-  const auto listed = std::exchange(listed_, {});
-  if (listed.empty()) return;
-  if (connection_ && !hearsAllShards_) connection_->unsubscribe(allShardsFilter());
-  const auto all = std::exchange(listing_, {});
-  for (const auto& completion : listed)
-    around_->tell(completion, isComplete ? std::optional(all.userIds()) : std::nullopt);
-}
-
-void MqttChannel::leave(const AgoraRtmCompletion& completion) {
-  const auto connection = connection_;
-  const auto leaving = presence();
-  const auto around = around_;
-  end();
-  if (!connection || connection->isClosed()) return around->tell(completion, rtmCode::success);
-  // The last that holds the connection: it says goodbye when the others can know.
-  connection->publish(leaving, "", true, [around, connection, completion](int) {
-    connection->close();
-    around->tell(completion, rtmCode::success);
-  });
-}
-
-void MqttChannel::lost(MqttLoss loss) {
-  connection_ = nullptr;
-  reading_ = Reading::ownShard;
-  finishListing(false);
-  if (!joined_ && loss != MqttLoss::broken) return settleJoin(rtmCode::rejected);
-  around_->loop->after(retry_.next(), [weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (self && !self->ended_ && !self->connection_) self->connect();
-  });
+  around_->noteConnected(connection_->address());
+  if (std::exchange(interrupted_, false)) report(AgoraRtmChannelState::resumed, {});
+  if (std::exchange(joined_, true)) return;
+  presence_.tellFromNowOn();
+  settleJoin(rtmCode::success);
 }
 
 void MqttChannel::settleJoin(std::int64_t code) {
@@ -221,11 +76,157 @@ void MqttChannel::settleJoin(std::int64_t code) {
   around_->tell(completion, code);
 }
 
+// ---- texts ----
+
+void MqttChannel::received(const MqttMessage& message, bool isCut) {
+  const auto topic = parsedMqttTopic(message.topic);
+  if (!topic || topic->appId != around_->appId || topic->channelId != channelId_) return;
+  if (topic->kind != MqttTopic::Kind::channelText) return presence_.received(*topic, message);
+  if (!around_->accepts(message, isCut, channelId_)) return;
+  if (repeats_.isRepeat(topic->userId, message.id)) return;
+  const auto delegate = around_->isGone ? nullptr : delegate_.lock();
+  if (delegate) delegate->channelMessageReceived(channelId_, message.payload, topic->userId);
+}
+
+void MqttChannel::send(const std::string& text, const AgoraRtmCompletion& completion) {
+  if (!attached_ || !joined_) return around_->tell(completion, rtmCode::failure);
+  if (text.size() > around_->options.maximumTextSize || !hasAllowance())
+    return around_->tell(completion, rtmCode::rejected);
+  const auto id = ids_.idFor(text);
+  connection_->publish(
+      {.topic = mqttChannelTopic(around_->appId, channelId_, user_.id), .payload = text, .id = id},
+      [around = around_, weak = weak_from_this(), text, id, completion](int reason) {
+        const auto self = weak.lock();
+        if (self && reason < 0) self->ids_.noteFailure(text, id);
+        around->tell(completion, MqttConnection::isGood(reason) ? rtmCode::success
+                                 : reason < 0                   ? rtmCode::failure
+                                                                : rtmCode::rejected);
+      });
+}
+
+/// A bucket that fills with time (a token bucket): it takes the text, or there is none left.
+bool MqttChannel::hasAllowance() {
+  const auto& pace = around_->options.pace;
+  if (pace.texts == 0) return true;
+  const auto now = MqttLoop::Clock::now();
+  const std::chrono::duration<double> passed = now - std::exchange(allowanceTime_, now);
+  const auto most = static_cast<double>(pace.texts);
+  allowance_ = std::min(most, allowance_ + most * (passed / pace.time));
+  if (allowance_ < 1) return false;
+  allowance_ -= 1;
+  return true;
+}
+
+// ---- members ----
+
+void MqttChannel::getMembers(AgoraRtmMembersCompletion completion) {
+  if (!attached_) return around_->tell(completion, std::nullopt);
+  presence_.list(connection_, std::move(completion));
+}
+
+void MqttChannel::countMembers(AgoraRtmCountCompletion completion) {
+  if (!attached_) return around_->tell(completion, std::nullopt);
+  presence_.count(connection_, std::move(completion));
+}
+
+// ---- breaks ----
+
+void MqttChannel::lost(const MqttLoss& loss) {
+  if (connection_) {
+    connection_->mute();
+    connection_->close();
+  }
+  connection_ = nullptr;
+  presence_.endSession();
+  around_->noteLoss(loss);
+  if (!joined_ && loss.kind != MqttLoss::Kind::broken) return settleJoin(rtmCode::rejected);
+  const auto problem = loss.address + ": " + loss.problem;
+  // A refusal may be a token's, which is asked for again at the next try.
+  if (loss.kind == MqttLoss::Kind::expelled) return giveUp(problem);
+  connectAfter(retry_.next());
+  interrupt(problem, loss.silence);
+}
+
+void MqttChannel::connectAfter(std::chrono::milliseconds delay) {
+  retryTimer_ = around_->loop->after(delay, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self && !self->ended_ && !self->connection_ && !self->suspended_) self->connect();
+  });
+}
+
+void MqttChannel::interrupt(const std::string& problem, std::chrono::milliseconds silence) {
+  attached_ = false;
+  if (!joined_ || std::exchange(interrupted_, true)) return;
+  report(AgoraRtmChannelState::interrupted, problem, silence);
+}
+
+void MqttChannel::report(AgoraRtmChannelState state, const std::string& problem,
+                         std::chrono::milliseconds silence) const {
+  around_->tellDelegate(&AgoraRtmDelegate::channelStateChanged, channelId_, state, problem,
+                        silence);
+}
+
+void MqttChannel::suspend(const std::string& problem) {
+  if (!joined_) return leave({});
+  suspended_ = true;
+  const auto connection = std::exchange(connection_, nullptr);
+  presence_.endSession();
+  if (connection) {
+    connection->mute();
+    options_.presence ? presence_.depart(connection) : connection->close();
+  }
+  interrupt(problem, {});
+}
+
+void MqttChannel::resume(const User& user) {
+  if (!std::exchange(suspended_, false) || ended_) return;
+  user_ = user;
+  retry_.reset();
+  connectAfter(retry_.next());  // others who lost the same broker resume, too
+}
+
+void MqttChannel::networkChanged() {
+  if (suspended_ || ended_) return;
+  if (connection_ && connection_->isConnected()) return connection_->probe();
+  if (retryTimer_) around_->loop->cancel(*retryTimer_);
+  if (connection_) {
+    connection_->mute();
+    connection_->close();
+  }
+  retry_.reset();
+  connect();
+}
+
+void MqttChannel::paceChanged() {
+  if (connection_) connection_->setPingInterval(around_->pingInterval());
+}
+
+// ---- the end ----
+
+void MqttChannel::leave(const AgoraRtmCompletion& completion) {
+  const auto connection = connection_;
+  const auto around = around_;
+  end();
+  if (!connection || !connection->isConnected() || !options_.presence) {
+    if (connection) connection->close();
+    return around->tell(completion, rtmCode::success);
+  }
+  presence_.depart(connection,
+                   [around, completion] { around->tell(completion, rtmCode::success); });
+}
+
+void MqttChannel::giveUp(const std::string& problem) {
+  if (ended_) return;
+  leave({});
+  report(AgoraRtmChannelState::givenUp, problem);
+}
+
 void MqttChannel::end() {
   ended_ = true;
+  attached_ = false;
   if (connection_) connection_->mute();
   connection_ = nullptr;
-  finishListing(false);
+  presence_.endSession();
   around_->tell(std::exchange(joining_, {}), rtmCode::failure);
 }
 

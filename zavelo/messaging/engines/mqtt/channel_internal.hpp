@@ -3,19 +3,17 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "zavelo/messaging/agora_rtm_kit.hpp"
+#include "zavelo/messaging/engines/mqtt/message_ids_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/presence_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/retry_internal.hpp"
-#include "zavelo/messaging/engines/mqtt/roster_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/surroundings_internal.hpp"
 
 namespace zavelo::detail {
 
-/// A logged-in user in a channel, from the join to the end. All of it is on the loop's thread.
-///
-/// What one says to oneself comes back behind all that stood there before: what was numbered and
-/// published has been a fence when this number is heard.
+/// A logged-in user in a channel, from the join to the end: its connection, made again when it
+/// breaks, and its texts. All of it is on the loop's thread.
 class MqttChannel final : public MqttListener, public std::enable_shared_from_this<MqttChannel> {
  public:
   struct User {
@@ -24,66 +22,66 @@ class MqttChannel final : public MqttListener, public std::enable_shared_from_th
   };
 
   MqttChannel(std::shared_ptr<MqttSurroundings> around, User user, std::string channelId,
-              std::weak_ptr<AgoraRtmChannelDelegate> delegate);
+              std::weak_ptr<AgoraRtmChannelDelegate> delegate, const AgoraRtmJoinOptions& options);
 
   /// Once. `code` is success, rejected, or failure; then it has ended.
   void join(AgoraRtmCompletion completion);
   void send(const std::string& text, const AgoraRtmCompletion& completion);
   void getMembers(AgoraRtmMembersCompletion completion);
+  void countMembers(AgoraRtmCountCompletion completion);
   /// Called once by whoever holds it; `completion` may be empty.
   void leave(const AgoraRtmCompletion& completion);
+  /// Not joined any more, as the broker refuses for good.
+  void giveUp(const std::string& problem);
+
+  /// The login is over, or suspended: goes quietly, and comes back when it is resumed. A join that
+  /// was not complete has failed.
+  void suspend(const std::string& problem);
+  void resume(const User& user);
+  void networkChanged();
+  void paceChanged();
+
   [[nodiscard]] bool hasEnded() const noexcept { return ended_; }
 
   void connected() override;
-  void received(const std::string& topic, const std::string& payload) override;
-  void lost(MqttLoss loss) override;
+  void received(const MqttMessage& message, bool isCut) override;
+  void lost(const MqttLoss& loss) override;
 
  private:
-  /// How far the list of members has been read, on this connection.
-  enum class Reading { ownShard, allShards, done };
-
-  [[nodiscard]] std::string shardFilter() const;
-  [[nodiscard]] std::string allShardsFilter() const;
-  [[nodiscard]] std::string presence() const;
-  [[nodiscard]] bool isOfOwnShard(const std::string& userId) const;
   void connect();
+  void connectAfter(std::chrono::milliseconds delay);
   /// What a broker answers to a request without which there is no join.
-  MqttConnection::Answer refusal();
-  [[nodiscard]] std::string fenceTopic() const;
-  void announce();
-  void setFence();
-  void heardPresence(const std::string& userId, const std::string& session,
-                     const std::string& payload);
-  void heardFence();
-  void readAllShards();
-  void finishReading();
-  void hearOwnShardOnly();
-  void finishListing(bool isComplete);
-  void removeDoubtedLater();
+  MqttConnection::Answer step(void (MqttChannel::*next)());
+  void proceed() {}
+  void attached();
+  void interrupt(const std::string& problem, std::chrono::milliseconds silence);
+  void report(AgoraRtmChannelState state, const std::string& problem,
+              std::chrono::milliseconds silence = {}) const;
+  bool hasAllowance();
   void settleJoin(std::int64_t code);
   void end();
-  void tellMember(void (AgoraRtmChannelDelegate::*what)(const std::string&, const std::string&),
-                  const std::string& userId);
 
   const std::shared_ptr<MqttSurroundings> around_;
-  const User user_;
+  User user_;
   const std::string channelId_;
   const std::weak_ptr<AgoraRtmChannelDelegate> delegate_;
+  const AgoraRtmJoinOptions options_;
 
   std::shared_ptr<MqttConnection> connection_;
-  std::string session_;  // a new one each connection: an old one's will does not end the new one
+  MqttPresence presence_;
   MqttRetry retry_;
+  std::optional<MqttLoop::Timer> retryTimer_;
+  MqttMessageIds ids_;
+  MqttRepeats repeats_;
   AgoraRtmCompletion joining_;
   bool joined_ = false;
+  bool attached_ = false;     // texts arrive, on this connection
+  bool interrupted_ = false;  // was reported, and not resumed since
+  bool suspended_ = false;
   bool ended_ = false;
 
-  Reading reading_ = Reading::ownShard;
-  std::uint64_t fence_ = 0;
-  bool hearsAllShards_ = false;
-  MqttRoster roster_;
-  /// While the whole list of a large channel is being fetched.
-  MqttRoster listing_;
-  std::vector<AgoraRtmMembersCompletion> listed_;
+  double allowance_;  // texts that may be sent now
+  MqttLoop::Clock::time_point allowanceTime_;
 };
 
 }  // namespace zavelo::detail

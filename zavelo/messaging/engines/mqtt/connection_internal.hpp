@@ -2,38 +2,55 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "zavelo/messaging/engines/mqtt/loop_internal.hpp"
-
-struct mosquitto;
+#include "zavelo/messaging/engines/mqtt/packet_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/resolver_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/stream_internal.hpp"
 
 namespace zavelo::detail {
 
-/// Where to, and as whom.
-struct MqttPlan {
+struct MqttBroker {
   std::string host{};
   std::uint16_t port = 0;
   bool tls = false;
-  std::string caFile{};
-  std::string userName{};
-  std::optional<std::string> password{};
-  /// What the broker empties when the connection breaks.
-  std::string willTopic{};
-  std::chrono::seconds keepAlive{};
-  std::chrono::milliseconds requestTimeout{};
+
+  [[nodiscard]] std::string text() const;  ///< "mqtt://host:1883"
 };
 
-enum class MqttLoss {
-  refused,   ///< the broker lets nobody in under this name, or not now
-  expelled,  ///< an administrator ended it, or has banned the user
-  broken,    ///< anything else, also a broker that is not there
+/// Where to, and as whom.
+struct MqttPlan {
+  MqttBroker broker{};
+  std::shared_ptr<MqttResolver> resolver{};
+  std::shared_ptr<MqttTrust> trust{};  ///< with TLS
+  std::string problem{};               ///< why it cannot be tried at all
+  MqttConnectRequest request{};
+  std::chrono::milliseconds pingInterval{}, pongTimeout{};
+  std::chrono::milliseconds addressTimeout{};  ///< where there is another address to be tried
+  std::chrono::milliseconds requestTimeout{};
+  std::size_t largestBody = 0;  ///< of a packet; of a larger one only the beginning is read
+};
+
+struct MqttLoss {
+  enum class Kind {
+    refused,   ///< the broker lets nobody in under this name, or not now
+    expelled,  ///< an administrator ended it, or has banned the user
+    broken,    ///< anything else, also a broker that is not there
+  };
+  Kind kind = Kind::broken;
+  std::string address{};      ///< "mqtt://127.0.0.1:1883"
+  std::string problem{};      ///< "connection refused"
+  bool wasConnected = false;  ///< or was never let in
+  /// How long before now the broker was last heard of.
+  std::chrono::milliseconds silence{};
 };
 
 /// Hears of a connection on its loop's thread.
@@ -41,9 +58,10 @@ class MqttListener {
  public:
   virtual ~MqttListener() = default;
   virtual void connected() = 0;
-  virtual void received(const std::string& topic, const std::string& payload) = 0;
+  /// `isCut`: it is larger than `largestBody`, and its payload was not kept.
+  virtual void received(const MqttMessage& message, bool isCut) = 0;
   /// The last that is heard.
-  virtual void lost(MqttLoss loss) = 0;
+  virtual void lost(const MqttLoss& loss) = 0;
 };
 
 /// One connection to the broker, from its start to its end: it is never made again, so that nothing
@@ -52,60 +70,98 @@ class MqttListener {
 class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
  public:
   using Answer = std::function<void(int reason)>;
+  using Time = MqttLoop::Clock::time_point;
   static constexpr int unanswered = -1;
   static constexpr int nobodyThere = 0x10;
   static bool isGood(int reason) { return reason >= 0 && reason < 0x80; }
 
   /// Starts to connect.
-  static std::shared_ptr<MqttConnection> open(MqttLoop& loop, const MqttPlan& plan,
+  static std::shared_ptr<MqttConnection> open(MqttLoop& loop, MqttPlan plan,
                                               std::weak_ptr<MqttListener> listener);
-  MqttConnection(const MqttConnection&) = delete;
-  MqttConnection& operator=(const MqttConnection&) = delete;
-  ~MqttConnection();
 
-  /// At least once (quality of service 1).
-  void publish(const std::string& topic, const std::string& payload, bool retain, Answer answer);
-  enum class Echo { all, othersOnly };
-  void subscribe(const std::string& filter, int qualityOfService, Echo echo, Answer answer);
+  // Once connected.
+  void publish(const MqttMessage& message, Answer answer);
+  struct Subscription {
+    int qualityOfService = 0;
+    bool echo = true;      ///< what this connection publishes comes back
+    bool retained = true;  ///< what is retained comes first
+  };
+  void subscribe(const std::string& filter, const Subscription& subscription, Answer answer);
   void unsubscribe(const std::string& filter);
+
+  void setPingInterval(std::chrono::milliseconds interval) { plan_.pingInterval = interval; }
+  /// Asks whether the broker is still there; it is lost when no answer comes soon.
+  void probe();
 
   /// Its listener hears nothing more.
   void mute() { listener_.reset(); }
   /// Says goodbye, so that the broker keeps the will to itself. Open requests go unanswered.
   void close();
 
+  [[nodiscard]] std::string address() const { return plan_.broker.text(); }
+
   // For the loop.
-  [[nodiscard]] bool isClosed() const noexcept { return !handle_; }
+  [[nodiscard]] bool isClosed() const noexcept { return phase_ == Phase::closed; }
+  [[nodiscard]] bool isConnected() const noexcept { return phase_ == Phase::open; }
   [[nodiscard]] int file() const;
   [[nodiscard]] short awaited() const;
-  [[nodiscard]] MqttLoop::Clock::time_point nextTick() const;
+  [[nodiscard]] Time nextTick();
   void serve(short events);
 
  private:
-  struct Event;
+  enum class Phase { resolving, connecting, greeting, open, closed };
   struct Request {
     Answer answer;
-    MqttLoop::Clock::time_point deadline;
+    std::uint64_t serial;
   };
-  struct Callbacks;
+  struct Deadline {
+    Time time;
+    std::uint16_t id;
+    std::uint64_t serial;
+  };
 
-  MqttConnection(MqttLoop& loop, const MqttPlan& plan, std::weak_ptr<MqttListener> listener);
-  int connect(const MqttPlan& plan);
-  void expect(int result, int id, Answer answer);
+  MqttConnection(MqttLoop& loop, MqttPlan plan, std::weak_ptr<MqttListener> listener);
+  void resolve();
+  void tryNextAddress(const std::string& problem);
+  void proceed();
+  void greet();
   void read();
+  void take(std::string_view bytes);
+  void takePackets();
+  void handle(const MqttFrame& frame, std::string_view body, bool isCut);
+  void handlePublish(const MqttPacket& packet, bool isCut);
+  void handleGreeting(const MqttPacket& packet);
+  void flush();
   void tick();
-  void dispatch();
-  void dispatch(Event& event);
-  void settle(int id, int reason);
-  void fail(int code);
+  void keepAlive(Time now);
+  std::uint16_t expect(Answer answer);
+  void settle(std::uint16_t id, int reason);
+  void sendQueued();
+  [[nodiscard]] Time pingTime() const;
+  void broke(const std::string& problem);
+  void fail(MqttLoss::Kind kind, const std::string& problem);
+  void end();
 
   MqttLoop& loop_;
   std::weak_ptr<MqttListener> listener_;
-  const std::chrono::milliseconds requestTimeout_, tickTime_;
-  mosquitto* handle_ = nullptr;
-  std::map<int, Request> requests_;
-  std::vector<Event> events_;  // what happened inside the last call into the library
-  MqttLoop::Clock::time_point nextTick_;
+  MqttPlan plan_;
+  Phase phase_ = Phase::resolving;
+  Time deadline_;  // of the phase, until it is open
+  std::vector<MqttAddress> addresses_;
+  std::size_t nextAddress_ = 0;
+  std::unique_ptr<MqttStream> stream_;
+
+  std::string in_, out_;
+  std::size_t skipped_ = 0;  // of the incoming packet that is too large
+  Time lastIn_, lastOut_;
+  std::optional<Time> pinged_, pongDeadline_;
+
+  std::map<std::uint16_t, Request> requests_;
+  std::deque<Deadline> deadlines_;  // the earliest first
+  std::uint64_t lastSerial_ = 0;
+  std::uint16_t lastId_ = 0;
+  std::size_t inFlight_ = 0, receiveMaximum_ = 1, maximumPacketSize_ = 0;
+  std::deque<std::pair<std::uint16_t, std::string>> queued_;  // what the broker's window holds back
 };
 
 }  // namespace zavelo::detail

@@ -8,6 +8,7 @@
 
 #include "zavelo/messaging/agora_rtm_kit.hpp"
 #include "zavelo/messaging/engines/mqtt/claim_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/message_ids_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/retry_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/surroundings_internal.hpp"
 
@@ -20,7 +21,6 @@ class MqttLogin final : public MqttListener, public std::enable_shared_from_this
   /// What the kit hears of it.
   struct Reports {
     std::function<void(AgoraRtmConnectionState, AgoraRtmConnectionChangeReason)> state;
-    std::function<void(const std::string& text, const std::string& senderId)> text;
     /// It has ended by itself, before it was complete or later.
     std::function<void(AgoraRtmConnectionState, AgoraRtmConnectionChangeReason)> ended;
   };
@@ -35,19 +35,33 @@ class MqttLogin final : public MqttListener, public std::enable_shared_from_this
   /// Hands the claim back. `done` is called when nobody reaches the user any more.
   void leave(std::function<void()> done);
 
+  /// Closes the connection and keeps the claim, until it is resumed.
+  void suspend();
+  void resume();
+  /// The network has changed: what is connected is probed, what waits for a retry connects.
+  void networkChanged();
+  void paceChanged();
+
   [[nodiscard]] bool isComplete() const noexcept { return complete_; }
   [[nodiscard]] const std::string& userId() const noexcept { return userId_; }
   [[nodiscard]] const std::optional<std::string>& token() const noexcept { return token_; }
 
   void connected() override;
-  void received(const std::string& topic, const std::string& payload) override;
-  void lost(MqttLoss loss) override;
+  void received(const MqttMessage& message, bool isCut) override;
+  void lost(const MqttLoss& loss) override;
 
  private:
   void connect();
+  void connectAfter(std::chrono::milliseconds delay);
+  /// What a step of the login must be answered with.
+  MqttConnection::Answer step(void (MqttLogin::*next)());
   void claim();
-  void claimed(int reason);
+  void publishClaim();
+  void claimed();
+  void renewClaimLater();
   void heardClaim(const std::string& payload);
+  void refused(const MqttLoss& loss);
+  void drop();
   void end(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
   [[nodiscard]] std::string claimTopic() const;
 
@@ -58,11 +72,18 @@ class MqttLogin final : public MqttListener, public std::enable_shared_from_this
 
   std::shared_ptr<MqttConnection> connection_;
   MqttRetry retry_;
+  std::optional<MqttLoop::Timer> retryTimer_;
+  MqttMessageIds ids_;
+  MqttRepeats repeats_;
   MqttClaim own_;
   std::optional<MqttClaim> seen_;  // before the own one was published on this connection
-  bool claims_ = false;            // on this connection
-  bool complete_ = false;          // has been logged in
-  bool connected_ = false;         // is logged in now
+  std::optional<MqttLoop::Clock::time_point> firstClaim_;
+  bool claimsAgain_ = true;  // above a greater claim that comes soon after the first own one
+  bool claims_ = false;      // on this connection
+  bool complete_ = false;    // has been logged in
+  bool connected_ = false;   // is logged in now
+  bool suspended_ = false;
+  bool tokenExpired_ = false;  // was reported, and no login has succeeded since
 };
 
 }  // namespace zavelo::detail

@@ -14,7 +14,7 @@ namespace zavelo::detail {
 class MqttConnection;
 
 /// The one thread of a kit: waits for its connections, its timers and what others ask of it.
-class MqttLoop {
+class MqttLoop : public std::enable_shared_from_this<MqttLoop> {
  public:
   using Clock = std::chrono::steady_clock;
   using Task = std::function<void()>;

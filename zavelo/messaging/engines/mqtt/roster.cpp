@@ -4,7 +4,7 @@ namespace zavelo::detail {
 
 bool MqttRoster::add(const std::string& userId, const std::string& session) {
   const auto [member, isNew] = members_.try_emplace(userId);
-  member->second.insert(session);
+  member->second[session] = reading_;
   return isNew;
 }
 
@@ -16,16 +16,9 @@ bool MqttRoster::remove(const std::string& userId, const std::string& session) {
   return true;
 }
 
-void MqttRoster::doubtAll() {
-  for (auto& [userId, sessions] : members_) sessions.clear();
-}
-
-std::vector<std::string> MqttRoster::removeDoubted() {
-  std::vector<std::string> removed;
-  for (const auto& [userId, sessions] : members_)
-    if (sessions.empty()) removed.push_back(userId);
-  for (const auto& userId : removed) members_.erase(userId);
-  return removed;
+void MqttRoster::addAll(const MqttRoster& other) {
+  for (const auto& [userId, sessions] : other.members_)
+    for (const auto& [session, reading] : sessions) add(userId, session);
 }
 
 std::vector<std::string> MqttRoster::userIds() const {

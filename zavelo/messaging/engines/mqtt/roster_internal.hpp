@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -17,21 +17,36 @@ class MqttRoster {
   /// Whether the user went by it.
   bool remove(const std::string& userId, const std::string& session);
 
-  /// The list is about to be read anew: until somebody is added again, it is open whether they are
-  /// still there.
-  void doubtAll();
-  /// Removes those about whom it is still open, and tells who they are.
-  std::vector<std::string> removeDoubted();
+  /// The list is about to be read anew.
+  void beginReading() { ++reading_; }
+  [[nodiscard]] std::uint64_t reading() const noexcept { return reading_; }
+  /// Of the users who are meant, removes the sessions that were last added before this reading
+  /// began, and tells which users went by it.
+  template <class Predicate>
+  std::vector<std::string> removeUnseenSince(std::uint64_t reading, Predicate isMeant) {
+    std::vector<std::string> removed;
+    for (auto& [userId, sessions] : members_) {
+      if (!isMeant(userId)) continue;
+      std::erase_if(sessions, [&](const auto& each) { return each.second < reading; });
+      if (sessions.empty()) removed.push_back(userId);
+    }
+    for (const auto& userId : removed) members_.erase(userId);
+    return removed;
+  }
 
   template <class Predicate>
   void removeIf(Predicate predicate) {
     std::erase_if(members_, [&](const auto& each) { return predicate(each.first); });
   }
+  void addAll(const MqttRoster& other);
   [[nodiscard]] std::size_t size() const noexcept { return members_.size(); }
   [[nodiscard]] std::vector<std::string> userIds() const;
 
  private:
-  std::map<std::string, std::set<std::string>> members_;  // no session: in doubt
+  using Sessions = std::map<std::string, std::uint64_t>;  // with the reading that saw each last
+
+  std::map<std::string, Sessions> members_;
+  std::uint64_t reading_ = 0;
 };
 
 }  // namespace zavelo::detail

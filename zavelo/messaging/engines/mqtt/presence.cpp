@@ -1,0 +1,278 @@
+#include "zavelo/messaging/engines/mqtt/presence_internal.hpp"
+
+#include <cmath>
+#include <random>
+
+#include "zavelo/messaging/engines/mqtt/retry_internal.hpp"
+
+namespace zavelo::detail {
+namespace {
+
+/// The list is read again in this time after a join, not by all who joined together at once.
+constexpr std::chrono::milliseconds correctionBegin{2'000}, correctionEnd{8'000};
+
+constexpr std::size_t mostEmptied = 64;
+constexpr std::chrono::seconds rushTime{1};
+constexpr std::size_t mostInRush = 40;
+
+std::chrono::milliseconds correctionTime() {
+  static thread_local std::minstd_rand random{std::random_device{}()};
+  return std::chrono::milliseconds(
+      std::uniform_int_distribution(correctionBegin.count(), correctionEnd.count())(random));
+}
+
+}  // namespace
+
+MqttPresence::MqttPresence(std::shared_ptr<MqttSurroundings> around, std::string userId,
+                           std::string channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate)
+    : around_(std::move(around)),
+      userId_(std::move(userId)),
+      channelId_(std::move(channelId)),
+      delegate_(std::move(delegate)) {}
+
+std::string MqttPresence::topic() const {
+  return mqttPresenceTopic(around_->appId, channelId_, userId_, session_);
+}
+
+std::string MqttPresence::fenceTopic() const {
+  return mqttFenceTopic(around_->appId, channelId_, userId_, session_);
+}
+
+std::string MqttPresence::shardFilter() const {
+  return mqttPresenceFilter(around_->appId, channelId_, mqttShard(userId_));
+}
+
+std::string MqttPresence::allFilter() const {
+  return mqttPresenceFilter(around_->appId, channelId_, std::nullopt);
+}
+
+bool MqttPresence::isInOwnShard(const std::string& userId) const {
+  return mqttShard(userId) == mqttShard(userId_);
+}
+
+/// Users are spread evenly, so that one part tells about the whole.
+std::size_t MqttPresence::estimate(const MqttRoster& ownShard) const {
+  return ownShard.size() * mqttShardCount;
+}
+
+// ---- the own entry ----
+
+std::string MqttPresence::beginSession() {
+  session_ = randomMqttSession();
+  sessionLife_ = std::make_shared<int>();
+  followsAll_ = isRushed_ = isCorrected_ = isCorrectionDue_ = false;
+  return topic();
+}
+
+void MqttPresence::announce(const Connection& connection, MqttConnection::Answer answer) {
+  connection_ = connection;
+  announces_ = followsAll_ = true;
+  publishEntry(std::move(answer));
+  connection_->subscribe(allFilter(), {.retained = false}, {});
+  renewLater();
+}
+
+void MqttPresence::publishEntry(MqttConnection::Answer answer) {
+  connection_->publish(
+      {.topic = topic(), .payload = "1", .retain = true, .expiry = around_->options.retainedExpiry},
+      std::move(answer));
+}
+
+void MqttPresence::renewLater() {
+  later(around_->options.retainedExpiry / 2, [this] {
+    publishEntry({});
+    renewLater();
+  });
+}
+
+void MqttPresence::later(std::chrono::milliseconds delay, std::function<void()> task) {
+  around_->loop->after(delay, [life = std::weak_ptr(sessionLife_), task = std::move(task)] {
+    if (!life.expired()) task();
+  });
+}
+
+void MqttPresence::depart(const Connection& connection, std::function<void()> departed) const {
+  // The last that holds the connection: it says goodbye when the others can know.
+  connection->publish({.topic = topic(), .retain = true},
+                      [connection, departed = std::move(departed)](int) {
+                        connection->close();
+                        if (departed) departed();
+                      });
+}
+
+void MqttPresence::endSession() {
+  connection_ = nullptr;
+  sessionLife_ = nullptr;
+  for (const auto& reading : std::exchange(readings_, {})) reading.done(nullptr);
+}
+
+// ---- lists ----
+
+void MqttPresence::readFirst(const Connection& connection) {
+  connection_ = connection;
+  readOwnShard();
+}
+
+void MqttPresence::readOwnShard() {
+  roster_.beginReading();
+  read({false, [this](const MqttRoster* seen) {
+          if (seen) assess(*seen);
+        }});
+}
+
+/// Follows everybody in a small channel, and the own shard in a large one.
+void MqttPresence::assess(const MqttRoster& ownShard) {
+  const bool isLarge = estimate(ownShard) > around_->options.memberEventsCap;
+  if (isLarge) followOwnShardOnly();
+  if (isLarge || isRushed_) return finishReading(false);
+  followsAll_ = true;
+  read({true, [this](const MqttRoster* all) {
+          if (all) finishReading(true);
+        }});
+}
+
+void MqttPresence::finishReading(bool isWhole) {
+  hasRead_ = true;
+  later(around_->options.leftGrace, [this, isWhole, reading = roster_.reading()] {
+    const auto isMeant = [&](const std::string& userId) { return isWhole || isInOwnShard(userId); };
+    for (const auto& userId : roster_.removeUnseenSince(reading, isMeant))
+      tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
+  });
+  if (!std::exchange(isCorrected_, true)) correctLater();
+}
+
+/// Reads the list once more: a message may have been lost, and many may have come at once.
+void MqttPresence::correctLater() {
+  if (std::exchange(isCorrectionDue_, true)) return;
+  later(correctionTime(), [this] {
+    isCorrectionDue_ = isRushed_ = false;
+    readOwnShard();
+  });
+}
+
+void MqttPresence::read(Reading reading) {
+  readings_.push_back(std::move(reading));
+  if (readings_.size() == 1) startReading();
+}
+
+void MqttPresence::startReading() {
+  // Nobody else hears the fence, and it comes through the same queue as the list. A list of
+  // thousands with acknowledgements would fill the window that a broker keeps for them.
+  connection_->subscribe(readings_.front().isWhole ? allFilter() : shardFilter(), {}, {});
+  connection_->subscribe(fenceTopic(), {}, {});
+  connection_->publish({.topic = fenceTopic(), .payload = std::to_string(++fence_)}, {});
+}
+
+void MqttPresence::heardFence() {
+  if (readings_.empty()) return;
+  const auto reading = std::move(readings_.front());
+  readings_.pop_front();
+  if (reading.isWhole && !followsAll_) connection_->unsubscribe(allFilter());
+  if (!reading.isWhole && !announces_) connection_->unsubscribe(shardFilter());
+  if (!readings_.empty()) startReading();
+  reading.done(&reading.seen);
+}
+
+void MqttPresence::list(const Connection& connection, AgoraRtmMembersCompletion completion) {
+  connection_ = connection;
+  read({true, [this, completion = std::move(completion)](const MqttRoster* seen) {
+          if (!seen) return around_->tell(completion, std::nullopt);
+          auto all = *seen;
+          if (followsAll_) all.addAll(roster_);  // what is late is not lost
+          if (announces_) all.add(userId_, session_);
+          around_->tell(completion, all.userIds());
+        }});
+}
+
+void MqttPresence::count(const Connection& connection, AgoraRtmCountCompletion completion) {
+  connection_ = connection;
+  read({false, [this, completion = std::move(completion)](const MqttRoster* seen) {
+          if (!seen) return around_->tell(completion, std::nullopt);
+          const auto members = seen->size();
+          if (estimate(*seen) > around_->options.memberEventsCap) {
+            // Each user is in this shard with the probability p = 1/64: two standard deviations.
+            const auto error = 2 * mqttShardCount * std::sqrt(static_cast<double>(members));
+            return around_->tell(
+                completion, AgoraRtmMemberCount{estimate(*seen), static_cast<std::size_t>(error)});
+          }
+          read({true, [this, completion](const MqttRoster* all) {
+                  around_->tell(completion, all ? std::optional(AgoraRtmMemberCount{all->size()})
+                                                : std::nullopt);
+                }});
+        }});
+}
+
+// ---- what comes in ----
+
+void MqttPresence::received(const MqttTopic& topic, const MqttMessage& message) {
+  if (!connection_) return;
+  if (topic.kind == MqttTopic::Kind::presence) return heardEntry(topic, message);
+  if (topic.kind == MqttTopic::Kind::fence && message.payload == std::to_string(fence_))
+    heardFence();
+}
+
+void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message) {
+  const bool isEmpty = message.payload.empty();
+  if (topic.userId == userId_) return heardOwnEntry(topic, isEmpty);
+  if (!readings_.empty() && (readings_.front().isWhole || isInOwnShard(topic.userId))) {
+    auto& seen = readings_.front().seen;
+    isEmpty ? seen.remove(topic.userId, topic.session) : seen.add(topic.userId, topic.session);
+  }
+  if (!announces_ || (!followsAll_ && !isInOwnShard(topic.userId))) return;
+  const bool isNews = isEmpty ? roster_.remove(topic.userId, topic.session)
+                              : roster_.add(topic.userId, topic.session);
+  // Somewhat more than the cap, so that a channel of about that size does not go back and forth.
+  const auto cap = around_->options.memberEventsCap;
+  if (followsAll_ && roster_.size() > cap + cap / 4) followOwnShardOnly();
+  if (followsAll_ && !message.retain && isRush()) stopFollowingAll();
+  // Who was there before the join is listed, and not told.
+  if (!isNews || !tells_ || (message.retain && !hasRead_)) return;
+  tellMember(
+      isEmpty ? &AgoraRtmChannelDelegate::memberLeft : &AgoraRtmChannelDelegate::memberJoined,
+      topic.userId);
+}
+
+void MqttPresence::heardOwnEntry(const MqttTopic& topic, bool isEmpty) {
+  const bool isThisSession = topic.session == session_;
+  if (isThisSession && isEmpty) return publishEntry({});  // somebody swept too widely
+  if (isThisSession && !readings_.empty()) readings_.front().seen.add(userId_, session_);
+  if (isThisSession || isEmpty) return;
+  // A former session's, whose will was lost. Once each: another device's may be alive for a moment.
+  if (emptied_.size() == mostEmptied) emptied_.clear();
+  if (!emptied_.insert(topic.session).second) return;
+  connection_->publish(
+      {.topic = mqttPresenceTopic(around_->appId, channelId_, userId_, topic.session),
+       .retain = true},
+      {});
+}
+
+/// Everybody who came would be told to everybody: too much for a large channel.
+void MqttPresence::followOwnShardOnly() {
+  if (followsAll_) connection_->unsubscribe(allFilter());
+  followsAll_ = false;
+  roster_.removeIf([this](const std::string& userId) { return !isInOwnShard(userId); });
+}
+
+/// Whether so many come or go at once that following them would keep everybody else from coming.
+bool MqttPresence::isRush() {
+  const auto now = MqttLoop::Clock::now();
+  if (now > rushBegin_ + rushTime) rushBegin_ = now, rushCount_ = 0;
+  return ++rushCount_ > mostInRush;
+}
+
+/// Until it has calmed down: who came meanwhile is told when the list is read again.
+void MqttPresence::stopFollowingAll() {
+  followsAll_ = false;
+  isRushed_ = true;
+  connection_->unsubscribe(allFilter());
+  correctLater();
+}
+
+void MqttPresence::tellMember(void (AgoraRtmChannelDelegate::*what)(const std::string&,
+                                                                    const std::string&),
+                              const std::string& userId) const {
+  const auto delegate = around_->isGone ? nullptr : delegate_.lock();
+  if (delegate) ((*delegate).*what)(channelId_, userId);
+}
+
+}  // namespace zavelo::detail

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "zavelo/messaging/engines/mqtt/stream_internal.hpp"
+
+namespace zavelo::detail {
+
+/// Looks host names up on threads of its own, as a name server may take long to say nothing. Any
+/// thread.
+class MqttResolver : public std::enable_shared_from_this<MqttResolver> {
+ public:
+  struct Answer {
+    std::vector<MqttAddress> addresses{};
+    std::string problem{};  ///< when there is no address
+  };
+  using Taker = std::function<void(const Answer&)>;
+
+  /// The address when the host is one itself, and not a name.
+  static std::optional<MqttAddress> numeric(const std::string& host, std::uint16_t port);
+  /// Calls back on another thread. One look-up serves all who ask for the same meanwhile.
+  void resolve(const std::string& host, std::uint16_t port, Taker taker);
+
+ private:
+  using Name = std::pair<std::string, std::uint16_t>;
+
+  void answer(const Name& name, const Answer& answer);
+
+  std::mutex mutex_;
+  std::map<Name, std::vector<Taker>> waiting_;
+};
+
+}  // namespace zavelo::detail

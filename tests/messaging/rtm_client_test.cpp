@@ -35,7 +35,7 @@ class RtmClient : public ::testing::Test {
     if (const auto* peer = posted.info<ZVRTMPeerMessage>("message"))
       text += " " + peer->peerId + ": " + peer->message;
     if (const auto* channel = posted.info<ZVRTMChannelMessage>("message"))
-      text += " " + channel->channelId + ": " + channel->message;
+      text += " " + channel->channelId + ": " + channel->message + " by " + channel->senderId;
     if (const auto* member = posted.info<ZVRTMChannelMember>("user"))
       text += " " + member->channelId + ": " + member->userId;
     heard.push_back(text);
@@ -58,6 +58,7 @@ class RtmClient : public ::testing::Test {
   const std::shared_ptr<testing::ScriptedRtmKit> kit = std::make_shared<testing::ScriptedRtmKit>();
   const std::shared_ptr<testing::ManualQueue> queue = std::make_shared<testing::ManualQueue>();
   const std::shared_ptr<NotificationCentre> notifications = std::make_shared<NotificationCentre>();
+  const std::shared_ptr<testing::ManualClock> clock = std::make_shared<testing::ManualClock>();
   const test::FixedUser ann = test::FixedUser::member(7);
   std::shared_ptr<ZVRTMService> service = makeService(ann);
   std::vector<std::string> called;
@@ -65,8 +66,7 @@ class RtmClient : public ::testing::Test {
   std::vector<ObserverToken> tokens;
 
   std::shared_ptr<ZVRTMService> makeService(const ZVCurrentUserSource& users) {
-    return ZVRTMService::create(
-        {kit->factory(), &users, queue, notifications, std::make_shared<testing::ManualClock>()});
+    return ZVRTMService::create({kit->factory(), &users, queue, notifications, clock});
   }
 };
 
@@ -108,6 +108,84 @@ TEST_F(RtmClient, RepeatsAFailedLoginEveryFiveSeconds) {
   EXPECT_EQ(kit->asked().size(), 4u);
   EXPECT_THAT(called, ElementsAre("success"));
   EXPECT_THAT(log->text(), HasSubstr(ZVError::rtm("Login Failed", 9).description()));
+}
+
+TEST_F(RtmClient, SuccessOfAFailedLoginIsCalledByTheAutomaticOneThatSucceeds) {
+  service->connect(onSuccess());
+  changeState(1, 3);  // logs in again, before the first one is answered
+  kit->answer(2);
+  changeState(1, 3);  // and again: the retry that waits is cancelled
+  kit->answer(2);
+  kit->answer(0);
+  EXPECT_THAT(called, ElementsAre("success"));
+  service->connect(onSuccess());
+  kit->answer(2);
+  service->connect([this] { called.emplace_back("newer"); });
+  kit->answer(0);
+  EXPECT_THAT(called, ElementsAre("success", "newer"));
+  service->connect(onSuccess());
+  kit->answer(2);
+  service->disconnect();
+  queue->advance(seconds(60));
+  EXPECT_EQ(kit->asked().back(), "logout") << "no retry after it";
+}
+
+TEST_F(RtmClient, ResultIsAnsweredOnceInEveryCase) {
+  const auto note = [this](const Result<std::monostate, ZVError>& result) {
+    called.push_back(result ? "written" : result.error().description());
+  };
+  const auto listed = [this](const Result<std::vector<std::string>, ZVError>& result) {
+    called.push_back(result ? result->front() : result.error().description());
+  };
+  service->writeChannel("c", "hi", note);
+  service->listMembersOfChannel("c", listed);
+  join("c");
+  EXPECT_THAT(called, IsEmpty()) << "on the main queue";
+  service->writeChannel("c", "hi", note);
+  kit->answer(0);
+  service->listMembersOfChannel("c", listed);
+  kit->answerMembers(std::vector<std::string>{"7"});
+  service->writeChannel("c", "ho", note).cancel();
+  kit->answer(0);
+  service->listMembersOfChannel("c", listed);
+  kit->answerMembers(std::nullopt);
+  queue->runDue();
+  const auto nil = ZVError::rtm("Channel Instance Nil").description();
+  EXPECT_THAT(
+      called,
+      ElementsAre(nil, nil, "written", "7", ZVError::rtm("cancelled").description(),
+                  ZVError::rtm("Get Channel Members Failed", {}, "Channel: c").description()));
+}
+
+TEST_F(RtmClient, StatusTellsOfTheConnectionAndOfEachChannel) {
+  std::vector<ZVRTMStatus> posted;
+  tokens.push_back(notifications->addObserver(
+      std::string(ZaveloRTMStatusDidChange), [&](const Notification& notification) {
+        posted.push_back(*notification.info<ZVRTMStatus>("status"));
+      }));
+  service->connect();
+  kit->answer(0);
+  kit->delegate()->connectionProblemChanged("mqtt://h:1", "connection refused");
+  changeState(4, 5);
+  join("c");
+  service->joinChannel("d");
+  EXPECT_EQ(service->status().channels.at("d").state, AgoraRtmChannelState::joining);
+  kit->answer(5);
+  kit->delegate()->channelStateChanged("c", AgoraRtmChannelState::interrupted, "gone", seconds(2));
+  kit->delegate()->textDropped("c");
+  clock->advance(seconds(3));
+  kit->delegate()->channelStateChanged("c", AgoraRtmChannelState::resumed, "", {});
+  const auto status = service->status();
+  EXPECT_EQ(posted.size(), 9U);
+  EXPECT_EQ(status.problem, "connection refused");
+  EXPECT_EQ(status.state, rtmState::reconnecting);
+  EXPECT_EQ(status.droppedTexts, 1U);
+  ASSERT_EQ(status.channels.size(), 1U);
+  EXPECT_EQ(posted[7].channels.at("c").problem, "gone");
+  const auto gap = status.channels.at("c").gap;
+  EXPECT_TRUE(gap && gap->to - gap->from == seconds(5));
+  changeState(1, 6);
+  EXPECT_THAT(service->status().channels, IsEmpty());
 }
 
 TEST_F(RtmClient, MayBeAskedWhileItsKitIsMade) {
@@ -253,10 +331,10 @@ TEST_F(RtmClient, PostsWhatComesIn) {
   kit->channelDelegate()->memberJoined("c", "8");
   kit->channelDelegate()->memberLeft("c", "8");
   kit->delegate()->tokenDidExpire();
-  EXPECT_THAT(
-      heard,
-      ElementsAre("ZaveloDidReceivePeerMessage 8: psst", "ZaveloDidReceiveChannelMessage c: hi",
-                  "ZaveloUserDidLeaveChannel c: 8", "ZaveloUserDidLeaveChannel c: 8"));
+  EXPECT_THAT(heard,
+              ElementsAre("ZaveloDidReceivePeerMessage 8: psst",
+                          "ZaveloDidReceiveChannelMessage c: hi by 8",
+                          "ZaveloUserDidLeaveChannel c: 8", "ZaveloUserDidLeaveChannel c: 8"));
   EXPECT_THAT(log->text(), HasSubstr("Json String: psst, type: peer: 8"));
   EXPECT_THAT(log->text(), HasSubstr("Json String: hi, type: channel"));
   EXPECT_THAT(log->text(), HasSubstr("RTM Log - Member: 8 joined Channel: c"));

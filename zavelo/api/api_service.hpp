@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "zavelo/api/api_call.hpp"
+#include "zavelo/base/call.hpp"
 #include "zavelo/api/api_result.hpp"
 #include "zavelo/api/call_options.hpp"
 #include "zavelo/api/envelope_sink.hpp"

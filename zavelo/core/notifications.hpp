@@ -27,5 +27,7 @@ inline constexpr std::string_view ZaveloUserDidLeaveChannel = "ZaveloUserDidLeav
 inline constexpr std::string_view ZaveloUserDidJoinChannel = "ZaveloUserDidJoinChannel";
 /// The same user logged in to messaging elsewhere; this login is over.
 inline constexpr std::string_view ZaveloUserDidRemoteLogin = "ZaveloUserDidRemoteLogin";
+/// The connection or a channel's changed. Under `status`: a `ZVRTMStatus`.
+inline constexpr std::string_view ZaveloRTMStatusDidChange = "ZaveloRTMStatusDidChange";
 
 }  // namespace zavelo

@@ -7,8 +7,10 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
+#include "zavelo/base/call.hpp"
 #include "zavelo/base/export.hpp"
 #include "zavelo/base/result.hpp"
 #include "zavelo/core/error.hpp"
@@ -16,6 +18,7 @@
 #include "zavelo/messaging/agora_rtm_kit.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
 #include "zavelo/messaging/retry_options.hpp"
+#include "zavelo/messaging/rtm_status.hpp"
 #include "zavelo/platform/clock.hpp"
 #include "zavelo/platform/notification_centre.hpp"
 
@@ -26,9 +29,15 @@ class ZVRTMClientDelegate {
  public:
   virtual ~ZVRTMClientDelegate() = default;
   virtual void didReceiveChannelMessage(const std::string& channelId, const std::string& text) = 0;
+  /// The same with the user who sent it, for whom the engine vouches. This is what is called.
+  virtual void didReceiveChannelMessageFrom(const std::string& /*senderId*/,
+                                            const std::string& channelId, const std::string& text) {
+    didReceiveChannelMessage(channelId, text);
+  }
   virtual void didReceivePeerMessage(const std::string& peerId, const std::string& text) = 0;
   virtual void memberJoined(const std::string& channelId, const std::string& userId) = 0;
   virtual void memberLeft(const std::string& channelId, const std::string& userId) = 0;
+  virtual void statusChanged(const ZVRTMStatus& /*status*/) {}
 };
 
 /// The one object that talks to the messaging engine: it logs the current user in and again after a
@@ -43,6 +52,9 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   using Success = std::function<void()>;
   using Fail = std::function<void(const ZVError&)>;
   using Members = std::function<void(std::vector<std::string>)>;
+  /// Answered once, on the main queue; also when the call is cancelled, or the client is gone.
+  template <class T>
+  using Completion = std::function<void(Result<T, ZVError>)>;
 
   struct Collaborators {
     AgoraRtmKitFactory makeKit;
@@ -57,15 +69,17 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   void setDelegate(std::weak_ptr<ZVRTMClientDelegate> delegate);
   /// The last state that the engine reported; 0 before any.
   [[nodiscard]] AgoraRtmConnectionState connectStatus() const;
+  [[nodiscard]] ZVRTMStatus status() const;
 
   /// Logs the current user in: a member by the profile's id, a guest by the guest's. With neither
-  /// nothing happens. A failed attempt is repeated as the policy says, on the main queue; another
-  /// login takes the place of an attempt that waits.
+  /// nothing happens. A failed attempt is repeated as the policy says, on the main queue; `success`
+  /// is called by whichever attempt succeeds, also one that a lost connection starts. Another login
+  /// takes the place of an attempt that waits.
   void login(Success success, ZVRetryPolicy retryPolicy);
   void logout();
 
   void joinChannel(const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate,
-                   Success success, Fail fail);
+                   Success success, Fail fail, const AgoraRtmJoinOptions& options = {});
   /// Nothing happens for a channel that was never joined.
   void leaveChannel(const std::string& channelId, bool shouldDestroy);
   void send(const std::string& message, const std::string& peerId, Success success, Fail fail);
@@ -75,11 +89,32 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   /// The user ids, in the engine's order. No callback where they cannot be had.
   void getMembersOfChannel(const std::string& channelId, Members success);
 
+  // The same with an answer in every case.
+
+  ZVCall writeChannel(const std::string& channelId, const std::string& message,
+                      Completion<std::monostate> completion);
+  ZVCall listMembersOfChannel(const std::string& channelId,
+                              Completion<std::vector<std::string>> completion);
+  ZVCall countMembersOfChannel(const std::string& channelId,
+                               Completion<AgoraRtmMemberCount> completion);
+
+  // What the device tells the app.
+
+  /// The app will not run for a while: leaves its channels quietly, and comes back with `resume`.
+  void suspend() { kit()->suspend(); }
+  void resume() { kit()->resume(); }
+  void networkChanged() { kit()->networkChanged(); }
+  void setInBackground(bool isInBackground) { kit()->setInBackground(isInBackground); }
+
   // What the engine reports.
   void connectionStateChanged(AgoraRtmConnectionState state,
                               AgoraRtmConnectionChangeReason reason) override;
   void peerMessageReceived(const std::string& text, const std::string& peerId) override;
   void tokenDidExpire() override;
+  void connectionProblemChanged(const std::string& address, const std::string& problem) override;
+  void channelStateChanged(const std::string& channelId, AgoraRtmChannelState state,
+                           const std::string& problem, std::chrono::milliseconds silence) override;
+  void textDropped(const std::string& channelId) override;
   void memberJoined(const std::string& channelId, const std::string& userId) override;
   void memberLeft(const std::string& channelId, const std::string& userId) override;
   void channelMessageReceived(const std::string& channelId, const std::string& text,
@@ -92,7 +127,14 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   std::int64_t loginWorkerId();
   ZVAfterWorker& afterWorker(std::int64_t id);
   std::shared_ptr<ZVRTMClientDelegate> delegate() const;
+  void attempt(Success success, ZVRetryPolicy retryPolicy, std::uint64_t number);
   void login(const std::string& userId, const Success& success, const Fail& fail);
+  /// Replaces the success that waits for a login; returns the one that did.
+  Success exchangeWaiting(Success success, std::optional<std::uint64_t> number = {});
+  /// Changes the status as `change` says, and tells the delegate when it says that it did.
+  template <class Change>
+  void changeStatus(Change change);
+  void noteJoin(const std::string& channelId, bool isJoined);
   Result<std::shared_ptr<AgoraRtmChannel>, ZVError> channel(const std::string& channelId);
 
   const Collaborators with_;
@@ -101,7 +143,9 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   mutable std::mutex mutex_;  // guards what follows
   std::map<std::int64_t, ZVAfterWorker> afterWorkers_;
   std::optional<std::int64_t> loginWorkerId_;
-  AgoraRtmConnectionState connectStatus_ = 0;
+  Success waiting_;                ///< for whichever login succeeds
+  std::uint64_t loginNumber_ = 0;  ///< of the app's last login
+  ZVRTMStatus status_;
   std::weak_ptr<ZVRTMClientDelegate> delegate_;
 };
 

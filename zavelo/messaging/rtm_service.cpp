@@ -50,9 +50,39 @@ void ZVRTMService::getMembersOfChannel(const std::string& channel, Members succe
   rtmClient_->getMembersOfChannel(channel, std::move(success));
 }
 
+void ZVRTMService::joinChannel(const std::string& channelId, const AgoraRtmJoinOptions& options,
+                               Success success, Fail fail) {
+  rtmClient_->joinChannel(channelId, rtmClient_, std::move(success), std::move(fail), options);
+}
+
+ZVCall ZVRTMService::writeChannel(const std::string& channelId, const std::string& message,
+                                  ZVRTMClient::Completion<std::monostate> completion) {
+  return rtmClient_->writeChannel(channelId, message, std::move(completion));
+}
+
+ZVCall ZVRTMService::listMembersOfChannel(
+    const std::string& channel, ZVRTMClient::Completion<std::vector<std::string>> completion) {
+  return rtmClient_->listMembersOfChannel(channel, std::move(completion));
+}
+
+ZVCall ZVRTMService::countMembersOfChannel(
+    const std::string& channel, ZVRTMClient::Completion<AgoraRtmMemberCount> completion) {
+  return rtmClient_->countMembersOfChannel(channel, std::move(completion));
+}
+
 void ZVRTMService::didReceiveChannelMessage(const std::string& channelId, const std::string& text) {
+  didReceiveChannelMessageFrom({}, channelId, text);
+}
+
+void ZVRTMService::didReceiveChannelMessageFrom(const std::string& senderId,
+                                                const std::string& channelId,
+                                                const std::string& text) {
   notifications_->post(ZaveloDidReceiveChannelMessage,
-                       {{"message", ZVRTMChannelMessage{channelId, text}}});
+                       {{"message", ZVRTMChannelMessage{channelId, text, senderId}}});
+}
+
+void ZVRTMService::statusChanged(const ZVRTMStatus& status) {
+  notifications_->post(ZaveloRTMStatusDidChange, {{"status", status}});
 }
 
 void ZVRTMService::didReceivePeerMessage(const std::string& peerId, const std::string& text) {

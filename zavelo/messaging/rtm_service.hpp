@@ -20,6 +20,9 @@ struct ZVRTMPeerMessage {
 struct ZVRTMChannelMessage {
   std::string channelId;
   std::string message;
+  /// The user who sent it, for whom the engine vouches; what the message says of itself anybody can
+  /// write (`ZVStreamMessage::isFrom`).
+  std::string senderId{};
 
   bool operator==(const ZVRTMChannelMessage&) const = default;
 };
@@ -86,11 +89,39 @@ class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate,
              Fail fail = {});
   void getMembersOfChannel(const std::string& channel, Members success) override;
 
+  /// The same with options, like taking part without being listed.
+  void joinChannel(const std::string& channelId, const AgoraRtmJoinOptions& options,
+                   Success success = {}, Fail fail = {});
+  // Whose completion is answered in every case, once, on the main queue: also for a channel that is
+  // not joined. They can be cancelled.
+  ZVCall writeChannel(const std::string& channelId, const std::string& message,
+                      ZVRTMClient::Completion<std::monostate> completion);
+  ZVCall listMembersOfChannel(const std::string& channel,
+                              ZVRTMClient::Completion<std::vector<std::string>> completion);
+  /// How many are in a channel, without a list of them.
+  ZVCall countMembersOfChannel(const std::string& channel,
+                               ZVRTMClient::Completion<AgoraRtmMemberCount> completion);
+
+  /// How messaging is doing now; `ZaveloRTMStatusDidChange` is posted at each change.
+  [[nodiscard]] ZVRTMStatus status() const { return rtmClient_->status(); }
+
+  // What the device tells the app.
+
+  /// The app will not run for a while: it leaves its channels quietly, until `resume`.
+  void suspend() { rtmClient_->suspend(); }
+  void resume() { rtmClient_->resume(); }
+  /// The device has changed its network: dead connections are found out now.
+  void networkChanged() { rtmClient_->networkChanged(); }
+  void setInBackground(bool isInBackground) { rtmClient_->setInBackground(isInBackground); }
+
   // What the client reports.
   void didReceiveChannelMessage(const std::string& channelId, const std::string& text) override;
+  void didReceiveChannelMessageFrom(const std::string& senderId, const std::string& channelId,
+                                    const std::string& text) override;
   void didReceivePeerMessage(const std::string& peerId, const std::string& text) override;
   void memberJoined(const std::string& channelId, const std::string& userId) override;
   void memberLeft(const std::string& channelId, const std::string& userId) override;
+  void statusChanged(const ZVRTMStatus& status) override;
 
  private:
   explicit ZVRTMService(ZVRTMClient::Collaborators collaborators);

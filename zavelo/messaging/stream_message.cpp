@@ -55,6 +55,10 @@ bool ZVStreamMessage::isMine(const ZVCurrentUserSource& users) const {
   return user && user->userInfo && user->userInfo->userId && user->userInfo->userId == senderUserId;
 }
 
+bool ZVStreamMessage::isFrom(const std::string& senderId) const {
+  return senderUserId && std::to_string(*senderUserId) == senderId;
+}
+
 std::shared_ptr<ZVStreamMessage> ZVStreamMessage::duplicate() const {
   return std::make_shared<ZVStreamMessage>(static_cast<const ZVStreamMessageFields&>(*this));
 }

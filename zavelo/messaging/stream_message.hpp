@@ -40,6 +40,9 @@ class ZAVELO_EXPORT ZVStreamMessage : public ZVStringMessage, public ZVStreamMes
   [[nodiscard]] ZVMessageType type() const;
   /// Whether the current user sent it. Never so for a guest, who has no profile.
   [[nodiscard]] bool isMine(const ZVCurrentUserSource& users = ZVCurrentUserSource::shared()) const;
+  /// Whether it says of itself what the messaging service vouches for: that this user sent it (the
+  /// `senderId` of a `ZVRTMChannelMessage`).
+  [[nodiscard]] bool isFrom(const std::string& senderId) const;
   /// A plain event with the same fields; what a subclass adds is left behind.
   [[nodiscard]] std::shared_ptr<ZVStreamMessage> duplicate() const;
 

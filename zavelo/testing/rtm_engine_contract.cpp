@@ -62,6 +62,17 @@ void secondLoginOfAUserEndsTheFirst(RtmEngineUnderTest& engine) {
   first.expect({});
 }
 
+void channelsComeBackWithANewLogin(RtmEngineUnderTest& engine) {
+  RtmPerson first(engine, "ann"), second(engine, "ann"), bob(engine, "bob");
+  for (auto* each : {&first, &bob}) each->login(), each->join("c"), each->join("d");
+  second.login();
+  first.leave("d", rtmCode::notLoggedIn);
+  first.login();
+  require(first.getsThrough("c", "back"), "a channel did not come back with a new login");
+  require(bob.heardSoon("c ann: back"), "a channel came back for one side only");
+  first.say("d", "x", rtmCode::notInChannel);
+}
+
 void channelMessagesReachTheOthers(RtmEngineUnderTest& engine) {
   RtmPerson ann(engine, "ann"), bob(engine, "bob"), eve(engine, "eve");
   for (auto* each : {&ann, &bob, &eve}) each->login();
@@ -195,6 +206,7 @@ constexpr RtmContractClause clauses[] = {
     {"LogoutEndsEverything", checked<logoutEndsEverything>},
     {"NothingWorksWithoutLogin", checked<nothingWorksWithoutLogin>},
     {"SecondLoginOfAUserEndsTheFirst", checked<secondLoginOfAUserEndsTheFirst>},
+    {"ChannelsComeBackWithANewLogin", checked<channelsComeBackWithANewLogin>},
     {"ChannelMessagesReachTheOthers", checked<channelMessagesReachTheOthers>},
     {"PeerMessagesReachOnePeer", checked<peerMessagesReachOnePeer>},
     {"MembersAreToldAndListed", checked<membersAreToldAndListed>},

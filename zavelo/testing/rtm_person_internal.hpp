@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -125,6 +127,28 @@ class RtmPerson {
   void tell(const std::string& peerId, const std::string& text,
             std::int64_t expected = rtmCode::success) {
     await("peer message", expected, [&](auto done) { kit->send(text, peerId, std::move(done)); });
+  }
+
+  /// Says it until it is acknowledged.
+  bool getsThrough(const std::string& id, const std::string& text) {
+    const auto isSent = std::make_shared<std::atomic<bool>>(false);
+    const auto isUnderWay = std::make_shared<std::atomic<bool>>(false);
+    const auto isThrough = [&] {
+      if (*isSent || isUnderWay->exchange(true)) return isSent->load();
+      channel(id).send(text, [isSent, isUnderWay](std::int64_t code) {
+        *isSent = code == rtmCode::success;
+        *isUnderWay = false;
+      });
+      return false;
+    };
+    // An engine that works step by step is asked what holds once a step.
+    return engine_.waitUntil(isThrough) || engine_.waitUntil(isThrough);
+  }
+  bool heardSoon(const std::string& event) {
+    return engine_.waitUntil([&] {
+      const auto heard = ears->heard();
+      return std::find(heard.begin(), heard.end(), event) != heard.end();
+    });
   }
 
   /// The user ids in alphabetical order; absent when they cannot be had.

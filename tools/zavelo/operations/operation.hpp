@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tools/zavelo/arguments/argument.hpp"
-#include "zavelo/api/api_call.hpp"
+#include "zavelo/base/call.hpp"
 #include "zavelo/api/api_result.hpp"
 #include "zavelo/base/entity_name.hpp"
 #include "zavelo/json/json.hpp"

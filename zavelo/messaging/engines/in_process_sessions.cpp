@@ -34,12 +34,27 @@ std::int64_t InProcessSessions::login(SessionId id, const std::string& userId) {
     end(other->second, rtmState::aborted, rtmReason::remoteLogin);
   session.userId = userId;
   users_[name] = id;
+  if (session.lastUserId != userId) session.joined.clear();
+  session.lastUserId = userId;
   tell(session, rtmState::connected, rtmReason::loginSuccess);
+  restoreChannels(id);
   return rtmCode::success;
 }
 
+void InProcessSessions::restoreChannels(SessionId id) {
+  const Session& session = sessions_.at(id);
+  for (const auto& [channelId, channelDelegate] : session.joined) {
+    enter(id, {session.appId, channelId}, channelDelegate);
+    if (const auto delegate = session.delegate.lock())
+      delegate->channelStateChanged(channelId, AgoraRtmChannelState::resumed, {}, {});
+  }
+}
+
 std::int64_t InProcessSessions::logout(SessionId id) {
-  if (sessions_.at(id).userId.empty()) return rtmCode::notLoggedIn;
+  if (sessions_.at(id).userId.empty()) {
+    sessions_.at(id).joined.clear();
+    return rtmCode::notLoggedIn;
+  }
   end(id, rtmState::disconnected, rtmReason::logout);
   return rtmCode::success;
 }
@@ -55,6 +70,12 @@ void InProcessSessions::end(SessionId id, AgoraRtmConnectionState state,
   for (const auto& channel : joined) remove(id, channel);
   users_.erase({session.appId, session.userId});
   session.userId.clear();
+  if (reason == rtmReason::logout) session.joined.clear();
+  const auto delegate = session.delegate.lock();
+  for (const auto& [channelId, channelDelegate] : session.joined)
+    if (delegate)
+      delegate->channelStateChanged(channelId, AgoraRtmChannelState::interrupted, "not logged in",
+                                    {});
   tell(session, state, reason);
 }
 
@@ -79,20 +100,26 @@ InProcessSessions::Members* InProcessSessions::membersWith(SessionId id, const N
 
 std::int64_t InProcessSessions::join(SessionId id, const std::string& channelId,
                                      const ChannelDelegate& delegate) {
-  const Session& session = sessions_.at(id);
+  Session& session = sessions_.at(id);
   if (session.userId.empty()) return rtmCode::notLoggedIn;
   const Name channel{session.appId, channelId};
   if (membersWith(id, channel) != nullptr) return rtmCode::joinAlreadyJoined;
-  Members& members = channels_[channel];
-  for (const Member& member : members)
-    if (const auto hearing = member.delegate.lock())
-      hearing->memberJoined(channelId, session.userId);
-  members.push_back({id, session.userId, delegate});
+  session.joined[channelId] = delegate;
+  enter(id, channel, delegate);
   return rtmCode::success;
 }
 
+void InProcessSessions::enter(SessionId id, const Name& channel, const ChannelDelegate& delegate) {
+  const std::string& userId = sessions_.at(id).userId;
+  Members& members = channels_[channel];
+  for (const Member& member : members)
+    if (const auto hearing = member.delegate.lock()) hearing->memberJoined(channel.second, userId);
+  members.push_back({id, userId, delegate});
+}
+
 std::int64_t InProcessSessions::leave(SessionId id, const std::string& channelId) {
-  const Session& session = sessions_.at(id);
+  Session& session = sessions_.at(id);
+  session.joined.erase(channelId);
   if (session.userId.empty()) return rtmCode::notLoggedIn;
   const Name channel{session.appId, channelId};
   if (membersWith(id, channel) == nullptr) return rtmCode::notInChannel;

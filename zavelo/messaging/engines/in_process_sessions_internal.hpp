@@ -36,7 +36,10 @@ class InProcessSessions {
   struct Session {
     std::string appId;
     std::weak_ptr<AgoraRtmDelegate> delegate;
-    std::string userId;  // empty: not logged in
+    std::string userId{};  // empty: not logged in
+    /// What the last user has joined and not left; comes back with the next login.
+    std::string lastUserId{};
+    std::map<std::string, ChannelDelegate> joined{};
   };
   struct Member {
     SessionId session;
@@ -50,6 +53,8 @@ class InProcessSessions {
                    AgoraRtmConnectionChangeReason reason);
   void end(SessionId id, AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
   void remove(SessionId id, const Name& channel);
+  void enter(SessionId id, const Name& channel, const ChannelDelegate& delegate);
+  void restoreChannels(SessionId id);
   Members* membersWith(SessionId id, const Name& channel);
 
   std::map<SessionId, Session> sessions_;

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "zavelo/messaging/agora_rtm_kit.hpp"
+
+namespace zavelo {
+
+/// How messaging is doing: `ZVRTMService::status()`, and `ZaveloRTMStatusDidChange` at each change.
+struct ZVRTMStatus {
+  using Time = std::chrono::system_clock::time_point;
+
+  /// What was said in a channel from the one to the other did not arrive here.
+  struct Gap {
+    Time from, to;
+  };
+  struct Channel {
+    AgoraRtmChannelState state = AgoraRtmChannelState::joining;
+    Time since{};              ///< of an interruption, when the connection was last known to work
+    std::string problem{};     ///< why it was interrupted or given up, in words
+    std::optional<Gap> gap{};  ///< the last one
+  };
+
+  /// The login's, as the engine reported them last; 0 before any report.
+  AgoraRtmConnectionState state = 0;
+  AgoraRtmConnectionChangeReason reason = 0;
+  Time since{};
+  /// Where the service is, like "mqtt://127.0.0.1:1883", and why it cannot be reached, in words;
+  /// empty while it is reached. Not every engine knows.
+  std::string address{};
+  std::string problem{};
+  /// Those that the app has joined and not left.
+  std::map<std::string, Channel> channels{};
+  /// Texts that were not passed on, as they were too long or no UTF-8.
+  std::size_t droppedTexts = 0;
+};
+
+}  // namespace zavelo

@@ -24,7 +24,7 @@ file(RELATIVE_PATH ZAVELO_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 # A static library leaves its own dependencies to whoever links it.
 if(NOT BUILD_SHARED_LIBS)
   set(ZAVELO_PC_REQUIRES "libcurl sqlite3 simdjson libjpeg libutf8proc")
-  set(ZAVELO_MQTT_PC_REQUIRES ", libssl")
+  set(ZAVELO_MQTT_PC_REQUIRES ", openssl")
 endif()
 foreach(package zavelo zavelo-mqtt zavelo-testing)
   configure_file(cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)

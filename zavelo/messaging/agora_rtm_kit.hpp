@@ -91,7 +91,7 @@ class AgoraRtmDelegate {
 
   // What not every engine reports.
 
-  /// Where the service is, and why it cannot be reached, in words; an empty problem: it is reached.
+  /// Where the service is, and why it cannot be reached, in words; an empty problem: none is known.
   virtual void connectionProblemChanged(const std::string& /*address*/,
                                         const std::string& /*problem*/) {}
   /// A joined channel was interrupted, resumed or given up. `silence`: of an interruption, how long

@@ -182,8 +182,10 @@ void ZVRTMClient::joinChannel(const std::string& channelId,
   const auto channel = kit()->createChannel(channelId, std::move(delegate));
   if (!channel) return report(ZVError::rtm("Create Channel Failed"), fail, ZVLogPosition(function));
   changeStatus([&](ZVRTMStatus& status) {
-    return status.channels.try_emplace(channelId, AgoraRtmChannelState::joining, with_.clock->now())
-        .second;
+    const auto [entry, isNew] = status.channels.try_emplace(channelId);
+    const bool isFresh = isNew || entry->second.state == AgoraRtmChannelState::givenUp;
+    if (isFresh) entry->second = {AgoraRtmChannelState::joining, with_.clock->now()};
+    return isFresh;
   });
   const auto noting = [weak = weak_from_this(), channelId](bool isJoined) {
     if (const auto self = weak.lock()) self->noteJoin(channelId, isJoined);

@@ -38,6 +38,7 @@ MqttPlan MqttSurroundings::planFor(const std::string& userId,
                                    std::string willTopic) {
   MqttPlan plan;
   plan.broker = brokers[broker_];
+  if (address_.empty()) report(plan.broker.text(), {});
   plan.resolver = resolver;
   if (plan.broker.tls && !trust_) trust_ = MqttTrust::read(options.caFile, plan.problem);
   if (plan.broker.tls) plan.trust = trust_;

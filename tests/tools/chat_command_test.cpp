@@ -3,8 +3,10 @@
 #include <csignal>
 #include <fstream>
 
+#include "sandbox/broker/broker_process.hpp"
 #include "tests/tools/command_fixture.hpp"
 #include "tests/tools/pseudo_terminal.hpp"
+#include "zavelo/messaging/engines/mqtt_topics.hpp"
 
 // Chat between processes, over a real broker.
 
@@ -61,6 +63,32 @@ TEST_F(ChatCommandTest, CarriesWhatIsSaidToOthersWhoSaveIt) {
       AllOf(HasSubstr("\"one\""), HasSubstr("\"two\""), HasSubstr("\"kind\":\"gift\""));
   EXPECT_THAT(heard.output, AllOf(isAll, HasSubstr("\"giftName\":\"Rose\"")));
   EXPECT_THAT(runCommand({"replay", saved, "--speed", "max"}).output, isAll);
+}
+
+TEST_F(ChatCommandTest, SaysWhyItWaitsForItsBrokerAndJoinsOnceThatIsThere) {
+  const auto port = sandbox::BrokerProcess::start({}).value()->port();
+  auto arguments = of("bob", {"chat", "--channel", "c", "--exit-after", "0s"});
+  arguments.back() = "mqtt://127.0.0.1:" + std::to_string(port);
+  const auto alone = runCommand(arguments);
+  EXPECT_EQ(alone.status, 1);
+  EXPECT_THAT(alone.error, HasSubstr(arguments.back() + ": connection refused; still trying"));
+  arguments[4] = "1";
+  const auto bob = startCommand(arguments);
+  auto broker = sandbox::BrokerProcess::start({.port = port, .master = "eve"}).value();
+  EXPECT_EQ(bob->nextLine(), R"({"channel":"c","kind":"joined"})");
+  EXPECT_THAT(bob->nextLine(), HasSubstr(R"("kind":"members")"));
+  broker.reset();
+  EXPECT_THAT(bob->nextLine(), HasSubstr(R"({"channel":"c","kind":"interrupted","problem":")"));
+  broker = sandbox::BrokerProcess::start({.port = port, .master = "eve"}).value();
+  EXPECT_THAT(bob->nextLine(), HasSubstr(R"({"channel":"c","kind":"resumed","from":)"));
+  const auto topic = mqttChannelTopic("", "c", "eve");
+  const auto said = ChildProcess::start(
+      "/usr/bin/mosquitto_pub",
+      {"-V", "5", "-p", std::to_string(port), "-u", "eve", "-t", topic, "-m",
+       R"({"type":1,"message":"{\"senderUserId\":7,\"message\":\"as Ann\"}"})"});
+  EXPECT_EQ((*said)->wait().status, 0);
+  EXPECT_THAT(bob->wait().output,
+              HasSubstr(R"("kind":"message","senderId":"eve","senderUserId":7)"));
 }
 
 TEST_F(ChatCommandTest, EndsByAnInterruptionOrASignInElsewhere) {

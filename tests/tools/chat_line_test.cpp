@@ -47,8 +47,12 @@ TEST(ChatLine, SaysWhatAnEventOfAnyKindIsAbout) {
 TEST(ChatLine, GivesAProgramTheChannelTheKindAndTheFields) {
   ZVStreamMessage event;
   event.message = "hi";
+  event.senderUserId = 7;
+  EXPECT_THAT(eventLine("c", 3, event, "7").json,
+              StartsWith(R"({"channel":"c","kind":"like","senderId":"7",)"));
+  EXPECT_THAT(eventLine("c", 3, event, "8").text, StartsWith("(really from 8) "));
   EXPECT_THAT(eventLine("c", 3, event).json,
-              StartsWith(R"({"channel":"c","kind":"like","senderUserId":null,)"));
+              StartsWith(R"({"channel":"c","kind":"like","senderUserId":7,)"));
   EXPECT_THAT(eventLine("", 3, event).json, StartsWith(R"({"kind":"like",)"));
   EXPECT_EQ(undecodableLine("c", "\xff", "invalid UTF-8").json,
             R"({"channel":"c","kind":"undecodable","fault":"invalid UTF-8"})");

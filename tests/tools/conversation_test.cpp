@@ -39,6 +39,7 @@ struct Person {
                                        return true;
                                      },
                                  .error = [this](const auto& reason) { errors.push_back(reason); },
+                                 .delay = [this](const auto& why) { delays.push_back(why); },
                                  .joined = [] {},
                                  .allSaid = [] {},
                                  .over = [this](bool good) { isGood = good; }});
@@ -49,7 +50,7 @@ struct Person {
   std::shared_ptr<ZVRTMService> service;
   std::shared_ptr<Conversation> talk;
   std::vector<std::string> lines;
-  std::vector<std::string> errors;
+  std::vector<std::string> errors, delays;
   std::optional<bool> isGood;  // once it is over
 };
 
@@ -75,9 +76,10 @@ TEST_F(ConversationTest, ShowsWhoIsThereWhatIsSaidAndWhoComesAndGoes) {
   queue_->advance(1s);
   bob.talk->end();
   queue_->advance(1s);
-  EXPECT_THAT(ann.lines, ElementsAre("* joined c", "* here: 1", "* 2 came", "Ann: hi",
-                                     "Bob: hello\\x1b", "* 2 went"));
-  EXPECT_THAT(bob.lines, ElementsAre("* joined c", "* here: 1 2", "Ann: hi", "Bob: hello\\x1b"));
+  EXPECT_THAT(ann.lines, ElementsAre("* joined c", "* here: Ann (1)", "* 2 came", "Ann: hi",
+                                     "Bob: hello\\x1b", "* Bob (2) went"));
+  EXPECT_THAT(bob.lines,
+              ElementsAre("* joined c", "* here: 1 Bob (2)", "Ann: hi", "Bob: hello\\x1b"));
   EXPECT_EQ(bob.isGood, true);
   EXPECT_FALSE(bob.service->isConnected());
   EXPECT_EQ(ann.isGood, std::nullopt);
@@ -92,7 +94,7 @@ TEST_F(ConversationTest, EndsAfterSoManyEventsOfOthers) {
   bob.talk->say("four");
   queue_->advance(1s);
   EXPECT_EQ(ann.isGood, true);
-  EXPECT_THAT(ann.lines, ElementsAre("* joined c", "* here: 1 2", "Bob: one", "Bob: two"));
+  EXPECT_THAT(ann.lines, ElementsAre("* joined c", "* here: Ann (1) 2", "Bob: one", "Bob: two"));
 }
 
 TEST_F(ConversationTest, FailsWhenTheUserSignsInElsewhere) {
@@ -192,10 +194,11 @@ TEST_F(SlowConversation, NamesWhatIsNotAcknowledgedInTime) {
   EXPECT_EQ(kit_->asked().back(), "logout");
 }
 
-TEST_F(SlowConversation, GivesUpEnteringWhenNobodyAnswersOrItIsRefused) {
+TEST_F(SlowConversation, WaitsForTheServiceAndGivesUpWhenTheChannelIsRefused) {
+  kit_->delegate()->connectionProblemChanged("mqtt://h:1", "connection refused");
   queue_->advance(1min);
-  EXPECT_THAT(ann_.errors, ElementsAre("could not log in to messaging within 15 seconds"));
-  EXPECT_EQ(ann_.isGood, false);
+  EXPECT_THAT(ann_.delays, ElementsAre("mqtt://h:1: connection refused; still trying"));
+  EXPECT_EQ(ann_.isGood, std::nullopt);
 
   const auto kit = std::make_shared<testing::ScriptedRtmKit>();
   Person bob(queue_, clock_, kit->factory(), 2, "Bob");

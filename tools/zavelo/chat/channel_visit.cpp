@@ -9,6 +9,7 @@ namespace zavelo::command {
 namespace {
 
 constexpr std::chrono::seconds patience{15};
+constexpr std::chrono::milliseconds firstWord{1'500};
 constexpr std::chrono::milliseconds logoutLook{10};
 constexpr int logoutLooks = 200;
 
@@ -29,14 +30,22 @@ void ChannelVisit::post(Step step) {
   });
 }
 
-void ChannelVisit::enter(Heard heard, Outcome entered) {
+void ChannelVisit::enter(Heard heard, Outcome entered, Patience howLong) {
   entered_ = std::move(entered);
   hear(std::move(heard));
-  with_.queue->postAfter(patience, [weak = weak_from_this()] {
-    if (const auto self = weak.lock())
-      self->answer(self->isConnected() ? "no answer to the joining of " + self->channel_
-                                       : "could not log in to messaging within 15 seconds");
+  with_.queue->postAfter(firstWord, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->sayNoAnswer();
   });
+  if (howLong == Patience::limited)
+    with_.queue->postAfter(patience, [weak = weak_from_this()] {
+      const auto self = weak.lock();
+      if (!self) return;
+      const auto status = self->with_.service->status();
+      const auto place = status.address + (status.problem.empty() ? "" : ": " + status.problem);
+      self->answer(self->isConnected()
+                       ? "no answer to the joining of " + self->channel_
+                       : "could not log in to messaging within 15 seconds: " + place);
+    });
   // Notifications and callbacks hold the visit weakly: the service outlives it.
   with_.service->connect([step = steps()] { step([](ChannelVisit& visit) { visit.join(); }); });
 }
@@ -71,8 +80,8 @@ void ChannelVisit::hear(Heard heard) {
     const auto self = weak.lock();
     const auto* message = posted.info<ZVRTMChannelMessage>("message");
     if (!self || message == nullptr || message->channelId != self->channel_) return;
-    self->post([text = message->message](ChannelVisit& visit) {
-      if (const auto hear = visit.heard_.message) hear(text);
+    self->post([heard = *message](ChannelVisit& visit) {
+      if (const auto hear = visit.heard_.message) hear(heard.message, heard.senderId);
     });
   });
   observe(ZaveloUserDidLeaveChannel, [weak = weak_from_this()](const Notification& posted) {
@@ -83,6 +92,12 @@ void ChannelVisit::hear(Heard heard) {
       if (const auto hear = visit.heard_.membersChanged) hear();
     });
   });
+  observe(ZaveloRTMStatusDidChange, [weak = weak_from_this()](const Notification& posted) {
+    const auto self = weak.lock();
+    const auto* status = posted.info<ZVRTMStatus>("status");
+    if (!self || status == nullptr) return;
+    self->post([heard = *status](ChannelVisit& visit) { visit.hearStatus(heard); });
+  });
   observe(ZaveloUserDidRemoteLogin, [weak = weak_from_this()](const Notification&) {
     const auto self = weak.lock();
     if (!self) return;
@@ -91,6 +106,26 @@ void ChannelVisit::hear(Heard heard) {
       if (const auto hear = visit.heard_.remoteLogin) hear();
     });
   });
+}
+
+void ChannelVisit::hearStatus(const ZVRTMStatus& status) {
+  const auto problem = status.address + ": " + status.problem;
+  if (entered_ && !status.problem.empty() && problem != problem_) {
+    problem_ = problem;
+    if (const auto hear = heard_.problem) hear(problem);
+  }
+  const auto entry = status.channels.find(channel_);
+  if (entry == status.channels.end()) return;
+  const auto state = std::exchange(state_, entry->second.state);
+  using enum AgoraRtmChannelState;
+  if (state == state_ || (state_ != interrupted && state_ != resumed && state_ != givenUp)) return;
+  if (const auto hear = heard_.channel) hear(entry->second);
+}
+
+void ChannelVisit::sayNoAnswer() {
+  if (!entered_ || !problem_.empty()) return;
+  problem_ = with_.service->status().address + ": no answer yet";
+  if (const auto hear = heard_.problem) hear(problem_);
 }
 
 void ChannelVisit::send(const std::string& text, Outcome sent) {

@@ -23,9 +23,13 @@ class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
   };
   /// What comes in once the channel is joined; may be empty.
   struct Heard {
-    std::function<void(const std::string& text)> message;
+    std::function<void(const std::string& text, const std::string& senderId)> message;
     std::function<void()> membersChanged;  ///< somebody came or went
     std::function<void()> remoteLogin;     ///< the visit is over: the user logged in elsewhere
+    /// Why the service cannot be reached, before the channel is joined; once for each reason.
+    std::function<void(const std::string& problem)> problem{};
+    /// The channel was interrupted, or has been resumed.
+    std::function<void(const ZVRTMStatus::Channel&)> channel{};
   };
   /// Absent: it worked. Else one sentence.
   using Outcome = std::function<void(std::optional<std::string> failure)>;
@@ -33,8 +37,10 @@ class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
   [[nodiscard]] static std::shared_ptr<ChannelVisit> create(Collaborators with,
                                                             std::string channel);
 
-  /// Nobody who does not answer within 15 seconds is waited for.
-  void enter(Heard heard, Outcome entered);
+  /// Without an answer for 15 seconds it fails, unless the visit is to wait for as long as it
+  /// takes.
+  enum class Patience { limited, unlimited };
+  void enter(Heard heard, Outcome entered, Patience howLong = Patience::limited);
   void send(const std::string& text, Outcome sent);
   /// Not called when the engine cannot tell.
   void members(std::function<void(std::vector<std::string>)> told);
@@ -50,6 +56,8 @@ class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
   void hear(Heard heard);
   void join();
   void answer(std::optional<std::string> failure);
+  void hearStatus(const ZVRTMStatus& status);
+  void sayNoAnswer();
   using Step = std::function<void(ChannelVisit&)>;
   void post(Step step);
   /// Posts, from any thread, as long as the visit lives.
@@ -60,6 +68,8 @@ class ChannelVisit : public std::enable_shared_from_this<ChannelVisit> {
   const std::string channel_;
   Heard heard_;
   Outcome entered_;
+  std::string problem_;  // as last told
+  AgoraRtmChannelState state_ = AgoraRtmChannelState::joining;
   std::vector<ObserverToken> observers_;
 };
 

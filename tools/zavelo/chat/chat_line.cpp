@@ -1,6 +1,7 @@
 #include "tools/zavelo/chat/chat_line.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -104,13 +105,22 @@ std::string kindName(std::int64_t type) {
   return kind ? std::string(caseName(*kind)) : numberText(type);
 }
 
-ChatLine eventLine(std::string_view channel, std::int64_t type, const ZVStreamMessage& event) {
+bool claimsAnother(const ZVStreamMessage& event, const std::string& senderId) {
+  return !senderId.empty() && event.senderUserId && !event.isFrom(senderId);
+}
+
+ChatLine eventLine(std::string_view channel, std::int64_t type, const ZVStreamMessage& event,
+                   const std::string& senderId) {
   const std::string kind = kindName(type);
-  std::string json = encoded(lineObject(channel, kind));
+  auto object = lineObject(channel, kind);
+  if (!senderId.empty()) object.set("senderId", senderId);
+  std::string json = encoded(std::move(object));
   if (const auto fields = event.toJsonString())  // {"kind":"like"} and {"senderUserId":7,...}
     json.replace(json.size() - 1, 1, "," + fields->substr(1));
   const bool isChatLine = type == rawValue(ZVMessageType::message);
-  return {std::move(json), printable(sentence(kind, isChatLine, event))};
+  const std::string warning =
+      claimsAnother(event, senderId) ? "(really from " + senderId + ") " : "";
+  return {std::move(json), printable(warning + sentence(kind, isChatLine, event))};
 }
 
 ChatLine undecodableLine(std::string_view channel, const std::string& text,
@@ -127,18 +137,57 @@ ChatLine joinedLine(std::string_view channel) {
   return {encoded(lineObject(channel, "joined")), printable("* joined " + std::string(channel))};
 }
 
-ChatLine membersLine(std::string_view channel, const std::vector<std::string>& ids) {
+namespace {
+
+/// "Ann (7)", or the id alone.
+std::string nameOf(const std::string& userId, const MemberNames& names) {
+  const auto known = names.find(userId);
+  return known == names.end() ? userId : known->second + " (" + userId + ")";
+}
+
+std::int64_t milliseconds(ZVRTMStatus::Time time) {
+  return std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch()).count();
+}
+
+}  // namespace
+
+ChatLine membersLine(std::string_view channel, const std::vector<std::string>& ids,
+                     const MemberNames& names) {
   auto object = lineObject(channel, "members");
   object.set("userIds", json::Array(ids.begin(), ids.end()));
   std::string text = "* here:";
-  for (const auto& id : ids) text += " " + id;
+  for (const auto& id : ids) text += " " + nameOf(id, names);
   return {encoded(std::move(object)), printable(text)};
 }
 
-ChatLine memberLine(std::string_view channel, const std::string& userId, bool came) {
+ChatLine memberLine(std::string_view channel, const std::string& userId, bool came,
+                    const MemberNames& names) {
   auto object = lineObject(channel, came ? "memberJoined" : "memberLeft");
   object.set("userId", userId);
-  return {encoded(std::move(object)), printable("* " + userId + (came ? " came" : " went"))};
+  if (const auto known = names.find(userId); known != names.end())
+    object.set("displayName", known->second);
+  return {encoded(std::move(object)),
+          printable("* " + nameOf(userId, names) + (came ? " came" : " went"))};
+}
+
+ChatLine channelLine(std::string_view channel, const ZVRTMStatus::Channel& status) {
+  if (status.state == AgoraRtmChannelState::resumed) {
+    auto object = lineObject(channel, "resumed");
+    std::string text = "* connected again";
+    if (const auto& gap = status.gap) {
+      object.set("from", milliseconds(gap->from));
+      object.set("to", milliseconds(gap->to));
+      text += ", after " +
+              numberText(std::chrono::floor<std::chrono::seconds>(gap->to - gap->from).count()) +
+              " s of which nothing is shown";
+    }
+    return {encoded(std::move(object)), printable(text)};
+  }
+  const bool isGivenUp = status.state == AgoraRtmChannelState::givenUp;
+  auto object = lineObject(channel, isGivenUp ? "givenUp" : "interrupted");
+  object.set("problem", status.problem);
+  return {encoded(std::move(object)),
+          printable((isGivenUp ? "* given up: " : "* interrupted: ") + status.problem)};
 }
 
 }  // namespace zavelo::command

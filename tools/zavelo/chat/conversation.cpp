@@ -35,22 +35,32 @@ void Conversation::start() {
     };
   };
   with_.visit->enter(
-      {.message = listening([](Conversation& self, const std::string& text) { self.hear(text); }),
+      {.message = listening([](Conversation& self, const std::string& text,
+                               const std::string& senderId) { self.hear(text, senderId); }),
        .membersChanged = listening([](Conversation& self) { self.lookForMembers(); }),
        .remoteLogin = listening([](Conversation& self) {
          self.fail("signed in elsewhere");
          self.leave();
+       }),
+       .problem = listening([](Conversation& self, const std::string& problem) {
+         if (self.told_.delay) self.told_.delay(problem + "; still trying");
+       }),
+       .channel = listening([](Conversation& self, const ZVRTMStatus::Channel& channel) {
+         self.hearChannel(channel);
        })},
       listening([](Conversation& self, const std::optional<std::string>& failure) {
         if (!failure) return self.enter();
         self.fail(*failure);
         self.leave();
-      }));
+      }),
+      ChannelVisit::Patience::unlimited);
 }
 
 void Conversation::enter() {
   hasJoined_ = true;
   joinedAt_ = with_.clock->sinceBoot();
+  if (const auto user = with_.users->currentUser(); user && user->userInfo)
+    if (const auto& name = user->userInfo->displayName) names_[ownId()] = *name;
   show(joinedLine(with_.visit->channel()));
   lookForMembers();
   told_.joined();
@@ -64,7 +74,29 @@ std::int64_t Conversation::sinceJoining() const {
 
 // ---- what comes in ----
 
-void Conversation::hear(const std::string& text) {
+void Conversation::hearChannel(const ZVRTMStatus::Channel& channel) {
+  show(channelLine(with_.visit->channel(), channel));
+  if (channel.state != AgoraRtmChannelState::givenUp) return lookForMembers();
+  fail(channel.problem);
+  leave();
+}
+
+std::string Conversation::ownId() const {
+  const auto user = with_.users->currentUser();
+  const auto id = user && user->userInfo && user->userInfo->userId ? user->userInfo->userId
+                  : user                                           ? user->guestId
+                                                                   : std::nullopt;
+  return id ? std::to_string(*id) : "";
+}
+
+void Conversation::learnName(const std::string& userId, const ZVStreamMessage& event) {
+  constexpr std::size_t most = 10'000;
+  const auto& name = event.senderDisplayName;
+  if (!event.isFrom(userId) || !name || name->empty()) return;
+  if (names_.size() < most || names_.contains(userId)) names_[userId] = *name;
+}
+
+void Conversation::hear(const std::string& text, const std::string& senderId) {
   if (eventsLeft_ && *eventsLeft_ <= 0) return;
   const std::string& channel = with_.visit->channel();
   const auto envelope = json::decode<std::shared_ptr<const ZVMessage>>(text);
@@ -73,7 +105,8 @@ void Conversation::hear(const std::string& text) {
   } else if (const auto event = eventIn(*envelope); !event) {
     show(undecodableLine(channel, text, event.error().text()));
   } else {
-    tell(*event, (*envelope)->type, false);
+    learnName(senderId, **event);
+    tell(*event, (*envelope)->type, senderId, false);
     record((*envelope)->type, **event, sinceJoining());
   }
   if (eventsLeft_ && --*eventsLeft_ <= 0) end();
@@ -97,12 +130,12 @@ void Conversation::compareMembers(const std::vector<std::string>& ids) {
   const std::string& channel = with_.visit->channel();
   std::set<std::string> now(ids.begin(), ids.end());
   const auto before = std::exchange(members_, now);
-  if (!before) return show(membersLine(channel, {now.begin(), now.end()}));
+  if (!before) return show(membersLine(channel, {now.begin(), now.end()}, names_));
   std::vector<std::string> changed;
   std::ranges::set_difference(*before, now, std::back_inserter(changed));
-  for (const auto& id : std::exchange(changed, {})) show(memberLine(channel, id, false));
+  for (const auto& id : std::exchange(changed, {})) show(memberLine(channel, id, false, names_));
   std::ranges::set_difference(now, *before, std::back_inserter(changed));
-  for (const auto& id : changed) show(memberLine(channel, id, true));
+  for (const auto& id : changed) show(memberLine(channel, id, true, names_));
 }
 
 // ---- what is said ----
@@ -135,7 +168,8 @@ void Conversation::sendNext() {
     if (failure) {
       self->fail("\"" + line + "\" was not sent: " + *failure);
     } else {
-      self->tell(event, rawValue(ZVMessageType::message), true);
+      self->learnName(self->ownId(), *event);
+      self->tell(event, rawValue(ZVMessageType::message), self->ownId(), true);
       self->record(rawValue(ZVMessageType::message), *event, time);
     }
     self->sendNext();
@@ -169,8 +203,10 @@ void Conversation::leave() {
 }
 
 void Conversation::tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type,
-                        bool isOwn) {
-  if (!told_.event) return show(eventLine(with_.visit->channel(), type, *event));
+                        const std::string& senderId, bool isOwn) {
+  // A line that says who really sent it is not merged with others.
+  if (!told_.event || claimsAnother(*event, senderId))
+    return show(eventLine(with_.visit->channel(), type, *event, senderId));
   if (!hasLeft_) told_.event(std::move(event), type, isOwn);
 }
 

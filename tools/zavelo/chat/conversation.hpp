@@ -33,6 +33,8 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
     std::function<void(std::shared_ptr<const ZVStreamMessage>, std::int64_t type, bool isOwn)>
         event{};
     std::function<void(const std::string&)> error;
+    /// What delays the chat without being an error of its own.
+    std::function<void(const std::string&)> delay{};
     std::function<void()> joined;
     std::function<void()> allSaid;  ///< nothing waits to be acknowledged
     /// The visit is over; whether without an error.
@@ -56,11 +58,15 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   Conversation(Collaborators with, Told told);
 
   void enter();
-  void hear(const std::string& text);
+  void hear(const std::string& text, const std::string& senderId);
+  void hearChannel(const ZVRTMStatus::Channel& channel);
+  void learnName(const std::string& userId, const ZVStreamMessage& event);
+  [[nodiscard]] std::string ownId() const;
   void lookForMembers();
   void compareMembers(const std::vector<std::string>& ids);
   void sendNext();
-  void tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type, bool isOwn);
+  void tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type,
+            const std::string& senderId, bool isOwn);
   void show(const ChatLine& line);
   void record(std::int64_t type, const ZVStreamMessage& event, std::int64_t time);
   void fail(const std::string& reason);
@@ -78,6 +84,7 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   bool isGood_ = true;
   std::optional<std::int64_t> eventsLeft_;
   std::optional<std::set<std::string>> members_;
+  MemberNames names_;
   bool looksForMembers_ = false;
   std::chrono::nanoseconds joinedAt_{0};
 };

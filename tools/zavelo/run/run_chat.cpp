@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -18,6 +20,9 @@
 
 namespace zavelo::command {
 namespace {
+
+/// A chat that is about to join is not ended before.
+constexpr std::chrono::milliseconds joiningTime{2'000};
 
 std::string timeOfDay() {
   const std::time_t now = std::time(nullptr);
@@ -67,9 +72,14 @@ class Chat {
     });
     for (const auto& line : firstLines) talk_->say(line);
     talk_->start();
+    // The time counts from the joining, or from now when there is none.
+    const auto* time = std::get_if<std::chrono::milliseconds>(&request_.exitAfter);
+    if (time)
+      endAfter(std::max(*time, joiningTime),
+               [](const Conversation& talk) { return !talk.hasJoined(); });
     access_.library.queue->run();
     const auto interrupted = Interruption::shared().status();
-    return interrupted && !talk_->hasJoined() ? *interrupted : status_;
+    return talk_->hasJoined() ? status_ : interrupted.value_or(failed);
   }
 
  private:
@@ -80,6 +90,7 @@ class Chat {
             [this](const std::string& reason) {
               above([&] { return output_.error("chat", reason); });
             },
+        .delay = [this](const std::string& reason) { output_.warning("chat: " + reason); },
         .joined = [this] { join(); },
         .allSaid =
             [this] {
@@ -123,10 +134,16 @@ class Chat {
     if (const auto* count = std::get_if<std::int64_t>(&request_.exitAfter))
       talk_->endAfterEvents(*count);
     if (const auto* time = std::get_if<std::chrono::milliseconds>(&request_.exitAfter))
-      access_.library.queue->postAfter(*time, [weak = std::weak_ptr<Conversation>(talk_)] {
-        if (const auto talk = weak.lock()) talk->end();
-      });
+      endAfter(*time, [](const Conversation&) { return true; });
     input_.emplace(access_.library.queue, [this](const std::string& piece) { take(piece); });
+  }
+
+  template <class Condition>
+  void endAfter(std::chrono::milliseconds time, Condition holds) {
+    access_.library.queue->postAfter(time, [weak = std::weak_ptr<Conversation>(talk_), holds] {
+      const auto talk = weak.lock();
+      if (talk && holds(*talk)) talk->end();
+    });
   }
 
   void take(const std::string& piece) {

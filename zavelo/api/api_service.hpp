@@ -6,12 +6,12 @@
 #include <utility>
 #include <vector>
 
-#include "zavelo/base/call.hpp"
 #include "zavelo/api/api_result.hpp"
 #include "zavelo/api/call_options.hpp"
 #include "zavelo/api/envelope_sink.hpp"
 #include "zavelo/api/multi_part_data.hpp"
 #include "zavelo/api/session_source.hpp"
+#include "zavelo/base/call.hpp"
 #include "zavelo/json/value.hpp"
 #include "zavelo/models/user.hpp"
 #include "zavelo/platform/clock.hpp"

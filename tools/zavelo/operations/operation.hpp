@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "tools/zavelo/arguments/argument.hpp"
-#include "zavelo/base/call.hpp"
 #include "zavelo/api/api_result.hpp"
+#include "zavelo/base/call.hpp"
 #include "zavelo/base/entity_name.hpp"
 #include "zavelo/json/json.hpp"
 

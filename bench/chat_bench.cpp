@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "bench/chat_events.hpp"
-#include "tests/support/generated_chat.hpp"
+#include "support/generated_chat.hpp"
 #include "zavelo/json/json.hpp"
 
 // A chat event as it arrives and as it is sent: JSON in the envelope's JSON.

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "bench/peak_memory.hpp"
-#include "tests/support/generated_chat.hpp"
+#include "support/generated_chat.hpp"
 #include "zavelo/messaging/chat_batcher.hpp"
 #include "zavelo/platform/main_queue.hpp"
 

@@ -6,7 +6,7 @@
 
 #include "bench/engine_room.hpp"
 #include "sandbox/broker/broker_process.hpp"
-#include "tests/support/generated_chat.hpp"
+#include "support/generated_chat.hpp"
 #include "zavelo/messaging/engines/in_process.hpp"
 #include "zavelo/messaging/engines/mqtt.hpp"
 #include "zavelo/messaging/message.hpp"

@@ -4,7 +4,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "tests/support/naive_profanity_filter.hpp"
+#include "support/naive_profanity_filter.hpp"
 #include "zavelo/services/profanity_filter.hpp"
 
 namespace zavelo::bench {

@@ -6,7 +6,7 @@
 
 #include "bench/chat_events.hpp"
 #include "bench/peak_memory.hpp"
-#include "tests/support/generated_chat.hpp"
+#include "support/generated_chat.hpp"
 #include "zavelo/messaging/chat_replay.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 

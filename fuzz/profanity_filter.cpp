@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "fuzz/fuzz.hpp"
-#include "tests/support/naive_profanity_filter.hpp"
+#include "support/naive_profanity_filter.hpp"
 
 // The filter against its rules done step by step. The first byte is the number of banned words;
 // each is a line, and what follows is the text.

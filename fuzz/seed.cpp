@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "fuzz/fuzz.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/temporary_folder.hpp"
 
 // A seed file of the sandbox.
 

@@ -2,7 +2,7 @@
 #include <iterator>
 
 #include "fuzz/fuzz.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/temporary_folder.hpp"
 #include "zavelo/platform/sqlite_key_value_store.hpp"
 
 // The file of a store with bytes changed: an input is a list of places and what is written there.

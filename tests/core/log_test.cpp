@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "tests/support/environment_variable.hpp"
+#include "support/environment_variable.hpp"
 #include "tests/support/recorded_log.hpp"
 #include "zavelo/core/sdk.hpp"
 

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <thread>
 
+#include "support/temporary_folder.hpp"
 #include "tests/support/recorded_log.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/api/api.hpp"
 #include "zavelo/core/timestamp.hpp"
 #include "zavelo/platform/sqlite_key_value_store.hpp"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
-#include "tests/support/loopback_server.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::test {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/platform/jpeg.hpp"
 #include "zavelo/testing/manual_queue.hpp"
 #include "zavelo/testing/memory_key_value_store.hpp"

@@ -6,9 +6,9 @@
 #include <iostream>
 #include <mutex>
 
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
-#include "tests/support/loopback_server.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/platform/background_queue.hpp"
 

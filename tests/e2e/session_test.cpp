@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 // A session from its sign-in to its end, at the real backend.
 

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::test {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
+#include "support/child_process.hpp"
 #include "tests/messaging/mqtt_world.hpp"
-#include "tests/support/child_process.hpp"
 #include "zavelo/messaging/message.hpp"
 
 namespace zavelo::testing {

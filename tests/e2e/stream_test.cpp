@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <optional>
 
+#include "support/temporary_folder.hpp"
 #include "tests/e2e/app.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/services/product_service.hpp"

@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "sandbox/sandbox.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/temporary_folder.hpp"
 #include "tools/zavelo/demo/child_process.hpp"
 
 // The app of the guide beside the sandbox, with somebody else in the channel.

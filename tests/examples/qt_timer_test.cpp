@@ -3,8 +3,8 @@
 #include <QImage>
 #include <set>
 
-#include "tests/support/child_process.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/child_process.hpp"
+#include "support/temporary_folder.hpp"
 
 namespace zavelo::test {
 namespace {

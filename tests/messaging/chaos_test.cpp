@@ -8,11 +8,11 @@
 #include <random>
 #include <set>
 
+#include "support/certificates.hpp"
+#include "support/fault_proxy.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/messaging/fixed_user.hpp"
 #include "tests/messaging/mqtt_world.hpp"
-#include "tests/support/certificates.hpp"
-#include "tests/support/fault_proxy.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/core/notifications.hpp"
 #include "zavelo/core/sdk.hpp"
 #include "zavelo/messaging/rtm_service.hpp"

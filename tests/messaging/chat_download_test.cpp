@@ -4,9 +4,9 @@
 #include <map>
 #include <set>
 
-#include "tests/support/loopback_server.hpp"
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/support/recorded_log.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/curl_http_session.hpp"

@@ -10,10 +10,10 @@
 #include <fstream>
 #include <functional>
 
+#include "support/certificates.hpp"
+#include "support/child_process.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/messaging/mqtt_world.hpp"
-#include "tests/support/certificates.hpp"
-#include "tests/support/child_process.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
 
 namespace zavelo::testing {

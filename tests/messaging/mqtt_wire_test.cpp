@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/child_process.hpp"
 #include "tests/messaging/mqtt_world.hpp"
-#include "tests/support/child_process.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
 #include "zavelo/messaging/message.hpp"
 #include "zavelo/messaging/stream_message.hpp"

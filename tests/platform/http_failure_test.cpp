@@ -3,10 +3,10 @@
 #include <map>
 #include <thread>
 
-#include "tests/support/child_process.hpp"
+#include "support/child_process.hpp"
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/support/http_answers.hpp"
-#include "tests/support/loopback_server.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
 
 namespace zavelo {

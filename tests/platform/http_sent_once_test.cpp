@@ -3,9 +3,9 @@
 #include <future>
 #include <thread>
 
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/support/http_answers.hpp"
-#include "tests/support/loopback_server.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
 
 namespace zavelo {

@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/loopback_server.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/support/http_answers.hpp"
-#include "tests/support/loopback_server.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/core/version.hpp"
 #include "zavelo/platform/curl_http_session.hpp"
 

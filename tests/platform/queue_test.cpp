@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/child_process.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/child_process.hpp"
+#include "support/temporary_folder.hpp"
 #include "zavelo/platform/background_queue.hpp"
 #include "zavelo/platform/main_queue.hpp"
 #include "zavelo/testing/manual_queue.hpp"

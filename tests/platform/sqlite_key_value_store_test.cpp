@@ -13,9 +13,9 @@
 #include <random>
 #include <thread>
 
-#include "tests/support/child_process.hpp"
-#include "tests/support/environment_variable.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/child_process.hpp"
+#include "support/environment_variable.hpp"
+#include "support/temporary_folder.hpp"
 
 namespace zavelo {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/child_process.hpp"
+#include "support/child_process.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
 
 namespace zavelo::sandbox {

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/temporary_folder.hpp"
 #include "tests/sandbox/broadcast.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {

@@ -1,8 +1,8 @@
 #include <fstream>
 #include <thread>
 
+#include "support/temporary_folder.hpp"
 #include "tests/sandbox/broadcast.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "zavelo/models/gift_store.hpp"
 
 namespace zavelo::sandbox {

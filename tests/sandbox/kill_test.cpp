@@ -10,8 +10,8 @@
 #include <random>
 #include <thread>
 
-#include "tests/support/child_process.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/child_process.hpp"
+#include "support/temporary_folder.hpp"
 #include "zavelo/json/json.hpp"
 
 // The sandbox's process is killed again and again while a client works with it. ZAVELO_KILLS says

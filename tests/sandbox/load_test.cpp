@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/temporary_folder.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <tuple>
 
+#include "support/temporary_folder.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {

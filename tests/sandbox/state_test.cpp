@@ -9,8 +9,8 @@
 #include "sandbox/seed/export.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/state/schema.hpp"
+#include "support/temporary_folder.hpp"
 #include "tests/sandbox/backend.hpp"
-#include "tests/support/temporary_folder.hpp"
 
 namespace zavelo::sandbox {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 #include <random>
 
-#include "tests/support/naive_profanity_filter.hpp"
+#include "support/naive_profanity_filter.hpp"
 #include "zavelo/services/profanity_filter.hpp"
 
 // The filter against the same rules done step by step, on lines that are made to be hard.

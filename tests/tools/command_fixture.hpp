@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "sandbox/sandbox.hpp"
-#include "tests/support/temporary_folder.hpp"
+#include "support/temporary_folder.hpp"
 #include "tools/zavelo/demo/child_process.hpp"
 
 namespace zavelo::command {

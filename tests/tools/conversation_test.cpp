@@ -5,8 +5,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/temporary_folder.hpp"
 #include "tests/messaging/fixed_user.hpp"
-#include "tests/support/temporary_folder.hpp"
 #include "tools/zavelo/chat/chat_feed.hpp"
 #include "zavelo/messaging/engines/in_process.hpp"
 #include "zavelo/messaging/recorded_chat.hpp"

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <fstream>
 
-#include "tests/support/loopback_server.hpp"
+#include "support/loopback_server.hpp"
 #include "tests/tools/command_fixture.hpp"
 
 // How the command ends: signals, children, ports.

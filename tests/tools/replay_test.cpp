@@ -4,7 +4,7 @@
 #include <fstream>
 #include <limits>
 
-#include "tests/support/loopback_server.hpp"
+#include "support/loopback_server.hpp"
 #include "tests/tools/command_fixture.hpp"
 #include "tests/tools/pseudo_terminal.hpp"
 #include "tools/zavelo/chat/replay_controls.hpp"

@@ -1,4 +1,4 @@
-#include "tests/support/child_process.hpp"
+#include "support/child_process.hpp"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,4 +1,4 @@
-#include "tests/support/generated_chat.hpp"
+#include "support/generated_chat.hpp"
 
 #include <iterator>
 

@@ -1,4 +1,4 @@
-#include "tests/support/certificates.hpp"
+#include "support/certificates.hpp"
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>

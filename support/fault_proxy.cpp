@@ -1,4 +1,4 @@
-#include "tests/support/fault_proxy.hpp"
+#include "support/fault_proxy.hpp"
 
 #include <arpa/inet.h>
 #include <fcntl.h>

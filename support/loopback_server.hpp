@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/certificates.hpp"
+#include "support/certificates.hpp"
 
 namespace zavelo::test {
 

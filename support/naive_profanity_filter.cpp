@@ -1,4 +1,4 @@
-#include "tests/support/naive_profanity_filter.hpp"
+#include "support/naive_profanity_filter.hpp"
 
 #include <algorithm>
 #include <optional>

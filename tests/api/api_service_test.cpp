@@ -304,6 +304,9 @@ TEST_F(ApiService, ACancelledCallCompletesOnceWhateverItWaitsFor) {
   renewing.cancel();
   EXPECT_EQ(answer(), "unknown: cancelled");
   EXPECT_EQ(session->ended, 0);
+  http->reply(200, renewed);
+  queue->runDue();
+  EXPECT_EQ(session->refresh, "refresh-2");
 }
 
 TEST_F(ApiService, DestroyingItAnswersEveryCallOnce) {
@@ -322,6 +325,9 @@ TEST_F(ApiService, DestroyingItAnswersEveryCallOnce) {
               "Please ensure that you are in an area with strong WIFI/3G signal!");
   }
   EXPECT_EQ(session->ended, 0);
+  http->reply(200, renewed);
+  queue->runDue();
+  EXPECT_EQ(session->refresh, "refresh-2");
 }
 
 TEST_F(ApiService, ADeadlineCoversTheRenewalAndTheRepetition) {

@@ -304,6 +304,7 @@ INSTANTIATE_TEST_SUITE_P(Over, ChaosTest, ::testing::Values(false, true),
 // What a broker of several nodes may do to presence, without such a broker.
 TEST(ChannelMembers, AreRightAgainAfterLateAndLostPresence) {
   ZaveloSDK::shared().initWith(ZVEnvironment::custom({}), /*enableLog=*/false);
+  int effects = 0;
   for (const auto fault : {Fault::lateRetained, Fault::dropPresence}) {
     SCOPED_TRACE(static_cast<int>(fault));
     const auto broker = startBroker();
@@ -317,8 +318,9 @@ TEST(ChannelMembers, AreRightAgainAfterLateAndLostPresence) {
     ASSERT_TRUE(carol.enter());
     for (const App* each : {&ann, &bob, &carol})
       EXPECT_TRUE(waitFor([&] { return each->seesMembers(3); }));
-    EXPECT_GT(proxy.effects(), 0);
+    effects += proxy.effects();
   }
+  EXPECT_GT(effects, 0) << "in one of the two; each may come too late to matter";
 }
 
 }  // namespace

@@ -149,8 +149,8 @@ TEST(CurlHttpFailure, DeadlineCoversTheWaitForAConnection) {
     if (request.target == "/body") connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nx");
     connection.hold();
   });
+  HttpAnswers silent;  // outlives the session, whose end answers the calls
   CurlHttpSession session;
-  HttpAnswers silent;
   auto request = get(server.url("/body"));
   request.deadline = 50ms;
   expectFailure(fetch(session, request), Kind::timedOut, "within the deadline of 50 ms");
@@ -248,6 +248,10 @@ TEST(CurlHttpResources, WantOfAnyIsAFailureOfItsOwnAndPasses) {
                                           {"no-descriptor-for-lookup", "no descriptor left"},
                                           {"no-thread", "no thread could be started"},
                                           {"no-thread-for-lookup", "no thread could be started"}}) {
+#if defined(__SANITIZE_ADDRESS__)
+    // UndefinedBehaviorSanitizer looks at an object by way of a pipe, for which there is none.
+    if (mode.starts_with("no-descriptor")) continue;
+#endif
     test::ChildProcess child({ZAVELO_HTTP_CHILD, mode, server.url()});
     EXPECT_THAT(child.readLine(), testing::StartsWith("noResources: " + line)) << mode;
     EXPECT_EQ(child.readLine(), "status 200") << mode;

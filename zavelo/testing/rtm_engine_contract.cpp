@@ -66,6 +66,7 @@ void channelsComeBackWithANewLogin(RtmEngineUnderTest& engine) {
   RtmPerson first(engine, "ann"), second(engine, "ann"), bob(engine, "bob");
   for (auto* each : {&first, &bob}) each->login(), each->join("c"), each->join("d");
   second.login();
+  require(first.heardSoon("state 5/8"), "the first login did not end");
   first.leave("d", rtmCode::notLoggedIn);
   first.login();
   require(first.getsThrough("c", "back"), "a channel did not come back with a new login");

@@ -47,6 +47,7 @@ TEST(RtmThreads, LoginsChannelsTextsAndCancellationsShareNothingUnguarded) {
         ++asked;
         const ZVCall call = client->writeChannel("c", std::to_string(round), count);
         if (round % 4 == 0) call.cancel();
+        if (round % 3 == 0) client->login({}, &retryUntilSuccess);
       },
       [&](int round) {
         if (round % 3 == 0) return client->leaveChannel("c", true);

@@ -88,7 +88,7 @@ std::shared_ptr<AgoraRtmKit> makeKit(const std::string& appId,
 
 struct detail::ServicesState {
   const std::shared_ptr<SessionAtFirstUse> session = std::make_shared<SessionAtFirstUse>();
-  const SignedInUser signedInUser;
+  const SignedInUser signedInUser{};
   Shared<ZVAPIService> api;
   Shared<ZVUserService> user;
   Shared<ZVSettingService> setting;

@@ -8,7 +8,7 @@
 #include "zavelo/models/user.hpp"
 
 // A list read through a window against the same list read whole. The first byte chooses how much
-// stands before the input, so that the end of a window comes to lie at any place in it.
+// is put before the input, so that a window may end anywhere in it.
 
 namespace zavelo::fuzz {
 namespace {

@@ -105,7 +105,7 @@ struct Flow {
   bool isRaw = false;
   std::deque<Piece> out;
   bool isBegun = false;     // the first piece has been sent in part
-  std::vector<Piece> held;  // go out when they are due, behind others
+  std::vector<Piece> held;  // sent when they are due, after others
   Clock::time_point last{};
 };
 

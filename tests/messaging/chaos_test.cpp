@@ -235,7 +235,7 @@ class ChaosTest : public ::testing::TestWithParam<bool> {
     for (const auto& proxy : proxies) proxy->set(Fault::none);
   }
 
-  /// All hear all the others again.
+  /// Each receives from all the others again.
   static void settle(const Apps& apps) {
     std::vector<int> marks;
     for (const auto& app : apps) marks.push_back(app->sent());
@@ -247,7 +247,7 @@ class ChaosTest : public ::testing::TestWithParam<bool> {
       }
       return std::ranges::all_of(
           apps, [&](const auto& app) { return app->heardSince(marks).size() == appCount - 1; });
-    })) << "not all hear all again";
+    })) << "not each receives from all again";
     EXPECT_TRUE(waitFor([&] {
       return std::ranges::all_of(apps, [](const auto& app) { return app->unanswered() == 0; });
     })) << "sends without a completion";

@@ -1,7 +1,8 @@
 #include "zavelo/platform/curl_descriptors_internal.hpp"
 
 #include <fcntl.h>
-#include <sys/stat.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -14,15 +15,15 @@ bool isOpen(int descriptor) {
   return fcntl(descriptor, F_GETFD) >= 0;
 }
 
-/// Like curl's: a pipe or socket that does not block, not marked yet. Another thread of the app may
-/// open descriptors at the same time, and those are the app's affair.
+/// Like curl's: one of a pair of nameless local sockets, not marked yet. Other threads may open
+/// descriptors at the same time, which are not ours to mark, so this asks for what is rare in apps.
 bool isWakeUpEnd(int descriptor) {
   const int flags = fcntl(descriptor, F_GETFD);
-  const int mode = fcntl(descriptor, F_GETFL);
-  struct stat kind {};
   if (flags < 0 || (flags & FD_CLOEXEC) != 0) return false;
-  if (mode < 0 || fstat(descriptor, &kind) != 0) return false;
-  return S_ISSOCK(kind.st_mode) || S_ISFIFO(kind.st_mode);
+  sockaddr_un name{};
+  socklen_t size = sizeof name;
+  if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&name), &size) != 0) return false;
+  return name.sun_family == AF_UNIX && size <= offsetof(sockaddr_un, sun_path);
 }
 
 }  // namespace

@@ -13,8 +13,10 @@
 #include <thread>
 #include <vector>
 
+#include "support/child_process.hpp"
 #include "support/temporary_folder.hpp"
 #include "tests/sandbox/backend.hpp"
+#include "zavelo/json/json.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -103,6 +105,16 @@ TEST(LoadTest, LargeSeedIsLoadedAndPagedThrough) {
   std::cout << "read in pages after " << seconds() << " s\n";
 }
 
+int connectTo(std::uint16_t port) {
+  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+  return socket;
+}
+
 /// Clients that never finish the header of their request, and come back when they are thrown out.
 class SlowClients {
  public:
@@ -127,12 +139,7 @@ class SlowClients {
  private:
   void connect(int& socket) {
     if (socket >= 0) ::close(socket);
-    socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port_);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    socket = connectTo(port_);
     constexpr std::string_view begin = "GET / HTTP/1.1\r\nX-Slow: ";
     ::send(socket, begin.data(), begin.size(), MSG_NOSIGNAL);
     ++connections_;
@@ -177,6 +184,28 @@ TEST(LoadTest, HeaderThatIsNotFinishedInTimeEndsItsConnection) {
   while (slow.connections() == 3 && std::chrono::steady_clock::now() < end)
     std::this_thread::sleep_for(100ms);
   EXPECT_GT(slow.connections(), 3);
+}
+
+TEST(LoadTest, IdleConnectionsGiveWayWhenDescriptorsRunOut) {
+  const test::TemporaryFolder folder;
+  test::ChildProcess sandbox(
+      {"/bin/sh", "-c", "ulimit -n 64; exec \"$0\" sandbox --port 0 --no-broker --state \"$1\"",
+       ZAVELO_COMMAND, folder / "state.db"});
+  const auto line = json::decode<json::Value>(sandbox.readLine());
+  ASSERT_TRUE(line) << "the sandbox does not start";
+  const auto url = *line->as<json::Object>()->find("url")->as<std::string>();
+  const auto port = static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1)));
+  httplib::Client client(url);
+  client.set_read_timeout(60s);
+  std::vector<int> idle;
+  for (int i = 0; i < 20; ++i) {
+    for (int n = 0; n < 10; ++n) idle.push_back(connectTo(port));
+    const auto body = R"({"deviceType":1,"zaveloId":"member)" + std::to_string(i) + "\"}";
+    const auto answer = client.Post("/api/users/zavelo-login", body, "application/json");
+    ASSERT_TRUE(answer) << i;
+    EXPECT_TRUE(answer->body.starts_with(R"({"code":1,)")) << i << ": " << answer->body;
+  }
+  for (const int socket : idle) ::close(socket);
 }
 
 }  // namespace

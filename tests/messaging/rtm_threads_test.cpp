@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <barrier>
 #include <thread>
 
 #include "tests/messaging/fixed_user.hpp"
@@ -28,14 +29,19 @@ struct CountingDelegate final : ZVRTMClientDelegate {
   std::atomic<int> events{0};
 };
 
+std::shared_ptr<ZVRTMClient> clientOf(InProcessHub& hub, const test::FixedUser& user,
+                                      const std::shared_ptr<MainQueue>& queue) {
+  return ZVRTMClient::create({hub.kitFactory(), &user, queue,
+                              std::make_shared<NotificationCentre>(),
+                              std::make_shared<testing::ManualClock>()});
+}
+
 TEST(RtmThreads, LoginsChannelsTextsAndCancellationsShareNothingUnguarded) {
   ZaveloSDK::shared().initWith(ZVEnvironment::demo(), /*enableLog=*/false, "app");
   const auto hub = InProcessHub::create();
   const auto queue = std::make_shared<MainQueue>();
   const test::FixedUser user = test::FixedUser::member(7);
-  const auto client =
-      ZVRTMClient::create({hub->kitFactory(), &user, queue, std::make_shared<NotificationCentre>(),
-                           std::make_shared<testing::ManualClock>()});
+  const auto client = clientOf(*hub, user, queue);
   std::thread main([&] { queue->run(); });
   std::atomic<int> asked{0};
   std::atomic<int> answered{0};
@@ -76,6 +82,24 @@ TEST(RtmThreads, LoginsChannelsTextsAndCancellationsShareNothingUnguarded) {
   EXPECT_EQ(answered, asked);
   queue->stop();
   main.join();
+}
+
+// What is made at the first login is unguarded only for a moment.
+TEST(RtmThreads, FirstLoginsAtOnceShareNothingUnguarded) {
+  ZaveloSDK::shared().initWith(ZVEnvironment::demo(), /*enableLog=*/false, "app");
+  const auto hub = InProcessHub::create();
+  const test::FixedUser user = test::FixedUser::member(7);
+  for (int round = 0; round < rounds; ++round) {
+    const auto client = clientOf(*hub, user, std::make_shared<MainQueue>());
+    std::barrier start(2);
+    const auto login = [&] {
+      start.arrive_and_wait();
+      client->login({}, &retryUntilSuccess);
+    };
+    std::thread other(login);
+    login();
+    other.join();
+  }
 }
 
 }  // namespace

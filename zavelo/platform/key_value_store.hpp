@@ -22,7 +22,8 @@ struct StoreError {
 };
 
 /// Small values that outlive the process, under names. Any thread. A failed change leaves what is
-/// stored as it was; whether it is tried again later, `pendingProblem` says.
+/// stored as it was; whether it is tried again later, `pendingProblem` says. An implementation does
+/// not call the shared services: it is called while they are made and while a session changes.
 class KeyValueStore {
  public:
   virtual ~KeyValueStore() = default;

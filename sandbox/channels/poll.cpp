@@ -8,24 +8,27 @@ namespace {
 
 std::optional<Poll> pollWhere(Transaction& transaction, std::string_view condition,
                               std::int64_t id) {
-  const auto row = transaction.first(
-      std::string("SELECT id, title, question, status, option1, option2, option3, host_id "
-                  "FROM polls WHERE ")
+  using Text = std::string;
+  const auto row = transaction.first<std::int64_t, Text, Text, PollStatus, Text, Text,
+                                     std::optional<Text>, std::optional<std::int64_t>>(
+      Text("SELECT id, title, question, status, option1, option2, option3, host_id "
+           "FROM polls WHERE ")
           .append(condition),
       id);
   if (!row) return {};
-  Poll poll{.id = row->integer(0),
-            .title = row->text(1),
-            .question = row->text(2),
-            .options = {row->text(4), row->text(5)},
-            .status = static_cast<PollStatus>(row->integer(3)),
+  const auto& [number, title, question, status, first, second, third, hostId] = *row;
+  Poll poll{.id = number,
+            .title = title,
+            .question = question,
+            .options = {first, second},
+            .status = status,
             .votes = {},
-            .hostId = row->integerOrNone(7)};
-  if (auto third = row->textOrNone(6)) poll.options.push_back(*std::move(third));
+            .hostId = hostId};
+  if (third) poll.options.push_back(*third);
   poll.votes.resize(poll.options.size());
-  for (const auto& votes : transaction.all(
+  for (const auto& [choice, count] : transaction.rows<std::size_t, std::int64_t>(
            "SELECT choice, sum(count) FROM poll_votes WHERE poll = ? GROUP BY choice", poll.id)) {
-    poll.votes.at(static_cast<std::size_t>(votes.integer(0) - 1)) = votes.integer(1);
+    poll.votes.at(choice - 1) = count;
   }
   return poll;
 }
@@ -34,6 +37,10 @@ std::optional<Poll> pollWhere(Transaction& transaction, std::string_view conditi
 
 std::optional<Poll> runningPoll(Transaction& transaction, std::int64_t stream) {
   return pollWhere(transaction, "status = 1 AND stream = ?", stream);
+}
+
+std::optional<Poll> latestPoll(Transaction& transaction, std::int64_t stream) {
+  return pollWhere(transaction, "stream = ? ORDER BY id DESC LIMIT 1", stream);
 }
 
 Poll startPoll(Transaction& transaction, std::int64_t stream, const Poll& poll) {
@@ -47,8 +54,7 @@ Poll startPoll(Transaction& transaction, std::int64_t stream, const Poll& poll) 
 }
 
 Poll stopPoll(Transaction& transaction, const Poll& poll) {
-  transaction.run("UPDATE polls SET status = ? WHERE id = ?",
-                  static_cast<std::int64_t>(PollStatus::stopped), poll.id);
+  transaction.run("UPDATE polls SET status = ? WHERE id = ?", PollStatus::stopped, poll.id);
   return *pollWhere(transaction, "id = ?", poll.id);
 }
 

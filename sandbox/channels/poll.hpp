@@ -27,6 +27,8 @@ struct Poll {
 };
 
 [[nodiscard]] std::optional<Poll> runningPoll(Transaction& transaction, std::int64_t stream);
+/// The running one, or the one that ran last.
+[[nodiscard]] std::optional<Poll> latestPoll(Transaction& transaction, std::int64_t stream);
 /// The stream has none that runs. Its id, status and votes do not count.
 [[nodiscard]] Poll startPoll(Transaction& transaction, std::int64_t stream, const Poll& poll);
 [[nodiscard]] Poll stopPoll(Transaction& transaction, const Poll& poll);

@@ -5,7 +5,10 @@
 #include "sandbox/api/envelope.hpp"
 #include "sandbox/channels/poll.hpp"
 #include "sandbox/dashboard/dashboard_endpoints.hpp"
+#include "sandbox/dashboard/record_json.hpp"
+#include "sandbox/state/table.hpp"
 #include "sandbox/streams/stream.hpp"
+#include "sandbox/streams/totals.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -14,94 +17,91 @@ constexpr std::string_view root = "/sandbox/streams/";
 constexpr std::string_view channels = "/sandbox/channels/";
 constexpr int mostShown = 200;
 
-json::Value integerOrNull(const Row& row, std::size_t column) {
-  return row.isNull(column) ? json::Value() : json::Value(row.integer(column));
-}
+struct ListedStream {
+  std::int64_t id = 0;
+  std::string slug;
+  std::string title;
+  std::string owner;
+  StreamStatus status{};
+  bool isLocked = false;
+  std::string tag;
+  std::int64_t created = 0;
+  std::optional<std::int64_t> begun;
+  std::optional<std::int64_t> ended;
+  std::int64_t viewers = 0;
+  std::int64_t views = 0;
+  std::int64_t likes = 0;
+  std::int64_t gold = 0;
+};
+constexpr auto listedStreams = tableOf<ListedStream>(
+    "streams", key<&ListedStream::id>(), column<&ListedStream::slug>(),
+    column<&ListedStream::title>(),
+    computed<&ListedStream::owner>("(SELECT user_name FROM members WHERE id = streams.owner)"),
+    column<&ListedStream::status>(), computed<&ListedStream::isLocked>("password IS NOT NULL"),
+    column<&ListedStream::tag>(), column<&ListedStream::created>(), column<&ListedStream::begun>(),
+    column<&ListedStream::ended>(), computed<&ListedStream::viewers>(totals::viewersNow),
+    computed<&ListedStream::views>(totals::views), computed<&ListedStream::likes>(totals::likes),
+    computed<&ListedStream::gold>(totals::gold));
 
-/// The newest streams, as far as the condition takes them.
-json::Array streamsWhere(Transaction& transaction, const std::string& condition,
-                         std::string_view slug = {}) {
-  json::Array streams;
-  for (const auto& row : transaction.all(
-           "SELECT s.id, s.slug, s.title, m.user_name, s.status, s.password IS NOT NULL, s.tag, "
-           "s.created, s.begun, s.ended, "
-           "(SELECT count(*) FROM view_sessions WHERE stream = s.id AND ended IS NULL), "
-           "(SELECT count(*) FROM view_sessions WHERE stream = s.id), "
-           "(SELECT coalesce(sum(likes), 0) FROM reactions WHERE stream = s.id), "
-           "(SELECT coalesce(sum(gold), 0) FROM gifts WHERE stream = s.id) "
-           "FROM streams s JOIN members m ON m.id = s.owner WHERE " +
-               condition + " ORDER BY s.id DESC LIMIT ?2",
-           slug, mostShown)) {
-    streams.emplace_back(json::Object{{"id", row.integer(0)},
-                                      {"slug", row.text(1)},
-                                      {"title", row.text(2)},
-                                      {"owner", row.text(3)},
-                                      {"status", nameOf(static_cast<StreamStatus>(row.integer(4)))},
-                                      {"isLocked", row.integer(5) != 0},
-                                      {"tag", row.text(6)},
-                                      {"created", row.integer(7)},
-                                      {"begun", integerOrNull(row, 8)},
-                                      {"ended", integerOrNull(row, 9)},
-                                      {"viewers", row.integer(10)},
-                                      {"views", row.integer(11)},
-                                      {"likes", row.integer(12)},
-                                      {"gold", row.integer(13)}});
-  }
-  return streams;
+struct ListedViewer {
+  std::string name;
+  bool isGuest = false;
+  std::string displayName;
+  std::int64_t since = 0;
+};
+constexpr auto listedViewers = tableOf<ListedViewer>(
+    "view_sessions v JOIN streams s ON s.id = v.stream LEFT JOIN members m ON m.id = v.member",
+    computed<&ListedViewer::name>("coalesce(m.user_name, 'guest ' || v.guest)"),
+    computed<&ListedViewer::isGuest>("v.member IS NULL"),
+    computed<&ListedViewer::displayName>("coalesce(m.display_name, '')"),
+    column<&ListedViewer::since>("v.begun"));
+
+struct ListedGiver {
+  std::string name;
+  std::string displayName;
+  std::int64_t gold = 0;
+  std::int64_t gifts = 0;
+};
+constexpr auto listedGivers = tableOf<ListedGiver>(
+    "gifts g JOIN members m ON m.id = g.sender", column<&ListedGiver::name>("m.user_name"),
+    column<&ListedGiver::displayName>("m.display_name"),
+    computed<&ListedGiver::gold>("sum(g.gold)"), computed<&ListedGiver::gifts>("sum(g.amount)"));
+
+/// The newest streams that the condition selects.
+template <class... Args>
+std::vector<ListedStream> newestStreams(Transaction& transaction, const std::string& condition,
+                                        const Args&... args) {
+  return listedStreams.list(transaction, condition + " ORDER BY id DESC LIMIT ?", args...,
+                            mostShown);
 }
 
 json::Array viewersOf(Transaction& transaction, std::string_view slug) {
-  json::Array viewers;
-  for (const auto& row :
-       transaction.all("SELECT coalesce(m.user_name, 'guest ' || v.guest), v.member IS NULL, "
-                       "coalesce(m.display_name, ''), v.begun "
-                       "FROM view_sessions v JOIN streams s ON s.id = v.stream "
-                       "LEFT JOIN members m ON m.id = v.member "
-                       "WHERE s.slug = ? AND v.ended IS NULL ORDER BY v.id LIMIT ?",
-                       slug, mostShown)) {
-    viewers.emplace_back(json::Object{{"name", row.text(0)},
-                                      {"isGuest", row.integer(1) != 0},
-                                      {"displayName", row.text(2)},
-                                      {"since", row.integer(3)}});
-  }
-  return viewers;
+  return arrayOf(
+      listedViewers,
+      listedViewers.list(transaction, "s.slug = ? AND v.ended IS NULL ORDER BY v.id LIMIT ?", slug,
+                         mostShown));
 }
 
-/// Who gave the most gold in the stream.
+/// The users who gave the most gold in the stream.
 json::Array giversOf(Transaction& transaction, std::int64_t stream) {
-  json::Array givers;
-  for (const auto& row : transaction.all(
-           "SELECT m.user_name, m.display_name, sum(g.gold), sum(g.amount) FROM gifts g "
-           "JOIN members m ON m.id = g.sender WHERE g.stream = ? "
-           "GROUP BY g.sender ORDER BY 3 DESC, g.sender LIMIT 10",
-           stream)) {
-    givers.emplace_back(json::Object{{"name", row.text(0)},
-                                     {"displayName", row.text(1)},
-                                     {"gold", row.integer(2)},
-                                     {"gifts", row.integer(3)}});
-  }
-  return givers;
+  return arrayOf(
+      listedGivers,
+      listedGivers.list(
+          transaction,
+          "g.stream = ? GROUP BY g.sender ORDER BY sum(g.gold) DESC, g.sender LIMIT 10", stream));
 }
 
 /// The stream's latest poll; null when it never had one.
-json::Value pollOf(Transaction& transaction, std::int64_t stream) {
-  const auto row = transaction.first(
-      "SELECT id, question, option1, option2, option3, status FROM polls WHERE stream = ? "
-      "ORDER BY id DESC LIMIT 1",
-      stream);
-  if (!row) return {};
+json::Value pollJson(Transaction& transaction, std::int64_t stream) {
+  const auto poll = latestPoll(transaction, stream);
+  if (!poll) return {};
   json::Array options;
-  for (std::size_t choice = 1; choice <= 3; ++choice) {
-    const auto option = row->textOrNone(choice + 1);
-    if (!option) break;
-    const auto votes = transaction.first(
-        "SELECT coalesce(sum(count), 0) FROM poll_votes WHERE poll = ? AND choice = ?",
-        row->integer(0), choice);
-    options.emplace_back(json::Object{{"text", *option}, {"votes", votes->integer(0)}});
+  for (std::size_t i = 0; i < poll->options.size(); ++i) {
+    options.emplace_back(json::Object{{"text", poll->options[i]}, {"votes", poll->votes[i]}});
   }
-  const bool isRunning = row->integer(5) == static_cast<std::int64_t>(PollStatus::running);
-  return json::Object{
-      {"question", row->text(1)}, {"isRunning", isRunning}, {"options", std::move(options)}};
+  return json::Object{{"question", poll->question},
+                      {"isRunning", poll->status == PollStatus::running},
+                      {"options", std::move(options)}};
 }
 
 json::Array pointsOf(const std::vector<CurvePoint>& curve) {
@@ -115,22 +115,23 @@ json::Array pointsOf(const std::vector<CurvePoint>& curve) {
 
 Response listStreams(DashboardRoom& room, const Call&) {
   return room.database.transact([&](Transaction& transaction) {
-    return succeed(json::Value(json::Object{{"now", stored(room.now())},
-                                            {"streams", streamsWhere(transaction, "?1 = ''")}}));
+    return succeed(json::Value(
+        json::Object{{"now", stored(room.now())},
+                     {"streams", arrayOf(listedStreams, newestStreams(transaction, "true"))}}));
   });
 }
 
 Response showStream(DashboardRoom& room, const Call& call) {
   const auto slug = std::string_view(call.request.path).substr(root.size());
   return room.database.transact([&](Transaction& transaction) {
-    const auto found = streamsWhere(transaction, "s.slug = ?1", slug);
+    const auto found = newestStreams(transaction, "slug = ?", slug);
     if (found.empty()) return failWithStatus(404, "There is no such stream");
-    const auto id = *found.front().as<json::Object>()->find("id")->as<std::int64_t>();
+    const auto id = found.front().id;
     return succeed(json::Value(json::Object{{"now", stored(room.now())},
-                                            {"stream", found.front()},
+                                            {"stream", arrayOf(listedStreams, found).front()},
                                             {"viewers", viewersOf(transaction, slug)},
                                             {"givers", giversOf(transaction, id)},
-                                            {"poll", pollOf(transaction, id)},
+                                            {"poll", pollJson(transaction, id)},
                                             {"curve", pointsOf(room.watch.curveOf(id))}}));
   });
 }

@@ -5,6 +5,8 @@
 #include "sandbox/api/envelope.hpp"
 #include "sandbox/api/unicode.hpp"
 #include "sandbox/dashboard/dashboard_endpoints.hpp"
+#include "sandbox/dashboard/record_json.hpp"
+#include "sandbox/state/table.hpp"
 #include "sandbox/users/tokens.hpp"
 
 namespace zavelo::sandbox {
@@ -13,51 +15,54 @@ namespace {
 constexpr std::string_view finding = "/sandbox/users/";
 constexpr int mostShown = 200;
 
-json::Value textOrNull(const Row& row, std::size_t column) {
-  return row.isNull(column) ? json::Value() : json::Value(row.text(column));
-}
+/// A member with the session of now, if there is one: how long its access token holds, and how many
+/// devices were told that the session moved to another one.
+struct ListedMember {
+  std::string userName;
+  std::string zaveloId;
+  std::string displayName;
+  bool isBanned = false;
+  std::int64_t created = 0;
+  std::int64_t gold = 0;
+  std::optional<std::string> device;
+  std::optional<std::int64_t> expires;
+  std::int64_t devicesTakenOver = 0;
+};
+constexpr auto listedMembers = tableOf<ListedMember>(
+    "members LEFT JOIN sessions s ON s.member = members.id AND s.taken_over = 0",
+    column<&ListedMember::userName>(), column<&ListedMember::zaveloId>(),
+    column<&ListedMember::displayName>(), column<&ListedMember::isBanned>("banned"),
+    column<&ListedMember::created>(), column<&ListedMember::gold>(),
+    column<&ListedMember::device>(),
+    computed<&ListedMember::expires>(
+        "(SELECT max(expires) FROM access_tokens WHERE session = s.id)"),
+    computed<&ListedMember::devicesTakenOver>(
+        "(SELECT count(*) FROM sessions WHERE member = members.id AND taken_over = 1)"));
 
-json::Value integerOrNull(const Row& row, std::size_t column) {
-  return row.isNull(column) ? json::Value() : json::Value(row.integer(column));
-}
+struct ListedGuest {
+  std::int64_t guest = 0;
+  std::string device;
+  std::optional<std::int64_t> expires;
+};
+constexpr auto listedGuests = tableOf<ListedGuest>(
+    "guests JOIN sessions s ON s.guest = guests.id", column<&ListedGuest::guest>("guests.id"),
+    column<&ListedGuest::device>("guests.device"),
+    computed<&ListedGuest::expires>(
+        "(SELECT max(expires) FROM access_tokens WHERE session = s.id)"));
 
-/// The newest members whose names contain the text, case aside. With the session that they have
-/// now, how long its access token holds, and how many devices were told that it moved.
+/// The newest members whose names contain the text, case aside.
 json::Array membersWith(Transaction& transaction, const std::string& text) {
-  json::Array members;
-  for (const auto& row : transaction.all(
-           "SELECT m.user_name, m.zavelo_id, m.display_name, m.banned, m.created, m.gold, "
-           "s.device, "
-           "(SELECT max(expires) FROM access_tokens WHERE session = s.id), "
-           "(SELECT count(*) FROM sessions WHERE member = m.id AND taken_over = 1) "
-           "FROM members m LEFT JOIN sessions s ON s.member = m.id AND s.taken_over = 0 "
-           "WHERE instr(m.folded_name, ?1) + instr(lower(m.user_name), ?1) "
-           "+ instr(lower(m.zavelo_id), ?1) > 0 ORDER BY m.id DESC LIMIT ?2",
-           caseFolded(text), mostShown)) {
-    members.emplace_back(json::Object{{"userName", row.text(0)},
-                                      {"zaveloId", row.text(1)},
-                                      {"displayName", row.text(2)},
-                                      {"isBanned", row.integer(3) != 0},
-                                      {"created", row.integer(4)},
-                                      {"gold", row.integer(5)},
-                                      {"device", textOrNull(row, 6)},
-                                      {"expires", integerOrNull(row, 7)},
-                                      {"devicesTakenOver", row.integer(8)}});
-  }
-  return members;
+  return arrayOf(listedMembers,
+                 listedMembers.list(transaction,
+                                    "instr(folded_name, ?1) + instr(lower(user_name), ?1) "
+                                    "+ instr(lower(zavelo_id), ?1) > 0 "
+                                    "ORDER BY members.id DESC LIMIT ?2",
+                                    caseFolded(text), mostShown));
 }
 
 json::Array guests(Transaction& transaction) {
-  json::Array list;
-  for (const auto& row :
-       transaction.all("SELECT g.id, g.device, "
-                       "(SELECT max(expires) FROM access_tokens WHERE session = s.id) "
-                       "FROM guests g JOIN sessions s ON s.guest = g.id ORDER BY g.id DESC LIMIT ?",
-                       mostShown)) {
-    list.emplace_back(json::Object{
-        {"guest", row.integer(0)}, {"device", row.text(1)}, {"expires", integerOrNull(row, 2)}});
-  }
-  return list;
+  return arrayOf(listedGuests,
+                 listedGuests.list(transaction, "true ORDER BY guests.id DESC LIMIT ?", mostShown));
 }
 
 Response listUsers(DashboardRoom& room, const Call& call) {
@@ -66,7 +71,7 @@ Response listUsers(DashboardRoom& room, const Call& call) {
                                                    : std::string_view());
   if (!isUtf8(text)) return fail({Code::modelInvalid, "The name is not UTF-8"});
   return room.database.transact([&](Transaction& transaction) {
-    const auto total = transaction.first("SELECT count(*) FROM members")->integer(0);
+    const auto total = transaction.value<std::int64_t>("SELECT count(*) FROM members");
     return succeed(json::Value(json::Object{{"now", stored(room.now())},
                                             {"total", total},
                                             {"members", membersWith(transaction, text)},
@@ -83,22 +88,25 @@ std::vector<Endpoint> peopleEndpoints(DashboardRoom& room) {
 
 UserNames namesOf(Database& database, const std::string& userId) {
   const auto row = database.transact([&](Transaction& transaction) {
-    return transaction.first("SELECT user_name, display_name FROM members WHERE id = ?", userId);
+    return transaction.first<std::string, std::string>(
+        "SELECT user_name, display_name FROM members WHERE id = ?", userId);
   });
-  return row ? UserNames{row->text(0), row->text(1)} : UserNames{};
+  if (!row) return {};
+  const auto& [userName, displayName] = *row;
+  return {userName, displayName};
 }
 
 std::string callerOf(Database& database, const Request& request) {
   const auto token = bearerToken(request);
   if (token.empty()) return {};
-  const auto row = database.transact([&](Transaction& transaction) {
-    return transaction.first(
+  const auto name = database.transact([&](Transaction& transaction) {
+    return transaction.find<std::string>(
         "SELECT coalesce(m.user_name, 'guest ' || s.guest) FROM access_tokens t "
         "JOIN sessions s ON s.id = t.session LEFT JOIN members m ON m.id = s.member "
         "WHERE t.hash = ?",
         tokenHash(token));
   });
-  return row ? row->text(0) : std::string();
+  return name.value_or("");
 }
 
 }  // namespace zavelo::sandbox

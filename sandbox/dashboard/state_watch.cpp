@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sandbox/streams/stream.hpp"
+#include "sandbox/streams/totals.hpp"
 
 namespace zavelo::sandbox {
 namespace {
@@ -12,16 +13,19 @@ namespace {
 /// Between two looks. A call just before one ends is shown by the next.
 constexpr std::chrono::milliseconds pause{200};
 
-/// The streams that run, and those that ended since.
-std::vector<Row> streamsNow(Transaction& transaction, Time since) {
-  return transaction.all(
-      "SELECT s.id, "
-      "(SELECT count(*) FROM view_sessions WHERE stream = s.id AND ended IS NULL), "
-      "(SELECT coalesce(sum(likes), 0) FROM reactions WHERE stream = s.id), "
-      "(SELECT coalesce(sum(gold), 0) FROM gifts WHERE stream = s.id) "
-      "FROM streams s WHERE s.status IN (?, ?) OR s.ended >= ? ORDER BY s.id DESC LIMIT ?",
-      static_cast<int>(StreamStatus::live), static_cast<int>(StreamStatus::paused), stored(since),
-      Curves::mostStreams);
+/// What the streams that run have now, and those that ended since.
+auto totalsNow(Transaction& transaction, Time since) {
+  const auto sql = std::string("SELECT id, ")
+                       .append(totals::viewersNow)
+                       .append(", ")
+                       .append(totals::likes)
+                       .append(", ")
+                       .append(totals::gold)
+                       .append(
+                           " FROM streams WHERE status IN (?, ?) OR ended >= ? "
+                           "ORDER BY id DESC LIMIT ?");
+  return transaction.rows<std::int64_t, std::int64_t, std::int64_t, std::int64_t>(
+      sql, StreamStatus::live, StreamStatus::paused, since, Curves::mostStreams);
 }
 
 }  // namespace
@@ -70,11 +74,10 @@ void StateWatch::look() {
   const Time now = now_();
   try {
     const auto rows = database_.transact(
-        [&](Transaction& transaction) { return streamsNow(transaction, lastLook_); });
+        [&](Transaction& transaction) { return totalsNow(transaction, lastLook_); });
     const std::scoped_lock lock(mutex_);
-    for (const auto& row : rows) {
-      curves_.note(row.integer(0), {now, row.integer(1), row.integer(2), row.integer(3)});
-    }
+    for (const auto& [stream, viewers, likes, gold] : rows)
+      curves_.note(stream, {now, viewers, likes, gold});
   } catch (const std::exception&) {
     // The database fails those who call, too; they are told.
   }

@@ -32,7 +32,7 @@ Result<GivenGift, Problem> give(Transaction& transaction, const Stream& stream, 
   transaction.run(
       "INSERT INTO gifts (stream, sender, receiver, gift, amount, gold, given) "
       "VALUES (?, ?, ?, ?, ?, ?, ?)",
-      stream.id, sender, receiver, gift.id, amount, gold, stored(now));
+      stream.id, sender, receiver, gift.id, amount, gold, now);
   return GivenGift{.stream = stream,
                    .gift = gift,
                    .amount = amount,

@@ -24,12 +24,14 @@ Response serveFile(Database& database, const Call& call) {
   const auto slash = path.find('/');
   const auto name = slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
   const auto row = database.transact([&](Transaction& transaction) {
-    return transaction.first("SELECT content_type, content FROM media WHERE shelf = ? AND name = ?",
-                             path.substr(0, slash), name);
+    return transaction.first<std::string, Blob>(
+        "SELECT content_type, content FROM media WHERE shelf = ? AND name = ?",
+        path.substr(0, slash), name);
   });
   if (!row) return failWithStatus(404, "There is no such file");
-  return {.contentType = row->text(0),
-          .body = row->bytes(1),
+  const auto& [contentType, content] = *row;
+  return {.contentType = contentType,
+          .body = content.bytes,
           .headers = {{"Cache-Control", "public, max-age=31536000, immutable"}}};
 }
 
@@ -47,9 +49,9 @@ void keepFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner,
 
 std::optional<std::string> contentOf(Transaction& transaction, const Shelf& shelf,
                                      std::int64_t owner) {
-  const auto row = transaction.first("SELECT content FROM media WHERE shelf = ? AND owner = ?",
-                                     shelf.name, owner);
-  return row ? std::optional(row->bytes(0)) : std::nullopt;
+  auto content = transaction.find<Blob>("SELECT content FROM media WHERE shelf = ? AND owner = ?",
+                                        shelf.name, owner);
+  return content ? std::optional(std::move(content->bytes)) : std::nullopt;
 }
 
 void dropFile(Transaction& transaction, const Shelf& shelf, std::int64_t owner) {

@@ -1,37 +1,17 @@
 #include "sandbox/products/product.hpp"
 
 #include "sandbox/media/files.hpp"
+#include "sandbox/state/table.hpp"
 
 namespace zavelo::sandbox {
 namespace {
 
-/// The query of whole products under that condition.
-std::string productsWhere(std::string_view condition) {
-  return std::string(
-             "SELECT p.id, p.seller, p.order_index, p.name, p.price, p.promotion_price, "
-             "p.description, p.url, p.sku, f.name FROM products p "
-             "LEFT JOIN media f ON f.shelf = 'products' AND f.owner = p.id WHERE ")
-      .append(condition);
-}
-
-Product productIn(const Row& row) {
-  return {.id = row.integer(0),
-          .seller = row.integer(1),
-          .orderIndex = row.integer(2),
-          .name = row.text(3),
-          .price = row.real(4),
-          .promotionPrice = row.real(5),
-          .description = row.text(6),
-          .url = row.text(7),
-          .sku = row.text(8),
-          .pictureName = row.textOrNone(9)};
-}
-
-std::vector<Product> productsIn(const std::vector<Row>& rows) {
-  std::vector<Product> products;
-  for (const auto& row : rows) products.push_back(productIn(row));
-  return products;
-}
+constexpr auto table = tableOf<Product>(
+    "products", key<&Product::id>(), column<&Product::seller>(), column<&Product::orderIndex>(),
+    column<&Product::name>(), column<&Product::price>(), column<&Product::promotionPrice>(),
+    column<&Product::description>(), column<&Product::url>(), column<&Product::sku>(),
+    computed<&Product::pictureName>(
+        "(SELECT name FROM media WHERE shelf = 'products' AND owner = products.id)"));
 
 }  // namespace
 
@@ -55,44 +35,36 @@ void assign(Product& product, const Arguments& arguments) {
 }
 
 std::optional<Product> productById(Transaction& transaction, std::int64_t id) {
-  static const std::string query = productsWhere("p.id = ?");
-  const auto row = transaction.first(query, id);
-  return row ? std::optional(productIn(*row)) : std::nullopt;
+  return table.find(transaction, "id = ?", id);
 }
 
 std::vector<Product> productsOf(Transaction& transaction, std::int64_t seller, std::int64_t skip,
                                 std::int64_t limit) {
-  static const std::string query =
-      productsWhere("p.seller = ? AND p.order_index >= ? ORDER BY p.order_index LIMIT ?");
-  return productsIn(transaction.all(query, seller, skip, limit));
+  return table.list(transaction, "seller = ? AND order_index >= ? ORDER BY order_index LIMIT ?",
+                    seller, skip, limit);
 }
 
 std::vector<Product> allProducts(Transaction& transaction) {
-  return productsIn(transaction.all(productsWhere("true ORDER BY p.seller, p.order_index")));
+  return table.list(transaction, "true ORDER BY seller, order_index");
 }
 
 std::int64_t productCountOf(Transaction& transaction, std::int64_t seller) {
-  return transaction.first("SELECT count(*) FROM products WHERE seller = ?", seller)->integer(0);
+  return transaction.value<std::int64_t>("SELECT count(*) FROM products WHERE seller = ?", seller);
 }
 
 std::map<std::string, std::int64_t> productNamesOf(Transaction& transaction, std::int64_t seller) {
   std::map<std::string, std::int64_t> counts;
-  for (const auto& row : transaction.all(
+  for (const auto& [name, count] : transaction.rows<std::string, std::int64_t>(
            "SELECT name, count(*) FROM products WHERE seller = ? GROUP BY name", seller)) {
-    counts.emplace(row.text(0), row.integer(1));
+    counts.emplace(name, count);
   }
   return counts;
 }
 
-std::int64_t addProduct(Transaction& transaction, const Product& product) {
-  transaction.run(
-      "INSERT INTO products (seller, order_index, name, price, promotion_price, description, url, "
-      "sku) VALUES (?1, (SELECT coalesce(max(order_index), -1) + 1 FROM products WHERE seller = "
-      "?1), "
-      "?2, ?3, ?4, ?5, ?6, ?7)",
-      product.seller, product.name, product.price, product.promotionPrice, product.description,
-      product.url, product.sku);
-  return transaction.lastId();
+std::int64_t addProduct(Transaction& transaction, Product product) {
+  product.orderIndex = transaction.value<std::int64_t>(
+      "SELECT coalesce(max(order_index), -1) + 1 FROM products WHERE seller = ?", product.seller);
+  return table.insert(transaction, product);
 }
 
 void updateProduct(Transaction& transaction, const Product& product) {

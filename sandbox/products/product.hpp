@@ -41,14 +41,14 @@ void assign(Product& product, const Arguments& arguments);
 /// Of all sellers, each one's in their order.
 [[nodiscard]] std::vector<Product> allProducts(Transaction& transaction);
 
-/// Adds it behind the seller's last one and returns its id; id and index in the record do not
-/// count.
-std::int64_t addProduct(Transaction& transaction, const Product& product);
+/// Adds it after the seller's last one and returns its id; the record's own id and index are
+/// ignored.
+std::int64_t addProduct(Transaction& transaction, Product product);
 /// Writes all but the index.
 void updateProduct(Transaction& transaction, const Product& product);
 /// The products between its old and its new place move up or down by one.
 void moveProduct(Transaction& transaction, const Product& product, std::int64_t orderIndex);
-/// Deletes it with its picture; the ones behind it move up.
+/// Deletes it with its picture; the ones after it move up.
 void dropProduct(Transaction& transaction, const Product& product);
 
 }  // namespace zavelo::sandbox

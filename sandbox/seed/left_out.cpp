@@ -36,7 +36,7 @@ constexpr Matter matters[] = {
 
 void addCounts(Transaction& transaction, std::span<const Matter> what, std::string& list) {
   for (const auto& matter : what) {
-    const std::int64_t count = transaction.first(matter.count)->integer(0);
+    const std::int64_t count = transaction.value<std::int64_t>(matter.count);
     if (count == 0) continue;
     list.append(list.empty() ? "" : ", ").append(std::to_string(count)).append(" ");
     list.append(count == 1 ? matter.one : matter.several);

@@ -110,7 +110,7 @@ struct Database::Statements {
   std::map<std::string, Statement, std::less<>> bySql;
 };
 
-std::vector<Row> Transaction::execute(std::string_view sql, std::span<const Cell> arguments) {
+std::vector<Row> Transaction::allWith(std::string_view sql, std::span<const Cell> arguments) {
   sqlite3* handle = database_.handle_;
   auto& known = database_.statements_->bySql;
   auto found = known.find(sql);
@@ -134,11 +134,8 @@ std::vector<Row> Transaction::execute(std::string_view sql, std::span<const Cell
   std::vector<Row> rows;
   int step = SQLITE_ROW;
   while ((step = sqlite3_step(statement)) == SQLITE_ROW) {
-    std::vector<Cell> cells;
-    for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-      cells.push_back(readCell(statement, i));
-    }
-    rows.emplace_back(std::move(cells));
+    Row& row = rows.emplace_back();
+    for (int i = 0; i < sqlite3_column_count(statement); ++i) row.push_back(readCell(statement, i));
   }
   if (step != SQLITE_DONE) raise(handle);
   return rows;
@@ -181,7 +178,7 @@ void Database::adopt() {
   script(alone);
   script("PRAGMA foreign_keys = ON");
   transact([this](Transaction& transaction) {
-    const auto number = [&](std::string_view sql) { return transaction.first(sql)->integer(0); };
+    const auto number = [&](std::string_view sql) { return transaction.value<std::int64_t>(sql); };
     const bool isNew = number("SELECT count(*) FROM sqlite_schema") == 0;
     if (!isNew && number("PRAGMA application_id") != applicationId) {
       throw DatabaseError("it is another program's database");
@@ -190,7 +187,7 @@ void Database::adopt() {
     if (version < 0 || version > schemaVersion) {
       throw DatabaseError("it was made by a newer version of the sandbox");
     }
-    if (transaction.first("PRAGMA quick_check(1)")->text(0) != "ok") {
+    if (transaction.value<std::string>("PRAGMA quick_check(1)") != "ok") {
       throw DatabaseError("it is damaged");
     }
     for (auto step = static_cast<std::size_t>(version); step < schemaSteps.size(); ++step) {
@@ -250,7 +247,7 @@ Result<std::unique_ptr<Database>, std::string> Database::copyOf(const std::files
       copied->copy(*source);
     }
     const auto isEmpty = [](Transaction& transaction) {
-      return transaction.first("SELECT count(*) FROM sqlite_schema")->integer(0) == 0;
+      return transaction.value<std::int64_t>("SELECT count(*) FROM sqlite_schema") == 0;
     };
     if (copied->transact(isEmpty)) throw DatabaseError("it is empty");
     copied->adopt();

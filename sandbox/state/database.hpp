@@ -9,10 +9,11 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
-#include "sandbox/state/row.hpp"
+#include "sandbox/state/cell.hpp"
 #include "zavelo/base/result.hpp"
 
 struct sqlite3;
@@ -40,13 +41,35 @@ class Transaction {
   template <class... Args>
   std::vector<Row> all(std::string_view sql, const Args&... args) {
     const Cell cells[] = {cellOf(args)..., Cell{}};
-    return execute(sql, std::span(cells).first(sizeof...(args)));
+    return allWith(sql, std::span(cells).first(sizeof...(args)));
   }
-  template <class... Args>
-  std::optional<Row> first(std::string_view sql, const Args&... args) {
-    auto rows = all(sql, args...);
-    if (rows.empty()) return {};
-    return std::move(rows.front());
+  std::vector<Row> allWith(std::string_view sql, std::span<const Cell> arguments);
+
+  /// The same with the columns' types: `for (const auto& [name, count] : rows<std::string, int>(…`.
+  template <class... Values, class... Args>
+  std::vector<std::tuple<Values...>> rows(std::string_view sql, const Args&... args) {
+    std::vector<std::tuple<Values...>> values;
+    for (const auto& row : all(sql, args...)) values.push_back(valuesIn<Values...>(row));
+    return values;
+  }
+  /// The first row's, if there is one.
+  template <class... Values, class... Args>
+  std::optional<std::tuple<Values...>> first(std::string_view sql, const Args&... args) {
+    const auto rows = all(sql, args...);
+    return rows.empty() ? std::nullopt : std::optional(valuesIn<Values...>(rows.front()));
+  }
+  /// The one column of the first row, if there is one.
+  template <class Value, class... Args>
+  std::optional<Value> find(std::string_view sql, const Args&... args) {
+    const auto row = first<Value>(sql, args...);
+    return row ? std::optional(std::get<0>(*row)) : std::nullopt;
+  }
+  /// The one value of a query that always has one: a count, a sum.
+  template <class Value, class... Args>
+  Value value(std::string_view sql, const Args&... args) {
+    auto found = find<Value>(sql, args...);
+    if (!found) throw DatabaseError("no row: " + std::string(sql));
+    return *std::move(found);
   }
   /// Returns how many rows the statement changed.
   template <class... Args>
@@ -60,22 +83,13 @@ class Transaction {
   friend class Database;
   explicit Transaction(Database& database) : database_(database) {}
 
-  template <class T>
-  static Cell cellOf(const T& value) {
-    if constexpr (std::is_integral_v<T>) {
-      return static_cast<std::int64_t>(value);
-    } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
-      return std::string(std::string_view(value));
-    } else {
-      return value;
-    }
-  }
-  template <class T>
-  static Cell cellOf(const std::optional<T>& value) {
-    return value ? cellOf(*value) : Cell{};
+  template <class... Values>
+  static std::tuple<Values...> valuesIn(const Row& row) {
+    if (row.size() != sizeof...(Values)) throw DatabaseError("another number of columns");
+    auto cell = row.begin();
+    return std::tuple<Values...>{valueOf<Values>(*cell++)...};
   }
 
-  [[nodiscard]] std::vector<Row> execute(std::string_view sql, std::span<const Cell> arguments);
   [[nodiscard]] std::int64_t changes() const;
 
   Database& database_;

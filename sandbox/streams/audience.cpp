@@ -3,8 +3,7 @@
 namespace zavelo::sandbox {
 namespace {
 
-/// Makes sure that there is a row to note a reaction in.
-void meet(Transaction& transaction, std::int64_t stream, const Identity& user) {
+void ensureReaction(Transaction& transaction, std::int64_t stream, const Identity& user) {
   transaction.run("INSERT OR IGNORE INTO reactions (stream, member, guest) VALUES (?, ?, ?)",
                   stream, user.member, user.guest);
 }
@@ -15,56 +14,58 @@ void watch(Transaction& transaction, std::int64_t stream, const Identity& user, 
   const auto refreshed = transaction.run(
       "UPDATE view_sessions SET seen = ? "
       "WHERE stream = ? AND member IS ? AND guest IS ? AND ended IS NULL",
-      stored(now), stream, user.member, user.guest);
+      now, stream, user.member, user.guest);
   if (refreshed > 0) return;
   transaction.run(
       "INSERT INTO view_sessions (stream, member, guest, begun, seen) VALUES (?1, ?2, ?3, ?4, ?4)",
-      stream, user.member, user.guest, stored(now));
+      stream, user.member, user.guest, now);
 }
 
 std::optional<std::int64_t> viewSessionOf(Transaction& transaction, std::int64_t stream,
                                           const Identity& user) {
-  const auto row = transaction.first(
+  return transaction.find<std::int64_t>(
       "SELECT id FROM view_sessions "
       "WHERE stream = ? AND member IS ? AND guest IS ? AND ended IS NULL",
       stream, user.member, user.guest);
-  return row ? std::optional(row->integer(0)) : std::nullopt;
 }
 
 bool stopWatching(Transaction& transaction, std::int64_t stream, const Identity& user, Time now) {
   return transaction.run(
              "UPDATE view_sessions SET ended = ? "
              "WHERE stream = ? AND member IS ? AND guest IS ? AND ended IS NULL",
-             stored(now), stream, user.member, user.guest) > 0;
+             now, stream, user.member, user.guest) > 0;
 }
 
 void stopAllWatching(Transaction& transaction, std::int64_t stream, Time now) {
-  transaction.run("UPDATE view_sessions SET ended = ? WHERE stream = ? AND ended IS NULL",
-                  stored(now), stream);
+  transaction.run("UPDATE view_sessions SET ended = ? WHERE stream = ? AND ended IS NULL", now,
+                  stream);
 }
 
 std::vector<Viewer> viewersOf(Transaction& transaction, std::int64_t stream, std::int64_t skip,
                               std::int64_t limit) {
   std::vector<Viewer> viewers;
-  for (const auto& row : transaction.all("SELECT member, guest FROM view_sessions WHERE stream = ? "
-                                         "AND ended IS NULL ORDER BY id LIMIT ? OFFSET ?",
-                                         stream, limit, skip)) {
-    viewers.push_back({row.integerOrNone(0), row.integerOrNone(1)});
+  using Id = std::optional<std::int64_t>;
+  for (const auto& [member, guest] :
+       transaction.rows<Id, Id>("SELECT member, guest FROM view_sessions WHERE stream = ? "
+                                "AND ended IS NULL ORDER BY id LIMIT ? OFFSET ?",
+                                stream, limit, skip)) {
+    viewers.push_back({member, guest});
   }
   return viewers;
 }
 
 Reaction reactionOf(Transaction& transaction, std::int64_t stream, const Identity& user) {
-  const auto row = transaction.first(
+  const auto row = transaction.first<bool, bool, bool, bool>(
       "SELECT likes > 0, liked_uniquely, report IS NOT NULL, unlocked FROM reactions "
       "WHERE stream = ? AND member IS ? AND guest IS ?",
       stream, user.member, user.guest);
   if (!row) return {};
-  return {row->integer(0) != 0, row->integer(1) != 0, row->integer(2) != 0, row->integer(3) != 0};
+  const auto& [hasLiked, hasLikedUniquely, hasReported, hasUnlocked] = *row;
+  return {hasLiked, hasLikedUniquely, hasReported, hasUnlocked};
 }
 
 void like(Transaction& transaction, std::int64_t stream, const Identity& user, std::int64_t count) {
-  meet(transaction, stream, user);
+  ensureReaction(transaction, stream, user);
   transaction.run(
       "UPDATE reactions SET likes = likes + ? WHERE stream = ? AND member IS ? AND guest IS ?",
       count, stream, user.member, user.guest);
@@ -79,7 +80,7 @@ void likeUniquely(Transaction& transaction, std::int64_t stream, const Identity&
 
 void report(Transaction& transaction, std::int64_t stream, const Identity& user,
             std::string_view reason) {
-  meet(transaction, stream, user);
+  ensureReaction(transaction, stream, user);
   transaction.run("UPDATE reactions SET report = ? WHERE stream = ? AND member IS ? AND guest IS ?",
                   reason, stream, user.member, user.guest);
 }
@@ -92,7 +93,7 @@ bool unreport(Transaction& transaction, std::int64_t stream, const Identity& use
 }
 
 void unlock(Transaction& transaction, std::int64_t stream, const Identity& user) {
-  meet(transaction, stream, user);
+  ensureReaction(transaction, stream, user);
   transaction.run(
       "UPDATE reactions SET unlocked = 1 WHERE stream = ? AND member IS ? AND guest IS ?", stream,
       user.member, user.guest);

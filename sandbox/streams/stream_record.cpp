@@ -30,9 +30,9 @@ std::shared_ptr<ZVPublisher> publisherOf(Transaction& transaction, const Stream&
   publisher->gender = owner.gender;
   const auto image = profileOf(owner, site).userImage;
   publisher->userImage = publisher->userThumbnailImage = image;
-  publisher->isFirstLive =
-      !transaction.first("SELECT 1 FROM streams WHERE owner = ? AND id < ? AND begun IS NOT NULL",
-                         owner.id, stream.id);
+  publisher->isFirstLive = !transaction.find<std::int64_t>(
+      "SELECT 1 FROM streams WHERE owner = ? AND id < ? AND begun IS NOT NULL", owner.id,
+      stream.id);
   publisher->giftReceivable = true;
   return publisher;
 }

@@ -21,6 +21,7 @@ struct Member {
   std::string zaveloId;
   std::string userName;  ///< unique, case aside
   std::string displayName;
+  std::string foldedName;                   ///< the display name without case, for searches
   std::optional<std::string> passwordHash;  ///< none: signs in by zaveloId alone
   std::string gender;
   std::string dob;
@@ -47,7 +48,7 @@ struct Member {
 [[nodiscard]] std::optional<Member> memberByUserName(Transaction& transaction,
                                                      std::string_view userName);
 
-/// Up to `limit` members in the order of their ids, all behind `afterId`, whose display name
+/// Up to `limit` members in the order of their ids, all after `afterId`, whose display name
 /// contains the text, case aside. Banned ones are not found.
 [[nodiscard]] std::vector<Member> searchMembers(Transaction& transaction,
                                                 std::string_view displayName, std::int64_t afterId,
@@ -56,9 +57,9 @@ struct Member {
 /// In the order of their ids, banned ones too.
 [[nodiscard]] std::vector<Member> allMembers(Transaction& transaction);
 
-/// Adds the member and returns its id, which counts and not the one in the record; nor do a picture
-/// and what gifts have brought. Its zaveloId and userName are free.
-std::int64_t addMember(Transaction& transaction, const Member& member);
+/// Adds the member and returns its id; the one in the record is ignored, and so is the picture. Its
+/// zaveloId and userName are free.
+std::int64_t addMember(Transaction& transaction, Member member);
 /// Writes what a profile edit or a sign-in changes: display name, gender, dob, about, position.
 void updateMember(Transaction& transaction, const Member& member);
 

@@ -18,32 +18,26 @@ struct Found {
   bool takenOver;
   bool banned;
   Time expires;
-  std::optional<Time> used;
+  std::optional<Time> used;  ///< only of a refresh token
 };
 
 std::optional<Found> find(Transaction& transaction, bool isAccessToken, std::string_view token) {
-  const std::string of = isAccessToken ? "NULL FROM access_tokens" : "t.used FROM refresh_tokens";
-  const auto row = transaction.first(
-      "SELECT s.id, s.member, s.taken_over, coalesce(m.banned, 0), t.expires, s.guest, " + of +
-          " t JOIN sessions s ON s.id = t.session LEFT JOIN members m ON m.id = s.member "
-          "WHERE t.hash = ?",
-      tokenHash(token));
+  const std::string source =
+      isAccessToken ? "NULL FROM access_tokens" : "t.used FROM refresh_tokens";
+  const auto row =
+      transaction.first<std::int64_t, std::optional<std::int64_t>, std::optional<std::int64_t>,
+                        bool, bool, Time, std::optional<Time>>(
+          "SELECT s.id, s.member, s.guest, s.taken_over, coalesce(m.banned, 0), t.expires, " +
+              source +
+              " t JOIN sessions s ON s.id = t.session LEFT JOIN members m ON m.id = s.member "
+              "WHERE t.hash = ?",
+          tokenHash(token));
   if (!row) return {};
-  Found found{row->integer(0),
-              {},
-              {},
-              row->integer(2) != 0,
-              row->integer(3) != 0,
-              fromStored(row->integer(4)),
-              {}};
-  found.member = row->integerOrNone(1);
-  found.guest = row->integerOrNone(5);
-  if (!row->isNull(6)) found.used = fromStored(row->integer(6));
-  return found;
+  return std::apply([](const auto&... values) { return Found{values...}; }, *row);
 }
 
 /// What ends a session whatever its token says. Looked at before the token's own age: a client
-/// whose token expired meanwhile should learn the true reason too.
+/// whose token has expired should learn the true reason too.
 std::optional<Problem> refusal(const Found& found) {
   if (found.banned) return bannedProblem();
   if (found.takenOver) {
@@ -100,7 +94,7 @@ Result<Tokens, Problem> Sessions::renew(Transaction& transaction,
     return invalid;
   }
   if (!found->used) {
-    transaction.run("UPDATE refresh_tokens SET used = ? WHERE hash = ?", stored(time),
+    transaction.run("UPDATE refresh_tokens SET used = ? WHERE hash = ?", time,
                     tokenHash(refreshToken));
   }
   return issue(transaction, found->session);
@@ -120,20 +114,20 @@ std::int64_t Sessions::expireAccessTokens(Transaction& transaction,
   return transaction.run(
       "UPDATE access_tokens SET expires = 0 WHERE expires > ?1 AND "
       "(?2 IS NULL OR session IN (SELECT id FROM sessions WHERE member = ?2))",
-      stored(now()), member);
+      now(), member);
 }
 
 Tokens Sessions::issue(Transaction& transaction, std::int64_t session) const {
   const Time time = now();
   for (const char* forget : {"DELETE FROM access_tokens WHERE session = ? AND expires <= ?",
                              "DELETE FROM refresh_tokens WHERE session = ? AND expires <= ?"}) {
-    transaction.run(forget, session, stored(time));
+    transaction.run(forget, session, time);
   }
   Tokens tokens{makeToken(), makeToken(), time + lifetimes_.access};
   transaction.run("INSERT INTO access_tokens (hash, session, expires) VALUES (?, ?, ?)",
-                  tokenHash(tokens.access), session, stored(tokens.expires));
+                  tokenHash(tokens.access), session, tokens.expires);
   transaction.run("INSERT INTO refresh_tokens (hash, session, expires) VALUES (?, ?, ?)",
-                  tokenHash(tokens.refresh), session, stored(time + lifetimes_.refresh));
+                  tokenHash(tokens.refresh), session, time + lifetimes_.refresh);
   return tokens;
 }
 

@@ -116,10 +116,9 @@ Response loginGuest(UserRoom& room, const Call& call) {
   const std::string device = *call.arguments.text("deviceUdid");
   return room.database.transact([&](Transaction& transaction) {
     const Time now = room.sessions.now();
-    transaction.run("INSERT OR IGNORE INTO guests (device, created) VALUES (?, ?)", device,
-                    stored(now));
+    transaction.run("INSERT OR IGNORE INTO guests (device, created) VALUES (?, ?)", device, now);
     const auto guest =
-        transaction.first("SELECT id FROM guests WHERE device = ?", device)->integer(0);
+        transaction.value<std::int64_t>("SELECT id FROM guests WHERE device = ?", device);
     ZVUser user = sessionRecord(room.sessions.signInGuest(transaction, guest, device), now);
     user.guestId = guest;
     return succeed(user);

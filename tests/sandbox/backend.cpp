@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <stdexcept>
 
 #include "zavelo/platform/jpeg.hpp"
@@ -165,8 +166,9 @@ std::string exchange(std::uint16_t port, std::string_view bytes, Ending ending) 
     if (ending == Ending::closes) ::shutdown(client, SHUT_WR);
     char buffer[4096];
     ssize_t got = 0;
-    while ((got = ::recv(client, buffer, sizeof buffer, 0)) > 0)
-      received.append(buffer, static_cast<std::size_t>(got));
+    // A fuzzer's alarm interrupts what has a time-out (signal(7)).
+    while ((got = ::recv(client, buffer, sizeof buffer, 0)) > 0 || (got < 0 && errno == EINTR))
+      if (got > 0) received.append(buffer, static_cast<std::size_t>(got));
   }
   ::close(client);
   return received;

@@ -92,7 +92,7 @@ TEST_F(StateTest, FailingStepThrowsAndLeavesNothingOfItsTransaction) {
                std::runtime_error);
   const auto guests = database->transact([&](Transaction& transaction) {
     add(transaction, "b");
-    return transaction.first("SELECT group_concat(device) FROM guests")->text(0);
+    return transaction.value<std::string>("SELECT group_concat(device) FROM guests");
   });
   EXPECT_EQ(guests, "a,b");
 }

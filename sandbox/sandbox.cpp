@@ -44,23 +44,23 @@ struct Sandbox::Parts {
       settings.config.set("profileImageUrl", url + "/media/profiles/");
     }
     channels.add(chat);
-    router.add(signInEndpoints(userRoom));
-    router.add(profileEndpoints(userRoom));
+    router.add(signInEndpoints(userContext));
+    router.add(profileEndpoints(userContext));
     router.add(settingsEndpoints(settings));
-    router.add(streamLifeEndpoints(streamRoom));
-    router.add(streamListEndpoints(streamRoom));
-    router.add(audienceEndpoints(streamRoom));
-    router.add(studioEndpoints(streamRoom));
-    router.add(productEndpoints(streamRoom));
-    router.add(giftEndpoints(giftRoom));
+    router.add(streamLifeEndpoints(streamContext));
+    router.add(streamListEndpoints(streamContext));
+    router.add(audienceEndpoints(streamContext));
+    router.add(studioEndpoints(streamContext));
+    router.add(productEndpoints(streamContext));
+    router.add(giftEndpoints(giftContext));
     router.add(giftPictureEndpoints(settings));
     router.add(mediaEndpoints(*database));
-    router.add(controlEndpoints(controlRoom));
-    router.add(seedEndpoints(seedRoom));
+    router.add(controlEndpoints(controlContext));
+    router.add(seedEndpoints(seedContext));
     router.add(pageEndpoints());
-    router.add(callLogEndpoints(dashboardRoom));
-    router.add(peopleEndpoints(dashboardRoom));
-    router.add(broadcastEndpoints(dashboardRoom));
+    router.add(callLogEndpoints(dashboardContext));
+    router.add(peopleEndpoints(dashboardContext));
+    router.add(broadcastEndpoints(dashboardContext));
     router.add(eventStreamEndpoints(feed));
     router.wrap([this](const Request& request, const Router::Proceed& proceed) {
       return faults.around(request, proceed);
@@ -80,8 +80,8 @@ struct Sandbox::Parts {
   Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
   RunSettings run;
   Settings& settings = run.settings;
-  UserRoom userRoom{*database, sessions, throttle, url};
-  StreamRoom streamRoom{*database, sessions, throttle, settings, url};
+  UserContext userContext{*database, sessions, throttle, url};
+  StreamContext streamContext{*database, sessions, throttle, settings, url};
   EventFeed feed;
   CallLog log{feed};
   StateWatch watch{*database, feed, [this] { return sessions.now(); }};
@@ -89,16 +89,17 @@ struct Sandbox::Parts {
                 [this](const std::string& userId) { return namesOf(*database, userId); },
                 [this] { watch.touch(); }}};
   Channels channels{*database, sessions, url};
-  GiftRoom giftRoom{streamRoom, [this](const GivenGift& gift) { channels.noteGift(gift); }};
-  ControlRoom controlRoom{*database, sessions, throttle, faults, giftRoom, channels};
-  SeedRoom seedRoom{*database, run};
-  DashboardRoom dashboardRoom{*database,
-                              log,
-                              chat,
-                              watch,
-                              settings,
-                              [this] { return sessions.now(); },
-                              [this] { return router.paths(); }};
+  GiftContext giftContext{streamContext,
+                          [this](const GivenGift& gift) { channels.noteGift(gift); }};
+  ControlContext controlContext{*database, sessions, throttle, faults, giftContext, channels};
+  SeedContext seedContext{*database, run};
+  DashboardContext dashboardContext{*database,
+                                    log,
+                                    chat,
+                                    watch,
+                                    settings,
+                                    [this] { return sessions.now(); },
+                                    [this] { return router.paths(); }};
   CallRecorder recorder{{router, log, [this] { return sessions.now(); },
                          [this](const Request& request) { return callerOf(*database, request); },
                          [this] { watch.touch(); }}};

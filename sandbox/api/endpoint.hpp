@@ -53,11 +53,11 @@ struct Endpoint {
   return {"GET", path, Access::open, std::move(handler), {}};
 }
 
-/// Makes handlers of functions that work with that room: `const auto at = handlersIn(room);`
-template <class Room>
-[[nodiscard]] auto handlersIn(Room& room) {
-  return [&room](Response (*operation)(Room&, const Call&)) {
-    return [&room, operation](const Call& call) { return operation(room, call); };
+/// Makes handlers of functions that work with that context: `const auto at = handlersIn(context);`
+template <class Context>
+[[nodiscard]] auto handlersIn(Context& context) {
+  return [&context](Response (*operation)(Context&, const Call&)) {
+    return [&context, operation](const Call& call) { return operation(context, call); };
   };
 }
 

@@ -1,6 +1,7 @@
 #include "sandbox/api/parameters.hpp"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "sandbox/api/parameter_values.hpp"
@@ -123,41 +124,36 @@ Result<Arguments, std::vector<Problem>> checkParameters(std::span<const Paramete
   return checkParameters(parameters, *object);
 }
 
-std::optional<std::string> Arguments::text(std::string_view name) const {
+const json::Value* Arguments::find(std::string_view name) const {
   const auto found = values_.find(name);
-  if (found == values_.end()) return {};
-  return *found->second.as<std::string>();
+  return found == values_.end() ? nullptr : &found->second;
 }
 
-std::optional<std::int64_t> Arguments::integer(std::string_view name) const {
-  const auto found = number(name);
-  if (!found) return {};
-  return static_cast<std::int64_t>(*found);
+double Arguments::numberOf(const json::Value& value) {
+  return *sandbox::numberOf(value);
 }
 
-std::optional<double> Arguments::number(std::string_view name) const {
-  const auto found = values_.find(name);
-  if (found == values_.end()) return {};
-  return numberOf(found->second);
-}
-
-std::optional<bool> Arguments::flag(std::string_view name) const {
-  const auto found = values_.find(name);
-  if (found == values_.end()) return {};
-  return *found->second.as<bool>();
+void Arguments::throwMissing(std::string_view name) {
+  throw std::logic_error("the endpoint does not require \"" + std::string(name) + "\"");
 }
 
 json::Object Arguments::object() const {
   return json::Object(std::vector<json::Object::Member>(values_.begin(), values_.end()));
 }
 
-bool Arguments::has(std::string_view name) const {
-  return values_.contains(name) || files_.contains(name);
+bool Arguments::has(const Parameter& parameter) const {
+  return values_.contains(parameter.name) || files_.contains(parameter.name);
 }
 
-const FormPart* Arguments::file(std::string_view name) const {
-  const auto found = files_.find(name);
+const FormPart* Arguments::operator[](const Param<FormPart>& parameter) const {
+  const auto found = files_.find(parameter.name);
   return found == files_.end() ? nullptr : &found->second;
+}
+
+const FormPart& Arguments::operator[](const Param<FormPart, true>& parameter) const {
+  const auto found = files_.find(parameter.name);
+  if (found == files_.end()) throwMissing(parameter.name);
+  return found->second;
 }
 
 }  // namespace zavelo::sandbox

@@ -18,7 +18,7 @@ namespace zavelo::sandbox {
 
 /// What somebody asked for, and of whom, as far as the action takes it.
 struct ActionCall {
-  ControlRoom& room;
+  ControlContext& context;
   Transaction& transaction;
   const Arguments& arguments;
   const std::optional<std::string>& passwordHash;  ///< of the parameter "password"
@@ -28,8 +28,8 @@ struct ActionCall {
   std::optional<Stream> stream{};
 };
 
-/// Whom an action is about.
-inline constexpr Parameter actionMemberParameter = text("userName", 1, 64);
+/// The member that an action is about.
+inline constexpr auto actionMemberParameter = text("userName", 1, 64);
 
 /// What an administrator, another device or a host's app would do.
 struct Action {

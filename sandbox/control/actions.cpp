@@ -17,42 +17,45 @@ namespace {
 
 using Changed = Result<std::int64_t, Problem>;
 
-constexpr Parameter nameParameter = required(text("action", 1, 50));
+constexpr auto goldParameter = required(integer("gold", 1, mostGoldAtOnce));
+/// Not every action has one.
+constexpr auto optionalSlug = text(slugParameter.name, slugParameter.least, slugParameter.most);
+constexpr auto nameParameter = required(text("action", 1, 50));
 
-Changed expireTokens(const ActionCall& of) {
-  return of.room.sessions.expireAccessTokens(
-      of.transaction, of.member ? std::optional(of.member->id) : std::nullopt);
+Changed expireTokens(const ActionCall& call) {
+  return call.context.sessions.expireAccessTokens(
+      call.transaction, call.member ? std::optional(call.member->id) : std::nullopt);
 }
 
-Changed signInElsewhere(const ActionCall& of) {
-  return Sessions::takeOver(of.transaction, of.member->id);
+Changed signInElsewhere(const ActionCall& call) {
+  return Sessions::takeOver(call.transaction, call.member->id);
 }
 
 template <int Banned>
-Changed setBanned(const ActionCall& of) {
-  return of.transaction.run("UPDATE members SET banned = ?1 WHERE id = ?2 AND banned <> ?1", Banned,
-                            of.member->id);
+Changed setBanned(const ActionCall& call) {
+  return call.transaction.run("UPDATE members SET banned = ?1 WHERE id = ?2 AND banned <> ?1",
+                              Banned, call.member->id);
 }
 
-Changed giveGold(const ActionCall& of) {
-  if (auto problem = addGold(of.transaction, *of.member, *of.arguments.integer("gold"))) {
+Changed giveGold(const ActionCall& call) {
+  if (auto problem = addGold(call.transaction, *call.member, call.arguments[goldParameter])) {
     return Failure{*std::move(problem)};
   }
   return 1;
 }
 
-Changed lock(const ActionCall& of) {
-  setPassword(of.transaction, *of.stream, of.passwordHash);
+Changed lock(const ActionCall& call) {
+  setPassword(call.transaction, *call.stream, call.passwordHash);
   return 1;
 }
 
-Changed unlock(const ActionCall& of) {
-  setPassword(of.transaction, *of.stream, std::nullopt);
+Changed unlock(const ActionCall& call) {
+  setPassword(call.transaction, *call.stream, std::nullopt);
   return 1;
 }
 
 std::vector<Action> administrativeActions() {
-  constexpr Parameter userName = actionMemberParameter;
+  constexpr auto userName = actionMemberParameter;
   return {
       {{"expire-tokens", "Let access tokens expire, of one member or of everybody", {userName}},
        expireTokens},
@@ -62,15 +65,13 @@ std::vector<Action> administrativeActions() {
         "Take a member's session over, as another device does",
         {required(userName)}},
        signInElsewhere},
-      {{"give-gold",
-        "Put gold into a member's wallet",
-        {required(userName), required(integer("gold", 1, mostGoldAtOnce))}},
+      {{"give-gold", "Put gold into a member's wallet", {required(userName), goldParameter}},
        giveGold},
       {{"lock-stream",
         "Lock a stream with a password",
-        {required(slugParameter), required(streamPasswordParameter)}},
+        {slugParameter, required(streamPasswordParameter)}},
        lock},
-      {{"unlock-stream", "Open a stream to all", {required(slugParameter)}}, unlock},
+      {{"unlock-stream", "Open a stream to all", {slugParameter}}, unlock},
   };
 }
 
@@ -98,34 +99,34 @@ std::string actionNames() {
 }
 
 /// Fills in the member and the stream that are named.
-std::optional<Problem> find(ActionCall& of) {
-  if (const auto userName = of.arguments.text("userName")) {
-    of.member = memberByUserName(of.transaction, *userName);
-    if (!of.member) return Problem{Code::userNotFound, "There is no member of that userName"};
+std::optional<Problem> findNamed(ActionCall& call) {
+  if (const auto userName = call.arguments[actionMemberParameter]) {
+    call.member = memberByUserName(call.transaction, *userName);
+    if (!call.member) return Problem{Code::userNotFound, "There is no member of that userName"};
   }
-  if (const auto slug = of.arguments.text("slug")) {
-    of.stream = streamBySlug(of.transaction, *slug);
-    if (!of.stream) return parameterProblem("slug", "there is no such stream");
+  if (const auto slug = call.arguments[optionalSlug]) {
+    call.stream = streamBySlug(call.transaction, *slug);
+    if (!call.stream) return parameterProblem("slug", "there is no such stream");
   }
   return {};
 }
 
-Response runAction(ControlRoom& room, const Call& call) {
-  const Action* action = actionNamed(*call.arguments.text(nameParameter.name));
+Response runAction(ControlContext& context, const Call& call) {
+  const Action* action = actionNamed(call.arguments[nameParameter]);
   if (action == nullptr) return fail(parameterProblem(nameParameter.name, actionNames()));
   auto parameters = action->outline.parameters;
   parameters.push_back(nameParameter);
   const auto arguments = checkParameters(parameters, call.arguments.object());
   if (!arguments) return fail(arguments.error());
   std::optional<std::string> passwordHash;
-  if (const auto password = arguments->text(streamPasswordParameter.name)) {
-    passwordHash = room.throttle.run([&] { return hashPassword(*password); });
+  if (const auto password = (*arguments)[streamPasswordParameter]) {
+    passwordHash = context.throttle.run([&] { return hashPassword(*password); });
   }
   std::function<std::int64_t()> then = [] { return 0; };
-  const auto changed = room.database.transact([&](Transaction& transaction) -> Changed {
-    ActionCall of{room, transaction, *arguments, passwordHash, then};
-    if (auto problem = find(of)) return Failure{*std::move(problem)};
-    return action->act(of);
+  const auto changed = context.database.transact([&](Transaction& transaction) -> Changed {
+    ActionCall named{context, transaction, *arguments, passwordHash, then};
+    if (auto problem = findNamed(named)) return Failure{*std::move(problem)};
+    return action->act(named);
   });
   if (!changed) return fail(changed.error());
   return succeed(json::Value(json::Object{{"changed", *changed + then()}}));
@@ -139,8 +140,8 @@ std::vector<ActionOutline> actionOutlines() {
   return outlines;
 }
 
-Endpoint actionEndpoint(ControlRoom& room) {
-  return post("/sandbox/actions", Access::open, handlersIn(room)(runAction),
+Endpoint actionEndpoint(ControlContext& context) {
+  return post("/sandbox/actions", Access::open, handlersIn(context)(runAction),
               {nameParameter, anything()});
 }
 

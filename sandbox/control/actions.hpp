@@ -6,6 +6,6 @@
 namespace zavelo::sandbox {
 
 /// Does what an administrator or another device would do, as its `action` says.
-[[nodiscard]] Endpoint actionEndpoint(ControlRoom& room);
+[[nodiscard]] Endpoint actionEndpoint(ControlContext& context);
 
 }  // namespace zavelo::sandbox

@@ -16,13 +16,27 @@ namespace {
 
 using Changed = Result<std::int64_t, Problem>;
 
-HostMessages messagesFor(const ActionCall& of) {
-  return {of.transaction, *of.stream, of.room.gifts.streams.site, of.room.sessions.now()};
+constexpr auto contentParameter = required(text("content", 1, 500));
+constexpr auto colorParameter = text("color", 1, 30);
+constexpr auto xParameter = number("x", -1e6, 1e6);
+constexpr auto yParameter = number("y", -1e6, 1e6);
+constexpr auto questionParameter = required(text("question", 1, 500));
+constexpr auto firstOption = required(text("option1", 1, 200));
+constexpr auto secondOption = required(text("option2", 1, 200));
+constexpr auto thirdOption = text("option3", 1, 200);
+constexpr auto titleParameter = text("title", 0, 200);
+constexpr auto choiceParameter = required(integer("choice", 1, 3));
+constexpr auto amountParameter = integer("amount", 1, mostGiftsAtOnce);
+constexpr auto giftIdParameter = required(integer("giftId", 0, 1e15));
+
+HostMessages messagesFor(const ActionCall& call) {
+  return {call.transaction, *call.stream, call.context.gifts.streams.site,
+          call.context.sessions.now()};
 }
 
 /// Sends the event when the state is written.
-Changed send(const ActionCall& of, std::shared_ptr<ZVStreamMessage> event) {
-  of.then = [&channels = of.room.channels, stream = *of.stream, event = std::move(event)] {
+Changed send(const ActionCall& call, std::shared_ptr<ZVStreamMessage> event) {
+  call.then = [&channels = call.context.channels, stream = *call.stream, event = std::move(event)] {
     return channels.tell(stream, *event);
   };
   return 0;
@@ -30,73 +44,74 @@ Changed send(const ActionCall& of, std::shared_ptr<ZVStreamMessage> event) {
 
 /// `Act` on a stream that runs, which is when there are others in its channel.
 template <Changed (*Act)(const ActionCall&)>
-Changed running(const ActionCall& of) {
-  if (of.stream->status == StreamStatus::live || of.stream->status == StreamStatus::paused) {
-    return Act(of);
+Changed running(const ActionCall& call) {
+  if (call.stream->status == StreamStatus::live || call.stream->status == StreamStatus::paused) {
+    return Act(call);
   }
   return Failure{parameterProblem("slug", "this stream does not run")};
 }
 
-Changed sendStatistic(const ActionCall& of) {
-  return send(of, messagesFor(of).statistic());
+Changed sendStatistic(const ActionCall& call) {
+  return send(call, messagesFor(call).statistic());
 }
 
-Changed sendFloatingText(const ActionCall& of) {
+Changed sendFloatingText(const ActionCall& call) {
   ZVFloatingTextMessageFields fields;
-  fields.content = of.arguments.text("content");
-  fields.streamTitleColor = of.arguments.text("color");
-  if (of.arguments.has("x") || of.arguments.has("y")) {
+  fields.content = call.arguments[contentParameter];
+  fields.streamTitleColor = call.arguments[colorParameter];
+  if (call.arguments.has(xParameter) || call.arguments.has(yParameter)) {
     fields.position = std::make_shared<ZVFloatingTextPosition>(
-        ZVFloatingTextPosition{of.arguments.number("x"), of.arguments.number("y")});
+        ZVFloatingTextPosition{call.arguments[xParameter], call.arguments[yParameter]});
   }
-  return send(of, messagesFor(of).floatingText(std::move(fields)));
+  return send(call, messagesFor(call).floatingText(std::move(fields)));
 }
 
 template <ZVMessageType Kind>
-Changed sendAbout(const ActionCall& of) {
-  return send(of, messagesFor(of).about(*of.member, Kind));
+Changed sendAbout(const ActionCall& call) {
+  return send(call, messagesFor(call).about(*call.member, Kind));
 }
 
-Changed beginPoll(const ActionCall& of) {
-  if (runningPoll(of.transaction, of.stream->id)) {
+Changed beginPoll(const ActionCall& call) {
+  if (runningPoll(call.transaction, call.stream->id)) {
     return Failure{parameterProblem("slug", "a poll of this stream runs already")};
   }
-  Poll poll{.title = of.arguments.text("title").value_or(""),
-            .question = *of.arguments.text("question"),
-            .options = {*of.arguments.text("option1"), *of.arguments.text("option2")},
+  Poll poll{.title = call.arguments[titleParameter].value_or(""),
+            .question = call.arguments[questionParameter],
+            .options = {call.arguments[firstOption], call.arguments[secondOption]},
             .votes = {}};
-  if (auto third = of.arguments.text("option3")) poll.options.push_back(*std::move(third));
-  return send(of, messagesFor(of).poll(startPoll(of.transaction, of.stream->id, poll)));
+  if (auto third = call.arguments[thirdOption]) poll.options.push_back(*std::move(third));
+  return send(call, messagesFor(call).poll(startPoll(call.transaction, call.stream->id, poll)));
 }
 
-Changed countVotes(const ActionCall& of) {
-  auto poll = runningPoll(of.transaction, of.stream->id);
+Changed countVotes(const ActionCall& call) {
+  auto poll = runningPoll(call.transaction, call.stream->id);
   if (!poll) return Failure{parameterProblem("slug", "no poll of this stream runs")};
-  const auto choice = *of.arguments.integer("choice");
+  const auto choice = call.arguments[choiceParameter];
   if (choice > std::ssize(poll->options)) {
     return Failure{parameterProblem("choice", "the poll has no such option")};
   }
-  addVotes(of.transaction, *poll, choice, of.arguments.integer("amount").value_or(1));
-  return send(of, messagesFor(of).poll(*runningPoll(of.transaction, of.stream->id)));
+  addVotes(call.transaction, *poll, choice, call.arguments[amountParameter].value_or(1));
+  return send(call, messagesFor(call).poll(*runningPoll(call.transaction, call.stream->id)));
 }
 
-Changed endPoll(const ActionCall& of) {
-  const auto poll = runningPoll(of.transaction, of.stream->id);
+Changed endPoll(const ActionCall& call) {
+  const auto poll = runningPoll(call.transaction, call.stream->id);
   if (!poll) return Failure{parameterProblem("slug", "no poll of this stream runs")};
-  return send(of, messagesFor(of).poll(stopPoll(of.transaction, *poll)));
+  return send(call, messagesFor(call).poll(stopPoll(call.transaction, *poll)));
 }
 
 /// As the member's app does it: pays, and tells the channel.
-Changed giveGift(const ActionCall& of) {
+Changed giveGift(const ActionCall& call) {
   const auto gift =
-      offeredGift(of.room.gifts.streams.settings.gifts, *of.arguments.integer("giftId"));
+      offeredGift(call.context.gifts.streams.settings.gifts, call.arguments[giftIdParameter]);
   if (!gift) return Failure{gift.error()};
-  auto given = give(of.transaction, *of.stream, *gift, of.arguments.integer("amount").value_or(1),
-                    of.member->id, of.stream->owner, of.room.sessions.now());
+  auto given =
+      give(call.transaction, *call.stream, *gift, call.arguments[amountParameter].value_or(1),
+           call.member->id, call.stream->owner, call.context.sessions.now());
   if (!given) return Failure{std::move(given).error()};
-  of.then = [&room = of.room, given = *std::move(given)] {
-    room.gifts.given(given);
-    return room.channels.tell(given.stream, *messageOf(given, room.gifts.streams.site));
+  call.then = [&context = call.context, given = *std::move(given)] {
+    context.gifts.given(given);
+    return context.channels.tell(given.stream, *messageOf(given, context.gifts.streams.site));
   };
   return 0;
 }
@@ -104,7 +119,7 @@ Changed giveGift(const ActionCall& of) {
 /// What happens in the stream's channel: its parameters are these and the stream.
 Action inChannel(std::string_view name, std::string_view help, std::vector<Parameter> parameters,
                  Changed (*act)(const ActionCall&)) {
-  parameters.insert(parameters.begin(), required(slugParameter));
+  parameters.insert(parameters.begin(), slugParameter);
   return {{name, help, std::move(parameters), /*isTold=*/true}, act};
 }
 
@@ -112,25 +127,20 @@ Action inChannel(std::string_view name, std::string_view help, std::vector<Param
 
 std::vector<Action> channelActions() {
   using enum ZVMessageType;
-  const Parameter member = required(actionMemberParameter);
+  constexpr auto member = required(actionMemberParameter);
   return {
       inChannel("statistic", "Tell the channel how the stream does", {}, running<sendStatistic>),
       inChannel("floating-text", "Let a text float over the stream",
-                {required(text("content", 1, 500)), text("color", 1, 30), number("x", -1e6, 1e6),
-                 number("y", -1e6, 1e6)},
+                {contentParameter, colorParameter, xParameter, yParameter},
                 running<sendFloatingText>),
       inChannel("start-poll", "Start a poll",
-                {required(text("question", 1, 500)), required(text("option1", 1, 200)),
-                 required(text("option2", 1, 200)), text("option3", 1, 200), text("title", 0, 200)},
+                {questionParameter, firstOption, secondOption, thirdOption, titleParameter},
                 running<beginPoll>),
-      inChannel("add-votes", "Add votes to the running poll",
-                {required(integer("choice", 1, 3)), integer("amount", 1, mostGiftsAtOnce)},
+      inChannel("add-votes", "Add votes to the running poll", {choiceParameter, amountParameter},
                 running<countVotes>),
       inChannel("stop-poll", "Stop the running poll", {}, running<endPoll>),
-      inChannel(
-          "gift", "Let a member give a gift and pay for it",
-          {member, required(integer("giftId", 0, 1e15)), integer("amount", 1, mostGiftsAtOnce)},
-          running<giveGift>),
+      inChannel("gift", "Let a member give a gift and pay for it",
+                {member, giftIdParameter, amountParameter}, running<giveGift>),
       inChannel("kick", "Throw a user out", {member}, running<sendAbout<hostKicked>>),
       inChannel("unkick", "Let a user in again", {member}, running<sendAbout<hostUnkicked>>),
       inChannel("mute", "Silence a user", {member}, running<sendAbout<hostMuted>>),

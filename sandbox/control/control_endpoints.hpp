@@ -11,19 +11,19 @@
 namespace zavelo::sandbox {
 
 class Channels;
-struct GiftRoom;
+struct GiftContext;
 
 /// What the endpoints that steer the sandbox itself work with. Outlives them.
-struct ControlRoom {
+struct ControlContext {
   Database& database;
   const Sessions& sessions;
   Throttle& throttle;  ///< for hashing
   FaultDesk& faults;
-  GiftRoom& gifts;
+  GiftContext& gifts;
   Channels& channels;
 };
 
 /// Health, faults on demand, and actions that an administrator or another device would cause.
-[[nodiscard]] std::vector<Endpoint> controlEndpoints(ControlRoom& room);
+[[nodiscard]] std::vector<Endpoint> controlEndpoints(ControlContext& context);
 
 }  // namespace zavelo::sandbox

@@ -113,48 +113,48 @@ json::Array pointsOf(const std::vector<CurvePoint>& curve) {
   return points;
 }
 
-Response listStreams(DashboardRoom& room, const Call&) {
-  return room.database.transact([&](Transaction& transaction) {
+Response listStreams(DashboardContext& context, const Call&) {
+  return context.database.transact([&](Transaction& transaction) {
     return succeed(json::Value(
-        json::Object{{"now", stored(room.now())},
+        json::Object{{"now", stored(context.now())},
                      {"streams", arrayOf(listedStreams, newestStreams(transaction, "true"))}}));
   });
 }
 
-Response showStream(DashboardRoom& room, const Call& call) {
+Response showStream(DashboardContext& context, const Call& call) {
   const auto slug = std::string_view(call.request.path).substr(root.size());
-  return room.database.transact([&](Transaction& transaction) {
+  return context.database.transact([&](Transaction& transaction) {
     const auto found = newestStreams(transaction, "slug = ?", slug);
     if (found.empty()) return failWithStatus(404, "There is no such stream");
     const auto id = found.front().id;
-    return succeed(json::Value(json::Object{{"now", stored(room.now())},
+    return succeed(json::Value(json::Object{{"now", stored(context.now())},
                                             {"stream", arrayOf(listedStreams, found).front()},
                                             {"viewers", viewersOf(transaction, slug)},
                                             {"givers", giversOf(transaction, id)},
                                             {"poll", pollJson(transaction, id)},
-                                            {"curve", pointsOf(room.watch.curveOf(id))}}));
+                                            {"curve", pointsOf(context.watch.curveOf(id))}}));
   });
 }
 
 /// What can be given.
-Response listGifts(DashboardRoom& room, const Call&) {
+Response listGifts(DashboardContext& context, const Call&) {
   json::Array gifts;
-  for (const auto& gift : room.settings.gifts) {
+  for (const auto& gift : context.settings.gifts) {
     gifts.emplace_back(json::Object{{"giftId", gift.id}, {"name", gift.name}, {"gold", gift.gold}});
   }
   return succeed(json::Value(json::Object{{"gifts", std::move(gifts)}}));
 }
 
 /// What was said lately in the channel of that id.
-Response showChat(DashboardRoom& room, const Call& call) {
+Response showChat(DashboardContext& context, const Call& call) {
   const auto channelId = std::string_view(call.request.path).substr(channels.size());
-  return succeedWith(R"({"entries":)" + room.chat.entries(channelId) + "}");
+  return succeedWith(R"({"entries":)" + context.chat.entries(channelId) + "}");
 }
 
 }  // namespace
 
-std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room) {
-  const auto at = handlersIn(room);
+std::vector<Endpoint> broadcastEndpoints(DashboardContext& context) {
+  const auto at = handlersIn(context);
   return {get("/sandbox/streams", at(listStreams)), get("/sandbox/streams/*", at(showStream)),
           get("/sandbox/gifts", at(listGifts)), get("/sandbox/channels/*", at(showChat))};
 }

@@ -14,7 +14,7 @@ namespace zavelo::sandbox {
 /// ended. The dashboard's own requests are no calls.
 class CallRecorder final : public Service {
  public:
-  struct Room {
+  struct Context {
     Service& inner;
     CallLog& log;
     std::function<Time()> now;
@@ -22,7 +22,7 @@ class CallRecorder final : public Service {
     std::function<void()> changed;  ///< called when a call may have changed the state
   };
 
-  explicit CallRecorder(Room room) : room_(std::move(room)) {}
+  explicit CallRecorder(Context context) : context_(std::move(context)) {}
 
   [[nodiscard]] Response answer(const Request& request) override;
   [[nodiscard]] Response reject(int status, std::string_view reason) override;
@@ -30,7 +30,7 @@ class CallRecorder final : public Service {
  private:
   [[nodiscard]] Response answerOrReject(const Request& request);
 
-  Room room_;
+  Context context_;
 };
 
 }  // namespace zavelo::sandbox

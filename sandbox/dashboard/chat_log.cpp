@@ -28,7 +28,7 @@ void ChatLog::went(const ChannelMember& member) {
 }
 
 void ChatLog::given(const GivenGift& /*gift*/) {
-  room_.changed();
+  context_.changed();
 }
 
 std::string ChatLog::entries(std::string_view channelId) const {
@@ -42,8 +42,8 @@ std::string ChatLog::entries(std::string_view channelId) const {
 
 void ChatLog::add(const ChannelMember& member, std::string_view kind, std::string_view text) {
   // A text has its sender's names, too, but as the sender tells them.
-  auto names = room_.namesOf(member.userId);
-  json::Object object{{"at", stored(room_.now())},
+  auto names = context_.namesOf(member.userId);
+  json::Object object{{"at", stored(context_.now())},
                       {"channel", repaired(member.channelId.substr(0, idKept))},
                       {"user", repaired(member.userId.substr(0, idKept))},
                       {"name", std::move(names.displayName)},
@@ -63,9 +63,9 @@ void ChatLog::add(const ChannelMember& member, std::string_view kind, std::strin
       bytes_ -= entries_.front().json.size();
       entries_.pop_front();
     }
-    room_.feed.publish("chat", *std::move(json));
+    context_.feed.publish("chat", *std::move(json));
   }
-  room_.changed();
+  context_.changed();
 }
 
 }  // namespace zavelo::sandbox

@@ -24,7 +24,7 @@ struct UserNames {
 class ChatLog final : public ChannelListener {
  public:
   /// What the log works with.
-  struct Room {
+  struct Context {
     EventFeed& feed;
     std::function<Time()> now;
     /// The names of a user of the channel; empty: it is no member.
@@ -33,7 +33,7 @@ class ChatLog final : public ChannelListener {
     std::function<void()> changed;
   };
 
-  explicit ChatLog(Room room) : room_(std::move(room)) {}
+  explicit ChatLog(Context context) : context_(std::move(context)) {}
 
   void heard(const ChannelMember& sender, const std::string& text) override;
   void came(const ChannelMember& member) override;
@@ -50,7 +50,7 @@ class ChatLog final : public ChannelListener {
   };
   void add(const ChannelMember& member, std::string_view kind, std::string_view text);
 
-  const Room room_;
+  const Context context_;
   mutable std::mutex mutex_;
   std::int64_t lastNumber_ = 0;
   std::size_t bytes_ = 0;

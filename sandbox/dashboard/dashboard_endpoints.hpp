@@ -14,7 +14,7 @@
 namespace zavelo::sandbox {
 
 /// What the dashboard looks at. Outlives its endpoints.
-struct DashboardRoom {
+struct DashboardContext {
   Database& database;
   CallLog& log;
   const ChatLog& chat;
@@ -27,9 +27,9 @@ struct DashboardRoom {
 /// The page itself, at "/" and "/dashboard/*".
 [[nodiscard]] std::vector<Endpoint> pageEndpoints();
 /// What the page shows: reads under "/sandbox/" beside the event stream.
-[[nodiscard]] std::vector<Endpoint> callLogEndpoints(DashboardRoom& room);
-[[nodiscard]] std::vector<Endpoint> peopleEndpoints(DashboardRoom& room);
-[[nodiscard]] std::vector<Endpoint> broadcastEndpoints(DashboardRoom& room);
+[[nodiscard]] std::vector<Endpoint> callLogEndpoints(DashboardContext& context);
+[[nodiscard]] std::vector<Endpoint> peopleEndpoints(DashboardContext& context);
+[[nodiscard]] std::vector<Endpoint> broadcastEndpoints(DashboardContext& context);
 
 /// The names of the member with that id, in digits; empty when there is none.
 [[nodiscard]] UserNames namesOf(Database& database, const std::string& userId);

@@ -65,14 +65,14 @@ json::Array guests(Transaction& transaction) {
                  listedGuests.list(transaction, "true ORDER BY guests.id DESC LIMIT ?", mostShown));
 }
 
-Response listUsers(DashboardRoom& room, const Call& call) {
+Response listUsers(DashboardContext& context, const Call& call) {
   const std::string_view path = call.request.path;
   const std::string text(path.starts_with(finding) ? path.substr(finding.size())
                                                    : std::string_view());
   if (!isUtf8(text)) return fail({Code::modelInvalid, "The name is not UTF-8"});
-  return room.database.transact([&](Transaction& transaction) {
+  return context.database.transact([&](Transaction& transaction) {
     const auto total = transaction.value<std::int64_t>("SELECT count(*) FROM members");
-    return succeed(json::Value(json::Object{{"now", stored(room.now())},
+    return succeed(json::Value(json::Object{{"now", stored(context.now())},
                                             {"total", total},
                                             {"members", membersWith(transaction, text)},
                                             {"guests", guests(transaction)}}));
@@ -81,8 +81,8 @@ Response listUsers(DashboardRoom& room, const Call& call) {
 
 }  // namespace
 
-std::vector<Endpoint> peopleEndpoints(DashboardRoom& room) {
-  const auto at = handlersIn(room);
+std::vector<Endpoint> peopleEndpoints(DashboardContext& context) {
+  const auto at = handlersIn(context);
   return {get("/sandbox/users", at(listUsers)), get("/sandbox/users/*", at(listUsers))};
 }
 

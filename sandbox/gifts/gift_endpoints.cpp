@@ -10,64 +10,67 @@
 namespace zavelo::sandbox {
 namespace {
 
+constexpr auto giftIdParameter = required(integer("giftId", 0, 1e15));
+constexpr auto amountParameter = required(integer("amount", 1, mostGiftsAtOnce));
+constexpr auto receiverParameter = integer("receiverId", 0, 1e15);
+
 /// A guest has no wallet, and looks all the same.
-Response store(GiftRoom& room, const Call& call) {
+Response store(GiftContext& context, const Call& call) {
   ZVGiftStore catalogue;
   catalogue.totalBean = catalogue.totalGold = 0;
   if (call.identity.member) {
-    const Member member = room.streams.database.transact(
+    const Member member = context.streams.database.transact(
         [&](Transaction& transaction) { return *memberById(transaction, *call.identity.member); });
     catalogue.totalBean = member.beans;
     catalogue.totalGold = member.gold;
   }
   catalogue.gifts.emplace();
-  for (const auto& gift : room.streams.settings.gifts) {
-    catalogue.gifts->push_back(recordOf(gift, std::ssize(*catalogue.gifts), room.streams.site));
+  for (const auto& gift : context.streams.settings.gifts) {
+    catalogue.gifts->push_back(recordOf(gift, std::ssize(*catalogue.gifts), context.streams.site));
   }
   return succeed(catalogue);
 }
 
 /// The owner, or the co-host that the sender names.
-Result<std::int64_t, Problem> receiverIn(const StreamCall& of) {
-  const auto named = of.call.arguments.integer("receiverId");
-  if (!named || *named == of.stream.owner) return of.stream.owner;
-  if (coHostWho(of.transaction, of.stream.id, *named)) return *named;
+Result<std::int64_t, Problem> receiverIn(const StreamCall& call) {
+  const auto named = call.arguments[receiverParameter];
+  if (!named || *named == call.stream.owner) return call.stream.owner;
+  if (coHostWho(call.transaction, call.stream.id, *named)) return *named;
   return Failure{parameterProblem("receiverId", "is neither the stream's owner nor a co-host")};
 }
 
-Result<GivenGift, Problem> giveIn(const StreamCall& of) {
-  const auto gift = offeredGift(of.room.settings.gifts, *of.call.arguments.integer("giftId"));
+Result<GivenGift, Problem> giveIn(const StreamCall& call) {
+  const auto gift = offeredGift(call.context.settings.gifts, call.arguments[giftIdParameter]);
   if (!gift) return Failure{gift.error()};
-  const auto receiver = receiverIn(of);
+  const auto receiver = receiverIn(call);
   if (!receiver) return Failure{receiver.error()};
-  return give(of.transaction, of.stream, *gift, *of.call.arguments.integer("amount"),
-              *of.call.identity.member, *receiver, of.now);
+  return give(call.transaction, call.stream, *gift, call.arguments[amountParameter],
+              *call.identity.member, *receiver, call.now);
 }
 
-Response sendGift(GiftRoom& room, const Call& call) {
+Response sendGift(GiftContext& context, const Call& call) {
   std::optional<GivenGift> given;
-  const auto run = [&](const StreamCall& of) {
-    auto outcome = giveIn(of);
+  const auto run = [&](const StreamCall& allowed) {
+    auto outcome = giveIn(allowed);
     if (!outcome) return fail(outcome.error());
     given = *std::move(outcome);
-    return succeed(recordOf(of.transaction, *given, of.room.site, of.now));
+    return succeed(recordOf(allowed.transaction, *given, allowed.context.site, allowed.now));
   };
   const Response response =
-      perform(room.streams, {"/api/gifts/send-gift", Who::viewer, When::running, run}, call);
-  // Only now: whoever is told may look at the state.
-  if (given) room.given(*given);
+      perform(context.streams, {"/api/gifts/send-gift", Who::viewer, When::running, run}, call);
+  // Only now: the observer may look at the state.
+  if (given) context.given(*given);
   return response;
 }
 
 }  // namespace
 
-std::vector<Endpoint> giftEndpoints(GiftRoom& room) {
-  const auto at = handlersIn(room);
+std::vector<Endpoint> giftEndpoints(GiftContext& context) {
+  const auto at = handlersIn(context);
   return {
       post("/api/gifts/store", Access::session, at(store)),
       post("/api/gifts/send-gift", Access::member, at(sendGift),
-           {required(slugParameter), required(integer("giftId", 0, 1e15)),
-            required(integer("amount", 1, mostGiftsAtOnce)), integer("receiverId", 0, 1e15)}),
+           {slugParameter, giftIdParameter, amountParameter, receiverParameter}),
   };
 }
 

@@ -9,12 +9,12 @@
 namespace zavelo::sandbox {
 
 /// What the endpoints about gifts work with. Outlives them.
-struct GiftRoom {
-  StreamRoom& streams;
+struct GiftContext {
+  StreamContext& streams;
   std::function<void(const GivenGift&)> given;  ///< told of every gift, on the caller's thread
 };
 
 /// The catalogue, with the caller's wallet, and giving.
-[[nodiscard]] std::vector<Endpoint> giftEndpoints(GiftRoom& room);
+[[nodiscard]] std::vector<Endpoint> giftEndpoints(GiftContext& context);
 
 }  // namespace zavelo::sandbox

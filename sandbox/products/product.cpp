@@ -16,22 +16,17 @@ constexpr auto table = tableOf<Product>(
 }  // namespace
 
 std::vector<Parameter> productParameters() {
-  constexpr double mostExpensive = 1e12;
-  return {required(text("name", 1, 300)),
-          required(number("price", 0, mostExpensive)),
-          required(number("promotionPrice", 0, mostExpensive)),
-          required(address("url")),
-          text("description", 0, 5000),
-          text("sku", 0, 100)};
+  return {productNameParameter, priceParameter,       promotionPriceParameter,
+          productUrlParameter,  descriptionParameter, skuParameter};
 }
 
 void assign(Product& product, const Arguments& arguments) {
-  product.name = *arguments.text("name");
-  product.price = *arguments.number("price");
-  product.promotionPrice = *arguments.number("promotionPrice");
-  product.url = *arguments.text("url");
-  product.description = arguments.text("description").value_or(product.description);
-  product.sku = arguments.text("sku").value_or(product.sku);
+  product.name = arguments[productNameParameter];
+  product.price = arguments[priceParameter];
+  product.promotionPrice = arguments[promotionPriceParameter];
+  product.url = arguments[productUrlParameter];
+  product.description = arguments[descriptionParameter].value_or(product.description);
+  product.sku = arguments[skuParameter].value_or(product.sku);
 }
 
 std::optional<Product> productById(Transaction& transaction, std::int64_t id) {

@@ -25,6 +25,15 @@ struct Product {
   std::optional<std::string> pictureName;  ///< of the file on its shelf
 };
 
+inline constexpr double mostExpensive = 1e12;
+inline constexpr auto productNameParameter = required(text("name", 1, 300));
+inline constexpr auto priceParameter = required(number("price", 0, mostExpensive));
+inline constexpr auto promotionPriceParameter =
+    required(number("promotionPrice", 0, mostExpensive));
+inline constexpr auto productUrlParameter = required(address("url"));
+inline constexpr auto descriptionParameter = text("description", 0, 5000);
+inline constexpr auto skuParameter = text("sku", 0, 100);
+
 /// What a product is made of, but for its picture.
 [[nodiscard]] std::vector<Parameter> productParameters();
 /// Takes over what the arguments give; what they leave out stays.

@@ -8,6 +8,6 @@
 namespace zavelo::sandbox {
 
 /// A seller's catalogue, and the same as a stream's viewers see it.
-[[nodiscard]] std::vector<Endpoint> productEndpoints(StreamRoom& room);
+[[nodiscard]] std::vector<Endpoint> productEndpoints(StreamContext& context);
 
 }  // namespace zavelo::sandbox

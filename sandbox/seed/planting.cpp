@@ -21,18 +21,18 @@ struct Unusable {
 
 /// Of the entry's password, made from it or brought along.
 std::optional<std::string> hashIn(const Arguments& entry, const SeedHashes& hashes) {
-  if (auto hash = entry.text("passwordHash")) return hash;
+  if (auto hash = entry[passwordHashParameter]) return hash;
   const auto made = hashes.find(&entry);
   return made == hashes.end() ? std::nullopt : std::optional(made->second);
 }
 
 std::string userNameFor(Transaction& transaction, const Arguments& entry) {
-  const auto name = entry.text("userName");
+  const auto name = entry[userNameParameter];
   if (name && (!isUserName(*name) || memberByUserName(transaction, *name))) {
     throw Unusable{parameterProblem(
-        "userName", R"(is taken or not of ASCII letters, digits, ".", "_" and "-")")};
+        userNameParameter.name, R"(is taken or not of ASCII letters, digits, ".", "_" and "-")")};
   }
-  return name ? *name : freeUserName(transaction, *entry.text("zaveloId"));
+  return name ? *name : freeUserName(transaction, entry[zaveloIdParameter]);
 }
 
 void plantPicture(Transaction& transaction, const EntryKind& kind, std::int64_t owner,
@@ -42,32 +42,33 @@ void plantPicture(Transaction& transaction, const EntryKind& kind, std::int64_t 
 
 void plantMember(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
                  Time now) {
-  const std::string zaveloId = *entry.text("zaveloId");
+  const std::string zaveloId = entry[zaveloIdParameter];
   if (memberByZaveloId(transaction, zaveloId)) return;
   Member member;
   member.zaveloId = zaveloId;
   member.userName = userNameFor(transaction, entry);
-  member.displayName = entry.text("displayName").value_or(zaveloId);
+  member.displayName = entry[displayNameParameter].value_or(zaveloId);
   member.passwordHash = hashIn(entry, hashes);
-  member.gender = entry.text("gender").value_or("");
-  member.dob = entry.text("dob").value_or("");
-  member.about = entry.text("about").value_or("");
-  member.image = entry.text("profileImage").value_or("");
-  member.latitude = entry.number("latitude");
-  member.longitude = entry.number("longitude");
-  member.promoCode = entry.text("promoCode").value_or("");
-  member.promoDescription = entry.text("promoCodeDescription").value_or("");
-  member.gold = entry.integer("gold").value_or(startingGold);
-  member.beans = entry.integer("beans").value_or(0);
-  member.banned = entry.flag("isBanned").value_or(false);
+  member.gender = entry[genderParameter].value_or("");
+  member.dob = entry[dobParameter].value_or("");
+  member.about = entry[aboutParameter].value_or("");
+  member.image = entry[profileImageParameter].value_or("");
+  member.latitude = entry[latitudeParameter];
+  member.longitude = entry[longitudeParameter];
+  member.promoCode = entry[promoCodeParameter].value_or("");
+  member.promoDescription = entry[promoDescriptionParameter].value_or("");
+  member.gold = entry[goldParameter].value_or(startingGold);
+  member.beans = entry[beansParameter].value_or(0);
+  member.banned = entry[isBannedParameter].value_or(false);
   member.created = now;
   plantPicture(transaction, memberEntries(), addMember(transaction, member), entry);
 }
 
-/// The member whose zaveloId stands under that name.
-std::int64_t memberNamed(Transaction& transaction, const Arguments& entry, std::string_view name) {
-  const auto member = memberByZaveloId(transaction, *entry.text(name));
-  if (!member) throw Unusable{parameterProblem(name, "there is no such member")};
+/// The member whose zaveloId the parameter has.
+std::int64_t memberNamed(Transaction& transaction, const Arguments& entry,
+                         const Param<std::string, true>& parameter) {
+  const auto member = memberByZaveloId(transaction, entry[parameter]);
+  if (!member) throw Unusable{parameterProblem(parameter.name, "there is no such member")};
   return member->id;
 }
 
@@ -80,16 +81,16 @@ void bring(Transaction& transaction, const Stream& stream, StreamStatus status, 
 
 void plantStream(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
                  const Settings& settings, Time now) {
-  const std::int64_t owner = memberNamed(transaction, entry, "owner");
+  const std::int64_t owner = memberNamed(transaction, entry, ownerParameter);
   const auto plan = planFrom(entry, settings);
   if (!plan) throw Unusable{plan.error()};
-  const std::string slug = *entry.text("slug");
+  const std::string slug = entry[slugParameter];
   if (streamBySlug(transaction, slug)) return;
   const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry, hashes), now);
   plantPicture(transaction, streamEntries(), stream.id, entry);
-  setPinned(transaction, stream, entry.text("pinned").value_or(""));
-  setPosition(transaction, stream, entry.text("position").value_or(""));
-  if (const auto status = entry.text("status")) {
+  setPinned(transaction, stream, entry[pinnedTextParameter].value_or(""));
+  setPosition(transaction, stream, entry[positionParameter].value_or(""));
+  if (const auto status = entry[statusParameter]) {
     bring(transaction, stream, *statusNamed(*status), now);
   }
 }
@@ -101,7 +102,7 @@ using NamesBefore = std::map<std::int64_t, std::map<std::string, std::int64_t>>;
 /// A seller may have several products of one name: in the end there are as many as the seed has.
 void plantProduct(Transaction& transaction, const Arguments& entry, NamesBefore& before) {
   Product product;
-  product.seller = memberNamed(transaction, entry, "seller");
+  product.seller = memberNamed(transaction, entry, sellerParameter);
   assign(product, entry);
   auto names = before.find(product.seller);
   if (names == before.end()) {

@@ -51,61 +51,70 @@ Complaint readEntries(const json::Value& value, const std::string& name,
   return {};
 }
 
+namespace tag {
+constexpr auto id = required(integer("tagId", 0, 1'000'000));
+constexpr auto title = required(text("tagName", 1, 100));
+constexpr auto image = address("tagImage");
+}  // namespace tag
+
 Complaint readTags(const json::Value& value, std::vector<Tag>& tags) {
-  const Parameter parameters[] = {required(integer("tagId", 0, 1'000'000)),
-                                  required(text("tagName", 1, 100)), address("tagImage")};
+  const Parameter parameters[] = {tag::id, tag::title, tag::image};
   std::vector<Arguments> entries;
   if (auto complaint = readEntries(value, "tags", parameters, entries)) return complaint;
   tags.clear();
-  for (const auto& entry : entries) {
-    tags.push_back(
-        {*entry.integer("tagId"), *entry.text("tagName"), entry.text("tagImage").value_or("")});
-  }
+  for (const auto& entry : entries)
+    tags.push_back({entry[tag::id], entry[tag::title], entry[tag::image].value_or("")});
   return {};
 }
 
+namespace gift {
+constexpr auto id = required(integer("giftId", 1, 1e15));
+constexpr auto title = required(text("giftName", 1, 100));
+constexpr auto cost = required(integer("costGold", 0, dearestGift));
+constexpr auto symbol = text("symbol", 1, 8);
+constexpr auto color = integer("giftColor", 0, 0xFFFFFF);
+constexpr auto animation = integer("giftAnimationType", 0, 2);
+constexpr auto category = integer("giftCategory", 0, 1e15);
+constexpr auto categoryName = text("giftCategoryName", 0, 100);
+constexpr auto categoryIndex = integer("giftCategoryOrderIndex", 0, 1'000'000);
+constexpr auto image = address("giftImage");
+constexpr auto file = address("giftFile");
+}  // namespace gift
+
 Gift giftFrom(const Arguments& entry) {
-  return {.id = *entry.integer("giftId"),
-          .name = *entry.text("giftName"),
-          .symbol = entry.text("symbol").value_or("🎁"),
-          .gold = *entry.integer("costGold"),
-          .color = entry.integer("giftColor").value_or(0x607D8B),
+  return {.id = entry[gift::id],
+          .name = entry[gift::title],
+          .symbol = entry[gift::symbol].value_or("🎁"),
+          .gold = entry[gift::cost],
+          .color = entry[gift::color].value_or(0x607D8B),
           .animation = *fromRawValue<ZVGiftAnimationType>(
-              entry.integer("giftAnimationType").value_or(rawValue(ZVGiftAnimationType::combo))),
-          .category = {entry.integer("giftCategory").value_or(0),
-                       entry.text("giftCategoryName").value_or(""),
-                       entry.integer("giftCategoryOrderIndex").value_or(0)},
-          .image = entry.text("giftImage").value_or(""),
-          .file = entry.text("giftFile").value_or("")};
+              entry[gift::animation].value_or(rawValue(ZVGiftAnimationType::combo))),
+          .category = {entry[gift::category].value_or(0), entry[gift::categoryName].value_or(""),
+                       entry[gift::categoryIndex].value_or(0)},
+          .image = entry[gift::image].value_or(""),
+          .file = entry[gift::file].value_or("")};
 }
 
 Complaint readGifts(const json::Value& value, std::vector<Gift>& gifts) {
-  const Parameter parameters[] = {required(integer("giftId", 1, 1e15)),
-                                  required(text("giftName", 1, 100)),
-                                  required(integer("costGold", 0, dearestGift)),
-                                  text("symbol", 1, 8),
-                                  integer("giftColor", 0, 0xFFFFFF),
-                                  integer("giftAnimationType", 0, 2),
-                                  integer("giftCategory", 0, 1e15),
-                                  text("giftCategoryName", 0, 100),
-                                  integer("giftCategoryOrderIndex", 0, 1'000'000),
-                                  address("giftImage"),
-                                  address("giftFile")};
+  const Parameter parameters[] = {gift::id,       gift::title,        gift::cost,
+                                  gift::symbol,   gift::color,        gift::animation,
+                                  gift::category, gift::categoryName, gift::categoryIndex,
+                                  gift::image,    gift::file};
   std::vector<Arguments> entries;
   if (auto complaint = readEntries(value, "gifts", parameters, entries)) return complaint;
   gifts.clear();
   std::unordered_set<std::int64_t> ids;
   for (const auto& entry : entries) {
     const std::string where = "gifts[" + std::to_string(gifts.size()) + "]: ";
-    Gift gift = giftFrom(entry);
-    if (!ids.insert(gift.id).second) {
-      return where + parameterProblem("giftId", "is another gift's too").message;
+    Gift read = giftFrom(entry);
+    if (!ids.insert(read.id).second) {
+      return where + parameterProblem(gift::id.name, "is another gift's too").message;
     }
     // Pictures and Lottie files can be drawn here, SVGA cannot.
-    if (gift.animation == ZVGiftAnimationType::svga && gift.file.empty()) {
-      return where + parameterProblem("giftFile", "missing").message;
+    if (read.animation == ZVGiftAnimationType::svga && read.file.empty()) {
+      return where + parameterProblem(gift::file.name, "missing").message;
     }
-    gifts.push_back(std::move(gift));
+    gifts.push_back(std::move(read));
   }
   return {};
 }

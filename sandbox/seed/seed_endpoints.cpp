@@ -8,8 +8,8 @@ namespace zavelo::sandbox {
 namespace {
 
 template <bool WithPictures>
-Response tellSeed(SeedRoom& room, const Call&) {
-  const auto seed = exportSeed(room.database, room.settings, WithPictures);
+Response tellSeed(SeedContext& context, const Call&) {
+  const auto seed = exportSeed(context.database, context.settings, WithPictures);
   if (!seed) return fail({Code::error, seed.error()});
   json::Array notes;
   for (const auto& note : seed->notes) notes.emplace_back(note);
@@ -20,8 +20,8 @@ Response tellSeed(SeedRoom& room, const Call&) {
 
 }  // namespace
 
-std::vector<Endpoint> seedEndpoints(SeedRoom& room) {
-  const auto at = handlersIn(room);
+std::vector<Endpoint> seedEndpoints(SeedContext& context) {
+  const auto at = handlersIn(context);
   return {get("/sandbox/seed", at(tellSeed<false>)),
           get("/sandbox/seed/pictures", at(tellSeed<true>))};
 }

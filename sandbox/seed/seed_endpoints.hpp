@@ -9,11 +9,11 @@
 namespace zavelo::sandbox {
 
 /// What the endpoints that tell the state as a seed work with. Outlives them.
-struct SeedRoom {
+struct SeedContext {
   Database& database;
   const RunSettings& settings;
 };
 
-[[nodiscard]] std::vector<Endpoint> seedEndpoints(SeedRoom& room);
+[[nodiscard]] std::vector<Endpoint> seedEndpoints(SeedContext& context);
 
 }  // namespace zavelo::sandbox

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "sandbox/streams/stream.hpp"
+#include "sandbox/streams/stream_plan.hpp"
+#include "sandbox/users/member_parameters.hpp"
 #include "sandbox/users/members.hpp"
 #include "sandbox/users/passwords.hpp"
 
@@ -20,15 +22,15 @@ std::vector<const Arguments*> entriesToHash(const Seed& seed, Database& database
   std::vector<const Arguments*> entries;
   const auto add = [&](const std::vector<Arguments>& list, const auto& isThere) {
     for (const auto& entry : list) {
-      if (entry.has("password") && !isThere(entry)) entries.push_back(&entry);
+      if (entry.has(passwordParameter) && !isThere(entry)) entries.push_back(&entry);
     }
   };
   database.transact([&](Transaction& transaction) {
     add(seed.members, [&](const Arguments& entry) {
-      return memberByZaveloId(transaction, *entry.text("zaveloId")).has_value();
+      return memberByZaveloId(transaction, entry[zaveloIdParameter]).has_value();
     });
     add(seed.streams, [&](const Arguments& entry) {
-      return streamBySlug(transaction, *entry.text("slug")).has_value();
+      return streamBySlug(transaction, entry[slugParameter]).has_value();
     });
   });
   return entries;
@@ -42,7 +44,7 @@ SeedHashes hashesFor(const Seed& seed, Database& database) {
   std::atomic<std::size_t> next = 0;
   const auto work = [&] {
     for (std::size_t i = next++; i < entries.size(); i = next++) {
-      hashes[i] = hashPassword(*entries[i]->text("password"));
+      hashes[i] = hashPassword((*entries[i])[passwordParameter].value_or(""));
     }
   };
   std::vector<std::future<void>> workers;

@@ -11,24 +11,28 @@
 namespace zavelo::sandbox {
 namespace {
 
+constexpr auto countParameter = requiredUnlessBare(integer("count", 1, 1000));
+constexpr auto isUniqueParameter = requiredUnlessBare(flag("isUnique"));
+constexpr auto reasonParameter = required(text("reason", 1, 1000));
+
 /// Owners do not count among their viewers.
-Response countView(const StreamCall& of) {
-  if (of.call.identity.member == of.stream.owner) return succeed(false);
-  watch(of.transaction, of.stream.id, of.call.identity, of.now);
+Response countView(const StreamCall& call) {
+  if (call.identity.member == call.stream.owner) return succeed(false);
+  watch(call.transaction, call.stream.id, call.identity, call.now);
   return succeed(true);
 }
 
-Response viewers(const StreamCall& of) {
+Response viewers(const StreamCall& call) {
   std::vector<std::shared_ptr<ZVUser>> users;
   for (const auto& [member, guest] :
-       viewersOf(of.transaction, of.stream.id, *of.call.arguments.integer("nextId"),
-                 *of.call.arguments.integer("limit"))) {
+       viewersOf(call.transaction, call.stream.id, call.arguments[nextIdParameter],
+                 call.arguments[limitParameter])) {
     auto user = std::make_shared<ZVUser>();
     user->guestId = guest;
     if (member) {
-      const Member known = *memberById(of.transaction, *member);
+      const Member known = *memberById(call.transaction, *member);
       user->userName = known.userName;
-      user->userInfo = std::make_shared<ZVUserInfo>(profileOf(known, of.room.site));
+      user->userInfo = std::make_shared<ZVUserInfo>(profileOf(known, call.context.site));
     }
     users.push_back(std::move(user));
   }
@@ -36,72 +40,69 @@ Response viewers(const StreamCall& of) {
 }
 
 /// A unique like is one, whatever the count.
-Response likeStream(const StreamCall& of) {
-  std::int64_t count = *of.call.arguments.integer("count");
-  if (!*of.call.arguments.flag("isUnique")) {
-    like(of.transaction, of.stream.id, of.call.identity, count);
-  } else if (reactionOf(of.transaction, of.stream.id, of.call.identity).hasLikedUniquely) {
+Response likeStream(const StreamCall& call) {
+  std::int64_t count = call.arguments[countParameter];
+  if (!call.arguments[isUniqueParameter]) {
+    like(call.transaction, call.stream.id, call.identity, count);
+  } else if (reactionOf(call.transaction, call.stream.id, call.identity).hasLikedUniquely) {
     return fail({Code::alreadyLikeStream, "You like this stream already"});
   } else {
-    likeUniquely(of.transaction, of.stream.id, of.call.identity);
+    likeUniquely(call.transaction, call.stream.id, call.identity);
     count = 1;
   }
-  return succeed(ZVLikeStream{of.stream.likeCount + count});
+  return succeed(ZVLikeStream{call.stream.likeCount + count});
 }
 
-Response reportStream(const StreamCall& of) {
-  report(of.transaction, of.stream.id, of.call.identity, *of.call.arguments.text("reason"));
+Response reportStream(const StreamCall& call) {
+  report(call.transaction, call.stream.id, call.identity, call.arguments[reasonParameter]);
   return succeed(true);
 }
 
-Response unreportStream(const StreamCall& of) {
-  return succeed(unreport(of.transaction, of.stream.id, of.call.identity));
+Response unreportStream(const StreamCall& call) {
+  return succeed(unreport(call.transaction, call.stream.id, call.identity));
 }
 
-Response countShare(const StreamCall& of) {
-  of.transaction.run("UPDATE streams SET shares = shares + 1 WHERE id = ?", of.stream.id);
+Response countShare(const StreamCall& call) {
+  call.transaction.run("UPDATE streams SET shares = shares + 1 WHERE id = ?", call.stream.id);
   return succeed(true);
 }
 
-Response tags(StreamRoom& room, const Call&) {
+Response tags(StreamContext& context, const Call&) {
   std::vector<std::shared_ptr<ZVStreamTag>> records;
-  for (const auto& [id, name, image] : room.settings.tags) {
+  for (const auto& [id, name, image] : context.settings.tags) {
     records.push_back(std::make_shared<ZVStreamTag>(ZVStreamTag{id, name, image}));
   }
   return succeed(records);
 }
 
 /// Without parameters it answers the tags: that is where clients ask for them.
-Response likeOrTags(StreamRoom& room, const Call& call) {
-  if (call.arguments.empty()) return tags(room, call);
-  return perform(room, {"/api/streams/like", Who::viewer, When::running, likeStream}, call);
+Response likeOrTags(StreamContext& context, const Call& call) {
+  if (call.arguments.empty()) return tags(context, call);
+  return perform(context, {"/api/streams/like", Who::viewer, When::running, likeStream}, call);
 }
 
 }  // namespace
 
-std::vector<Endpoint> audienceEndpoints(StreamRoom& room) {
+std::vector<Endpoint> audienceEndpoints(StreamContext& context) {
   auto endpoints = endpointsOf(
-      room, {
-                {"/api/streams/update-viewcount", Who::viewer, When::running, countView},
-                {"/api/streams/viewer-list",
-                 Who::viewer,
-                 When::ever,
-                 viewers,
-                 {nextIdParameter, limitParameter}},
-                {"/api/streams/report",
-                 Who::anybody,
-                 When::ever,
-                 reportStream,
-                 {required(text("reason", 1, 1000))}},
-                {"/api/streams/unreport", Who::anybody, When::ever, unreportStream},
-                {"/api/streams/share-click-tracking", Who::anybody, When::ever, countShare},
-            });
-  const auto at = handlersIn(room);
+      context,
+      {
+          {"/api/streams/update-viewcount", Who::viewer, When::running, countView},
+          {"/api/streams/viewer-list",
+           Who::viewer,
+           When::ever,
+           viewers,
+           {nextIdParameter, limitParameter}},
+          {"/api/streams/report", Who::anybody, When::ever, reportStream, {reasonParameter}},
+          {"/api/streams/unreport", Who::anybody, When::ever, unreportStream},
+          {"/api/streams/share-click-tracking", Who::anybody, When::ever, countShare},
+      });
+  const auto at = handlersIn(context);
   endpoints.push_back(post("/api/streams/tags", Access::session, at(tags)));
   endpoints.push_back(
       post("/api/streams/like", Access::session, at(likeOrTags),
-           {requiredUnlessBare(slugParameter), requiredUnlessBare(integer("count", 1, 1000)),
-            requiredUnlessBare(flag("isUnique"))}));
+           {requiredUnlessBare(text(slugParameter.name, slugParameter.least, slugParameter.most)),
+            countParameter, isUniqueParameter}));
   return endpoints;
 }
 

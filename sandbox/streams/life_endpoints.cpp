@@ -12,6 +12,8 @@
 namespace zavelo::sandbox {
 namespace {
 
+constexpr auto streamUserParameter = required(integer("streamUserId", 0, 1e15));
+
 /// Letters and digits only: a slug that began with "-" would look like an option to a command.
 std::string freshSlug() {
   std::string slug = makeToken();
@@ -19,53 +21,54 @@ std::string freshSlug() {
   return slug.substr(0, 16);
 }
 
-Response create(StreamRoom& room, const Call& call) {
-  const auto plan = planFrom(call.arguments, room.settings);
+Response create(StreamContext& context, const Call& call) {
+  const auto plan = planFrom(call.arguments, context.settings);
   if (!plan) return fail(plan.error());
-  return room.database.transact([&](Transaction& transaction) {
-    const Time now = room.sessions.now();
+  return context.database.transact([&](Transaction& transaction) {
+    const Time now = context.sessions.now();
     const Stream stream =
         addStream(transaction, freshSlug(), *call.identity.member, *plan, std::nullopt, now);
-    return succeed(recordOf(transaction, stream, call.identity, room.site, now));
+    return succeed(recordOf(transaction, stream, call.identity, context.site, now));
   });
 }
 
-Response describe(const StreamCall& of) {
-  return succeed(recordOf(of.transaction, of.stream, of.call.identity, of.room.site, of.now));
+Response describe(const StreamCall& call) {
+  return succeed(
+      recordOf(call.transaction, call.stream, call.identity, call.context.site, call.now));
 }
 
-Response beginOrResume(const StreamCall& of) {
-  goLive(of.transaction, of.stream, of.now);
+Response beginOrResume(const StreamCall& call) {
+  goLive(call.transaction, call.stream, call.now);
   return succeed(true);
 }
 
 /// The owner's leaving pauses the stream, anybody else's ends their view session.
-Response leave(const StreamCall& of) {
-  if (of.call.arguments.integer("streamUserId") != of.stream.owner) {
+Response leave(const StreamCall& call) {
+  if (call.arguments[streamUserParameter] != call.stream.owner) {
     return fail(parameterProblem("streamUserId", "is not the stream's owner"));
   }
-  if (of.call.identity.member != of.stream.owner) {
-    return succeed(stopWatching(of.transaction, of.stream.id, of.call.identity, of.now));
+  if (call.identity.member != call.stream.owner) {
+    return succeed(stopWatching(call.transaction, call.stream.id, call.identity, call.now));
   }
-  goPaused(of.transaction, of.stream, of.now);
+  goPaused(call.transaction, call.stream, call.now);
   return succeed(true);
 }
 
-Response finish(const StreamCall& of) {
-  stopAllWatching(of.transaction, of.stream.id, of.now);
-  goEnded(of.transaction, of.stream, of.now);
+Response finish(const StreamCall& call) {
+  stopAllWatching(call.transaction, call.stream.id, call.now);
+  goEnded(call.transaction, call.stream, call.now);
   ZVEndStream totals;
-  totals.viewCount = of.stream.viewCount;
-  totals.likeCount = of.stream.likeCount;
-  totals.giftCount = of.stream.giftCount;
-  totals.totalGold = of.stream.totalGold;
-  totals.duration = secondsLive(of.stream, of.now);
+  totals.viewCount = call.stream.viewCount;
+  totals.likeCount = call.stream.likeCount;
+  totals.giftCount = call.stream.giftCount;
+  totals.totalGold = call.stream.totalGold;
+  totals.duration = secondsLive(call.stream, call.now);
   return succeed(totals);
 }
 
-Response statistic(const StreamCall& of) {
-  const Stream& stream = of.stream;
-  const Member owner = *memberById(of.transaction, stream.owner);
+Response statistic(const StreamCall& call) {
+  const Stream& stream = call.stream;
+  const Member owner = *memberById(call.transaction, stream.owner);
   ZVStreamStatistic totals;
   totals.viewCount = stream.viewCount;
   totals.likeCount = stream.likeCount;
@@ -74,7 +77,7 @@ Response statistic(const StreamCall& of) {
   totals.followerCount = 0;
   totals.status = static_cast<std::int64_t>(stream.status);
   totals.statusMessage = nameOf(stream.status);
-  totals.duration = secondsLive(stream, of.now);
+  totals.duration = secondsLive(stream, call.now);
   totals.afkStatus = stream.status == StreamStatus::paused ? 1 : 0;
   totals.isShowLike = totals.isShowView = true;
   totals.promoCode = owner.promoCode;
@@ -82,30 +85,27 @@ Response statistic(const StreamCall& of) {
   return succeed(totals);
 }
 
-Response remove(const StreamCall& of) {
-  dropStream(of.transaction, of.stream);
+Response remove(const StreamCall& call) {
+  dropStream(call.transaction, call.stream);
   return succeed(true);
 }
 
 }  // namespace
 
-std::vector<Endpoint> streamLifeEndpoints(StreamRoom& room) {
-  auto endpoints =
-      endpointsOf(room, {
-                            {"/api/streams/begin", Who::owner, When::created, beginOrResume},
-                            {"/api/streams/leave-stream",
-                             Who::anybody,
-                             When::running,
-                             leave,
-                             {required(integer("streamUserId", 0, 1e15))}},
-                            {"/api/streams/resume-detail", Who::owner, When::paused, describe},
-                            {"/api/streams/resume", Who::owner, When::paused, beginOrResume},
-                            {"/api/streams/end", Who::owner, When::running, finish},
-                            {"/api/streams/delete", Who::owner, When::unbegunOrEnded, remove},
-                            {"/api/streams/detail", Who::anybody, When::ever, describe},
-                            {"/api/streams/statistic", Who::viewer, When::ever, statistic},
-                        });
-  endpoints.push_back(post("/api/streams/create", Access::member, handlersIn(room)(create),
+std::vector<Endpoint> streamLifeEndpoints(StreamContext& context) {
+  auto endpoints = endpointsOf(
+      context,
+      {
+          {"/api/streams/begin", Who::owner, When::created, beginOrResume},
+          {"/api/streams/leave-stream", Who::anybody, When::running, leave, {streamUserParameter}},
+          {"/api/streams/resume-detail", Who::owner, When::paused, describe},
+          {"/api/streams/resume", Who::owner, When::paused, beginOrResume},
+          {"/api/streams/end", Who::owner, When::running, finish},
+          {"/api/streams/delete", Who::owner, When::unbegunOrEnded, remove},
+          {"/api/streams/detail", Who::anybody, When::ever, describe},
+          {"/api/streams/statistic", Who::viewer, When::ever, statistic},
+      });
+  endpoints.push_back(post("/api/streams/create", Access::member, handlersIn(context)(create),
                            planParameters(Parameter::Presence::required)));
   return endpoints;
 }

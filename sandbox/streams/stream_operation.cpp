@@ -36,27 +36,28 @@ std::optional<Problem> refusal(Transaction& transaction, const Stream& stream,
 
 }  // namespace
 
-Response perform(StreamRoom& room, const StreamOperation& operation, const Call& call) {
-  return room.database.transact([&](Transaction& transaction) {
-    const auto stream = streamBySlug(transaction, *call.arguments.text("slug"));
+Response perform(StreamContext& context, const StreamOperation& operation, const Call& call) {
+  return context.database.transact([&](Transaction& transaction) {
+    const auto stream = streamBySlug(transaction, call.arguments[slugParameter]);
     if (!stream) return fail(parameterProblem("slug", "there is no such stream"));
     if (const auto problem = refusal(transaction, *stream, operation, call.identity)) {
       return fail(*problem);
     }
-    return operation.run({room, transaction, *stream, call, room.sessions.now()});
+    return operation.run(
+        {context, transaction, *stream, call.arguments, call.identity, context.sessions.now()});
   });
 }
 
-std::vector<Endpoint> endpointsOf(StreamRoom& room,
+std::vector<Endpoint> endpointsOf(StreamContext& context,
                                   const std::vector<StreamOperation>& operations) {
   std::vector<Endpoint> endpoints;
   for (const auto& operation : operations) {
-    std::vector<Parameter> parameters{required(slugParameter)};
+    std::vector<Parameter> parameters{slugParameter};
     parameters.insert(parameters.end(), operation.parameters.begin(), operation.parameters.end());
     const auto access = operation.who == Who::owner ? Access::member : Access::session;
     endpoints.push_back(post(
         operation.path, access,
-        [&room, operation](const Call& call) { return perform(room, operation, call); },
+        [&context, operation](const Call& call) { return perform(context, operation, call); },
         std::move(parameters)));
   }
   return endpoints;

@@ -17,7 +17,7 @@
 namespace zavelo::sandbox {
 
 /// What the endpoints about streams work with. Outlives them.
-struct StreamRoom {
+struct StreamContext {
   Database& database;
   const Sessions& sessions;
   Throttle& throttle;  ///< for hashing
@@ -46,10 +46,11 @@ enum class When : std::uint8_t {
 
 /// A call about a stream that was found to be allowed.
 struct StreamCall {
-  StreamRoom& room;
+  StreamContext& context;
   Transaction& transaction;
   const Stream& stream;
-  const Call& call;
+  const Arguments& arguments;
+  const Identity& identity;
   Time now;
 };
 
@@ -64,10 +65,10 @@ struct StreamOperation {
 
 /// Carries out the operation, all of it or nothing, or says why it cannot be done: 750 for an
 /// unknown stream or one in another stage of its life, 1098, 1059.
-[[nodiscard]] Response perform(StreamRoom& room, const StreamOperation& operation,
+[[nodiscard]] Response perform(StreamContext& context, const StreamOperation& operation,
                                const Call& call);
 
-[[nodiscard]] std::vector<Endpoint> endpointsOf(StreamRoom& room,
+[[nodiscard]] std::vector<Endpoint> endpointsOf(StreamContext& context,
                                                 const std::vector<StreamOperation>& operations);
 
 }  // namespace zavelo::sandbox

@@ -11,13 +11,17 @@
 namespace zavelo::sandbox {
 namespace {
 
-/// `nextId` is the last id of the page: 0 asks for the first page, and asking behind the last one
+constexpr auto searchedParameter = required(displayNameParameter);
+constexpr auto newNameParameter = required(text("displayName", 1, displayNameLimit));
+constexpr auto pictureParameter = jpeg("profile", pictureLimit);
+
+/// `nextId` is the last id of the page: 0 asks for the first page, and asking after the last one
 /// gives an empty page with the same cursor.
-Response search(UserRoom& room, const Call& call) {
-  const std::int64_t cursor = *call.arguments.integer("nextId");
-  const std::int64_t limit = *call.arguments.integer("limit");
-  auto members = room.database.transact([&](Transaction& transaction) {
-    return searchMembers(transaction, *call.arguments.text("displayName"), cursor, limit + 1);
+Response search(UserContext& context, const Call& call) {
+  const std::int64_t cursor = call.arguments[nextIdParameter];
+  const std::int64_t limit = call.arguments[limitParameter];
+  auto members = context.database.transact([&](Transaction& transaction) {
+    return searchMembers(transaction, call.arguments[searchedParameter], cursor, limit + 1);
   });
   ZVSearchUser page;
   page.isEnd = std::ssize(members) <= limit;
@@ -25,48 +29,48 @@ Response search(UserRoom& room, const Call& call) {
   page.nextId = members.empty() ? cursor : members.back().id;
   page.result.emplace();
   for (const auto& member : members) {
-    page.result->push_back(std::make_shared<ZVUserInfo>(profileOf(member, room.site)));
+    page.result->push_back(std::make_shared<ZVUserInfo>(profileOf(member, context.site)));
   }
   return succeed(page);
 }
 
-Response editProfile(UserRoom& room, const Call& call) {
-  const FormPart* picture = call.arguments.file("profile");
-  return room.database.transact([&](Transaction& transaction) {
+Response editProfile(UserContext& context, const Call& call) {
+  const FormPart* picture = call.arguments[pictureParameter];
+  return context.database.transact([&](Transaction& transaction) {
     Member member = *memberById(transaction, *call.identity.member);
-    member.displayName = *call.arguments.text("displayName");
-    member.dob = *call.arguments.text("dob");
-    member.gender = *call.arguments.text("gender");
-    member.about = *call.arguments.text("about");
+    member.displayName = call.arguments[newNameParameter];
+    member.dob = call.arguments[required(dobParameter)];
+    member.gender = call.arguments[required(genderParameter)];
+    member.about = call.arguments[required(aboutParameter)];
     updateMember(transaction, member);
     if (picture != nullptr) keepFile(transaction, profilePictures, member.id, *picture);
     ZVEditUser edited;
     edited.isNewEmail = false;
     edited.isSendVerificationEmail = false;
     edited.userInfo =
-        std::make_shared<ZVUserInfo>(profileOf(*memberById(transaction, member.id), room.site));
+        std::make_shared<ZVUserInfo>(profileOf(*memberById(transaction, member.id), context.site));
     return succeed(edited);
   });
 }
 
-Response updatePromoCode(UserRoom& room, const Call& call) {
-  return room.database.transact([&](Transaction& transaction) {
-    setPromoCode(transaction, *call.identity.member, *call.arguments.text("promoCode"),
-                 *call.arguments.text("promoCodeDescription"));
+Response updatePromoCode(UserContext& context, const Call& call) {
+  return context.database.transact([&](Transaction& transaction) {
+    setPromoCode(transaction, *call.identity.member, call.arguments[required(promoCodeParameter)],
+                 call.arguments[required(promoDescriptionParameter)]);
     return succeed(true);
   });
 }
 
 }  // namespace
 
-std::vector<Endpoint> profileEndpoints(UserRoom& room) {
-  const auto at = handlersIn(room);
+std::vector<Endpoint> profileEndpoints(UserContext& context) {
+  const auto at = handlersIn(context);
   return {
       post("/api/users/search", Access::session, at(search),
-           {required(displayNameParameter), nextIdParameter, limitParameter}),
+           {searchedParameter, nextIdParameter, limitParameter}),
       post("/api/users/edit-profile", Access::member, at(editProfile),
-           {required(text("displayName", 1, displayNameLimit)), required(dobParameter),
-            required(genderParameter), required(aboutParameter), jpeg("profile", pictureLimit)}),
+           {newNameParameter, required(dobParameter), required(genderParameter),
+            required(aboutParameter), pictureParameter}),
       post("/api/users/update-promo-code", Access::member, at(updatePromoCode),
            {required(promoCodeParameter), required(promoDescriptionParameter)}),
   };

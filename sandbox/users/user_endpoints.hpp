@@ -11,7 +11,7 @@
 namespace zavelo::sandbox {
 
 /// What the endpoints about users work with. Outlives them.
-struct UserRoom {
+struct UserContext {
   Database& database;
   const Sessions& sessions;
   Throttle& throttle;  ///< for hashing
@@ -19,9 +19,9 @@ struct UserRoom {
 };
 
 /// Registration, the three sign-ins, token renewal and signing out.
-[[nodiscard]] std::vector<Endpoint> signInEndpoints(UserRoom& room);
+[[nodiscard]] std::vector<Endpoint> signInEndpoints(UserContext& context);
 
 /// Search, profile and the promo code.
-[[nodiscard]] std::vector<Endpoint> profileEndpoints(UserRoom& room);
+[[nodiscard]] std::vector<Endpoint> profileEndpoints(UserContext& context);
 
 }  // namespace zavelo::sandbox

@@ -75,7 +75,7 @@ TEST_F(SeedTest, MistakeIsRefusedWithItsPlace) {
        "members[0]: \"picture\": is not a sound JPEG"},
       {R"({"streams": [{"owner": "a", "slug": "s", "streamTitle": "t", "tagId": 1,
                         "password": "a", "passwordHash": "b"}]})",
-       "streams[0]: \"passwordHash\": stands beside a password"},
+       "streams[0]: \"passwordHash\": is given together with a password"},
       {R"({"streams": [{"owner": "a", "slug": "s", "streamTitle": "t", "tagId": 1,
                         "status": "over"}]})",
        "streams[0]: \"status\": expected created, live, paused or ended"},

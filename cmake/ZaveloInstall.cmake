@@ -21,7 +21,7 @@ install(FILES ${PROJECT_BINARY_DIR}/zaveloConfig.cmake
 
 # Relative to the file itself, so that an installation may be moved.
 file(RELATIVE_PATH ZAVELO_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-# A static library leaves its own dependencies to whoever links it.
+# A static library leaves its own dependencies to the program that links it.
 if(NOT BUILD_SHARED_LIBS)
   set(ZAVELO_PC_REQUIRES "libcurl sqlite3 simdjson libjpeg libutf8proc")
   set(ZAVELO_MQTT_PC_REQUIRES ", openssl")

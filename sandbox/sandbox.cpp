@@ -18,9 +18,9 @@
 #include "sandbox/http/http_server.hpp"
 #include "sandbox/media/files.hpp"
 #include "sandbox/products/product_endpoints.hpp"
-#include "sandbox/seed/planting.hpp"
 #include "sandbox/seed/seed.hpp"
 #include "sandbox/seed/seed_endpoints.hpp"
+#include "sandbox/seed/seed_loader.hpp"
 #include "sandbox/settings/settings.hpp"
 #include "sandbox/state/database.hpp"
 #include "sandbox/streams/stream_endpoints.hpp"
@@ -76,7 +76,7 @@ struct Sandbox::Parts {
   std::unique_ptr<Database> database;
   Sessions sessions;
   Throttle throttle;
-  FaultDesk faults{[this](std::string_view path) { return router.serves(path); }};
+  FaultInjector faults{[this](std::string_view path) { return router.serves(path); }};
   Router router{[this](std::string_view accessToken) { return identify(accessToken); }};
   RunSettings run;
   Settings& settings = run.settings;
@@ -143,8 +143,8 @@ Result<std::unique_ptr<Sandbox>, std::string> Sandbox::start(const SandboxOption
     if (!database) return Failure{std::move(database).error()};
     auto parts = std::make_unique<Parts>(options, std::move(*server), std::move(*database),
                                          RunSettings(*seed));
-    if (const auto planted = plant(*seed, *parts->database, parts->sessions.now()); !planted) {
-      return Failure{unusableSeed(options.seed, planted.error())};
+    if (const auto loaded = loadSeed(*seed, *parts->database, parts->sessions.now()); !loaded) {
+      return Failure{unusableSeed(options.seed, loaded.error())};
     }
     if (const auto problem = parts->faults.add(*script)) {
       return unusableScript(options.faults, *problem);

@@ -21,7 +21,7 @@ struct Identity {
 
 /// Who may call an endpoint.
 enum class Access {
-  open,     ///< anybody; an access token is not looked at
+  open,     ///< any caller; an access token is not checked
   session,  ///< a member or a guest
   member,
 };

@@ -35,8 +35,8 @@ struct Problem {
 template <class T>
 [[nodiscard]] Response succeed(const T& data);
 
-/// The same with a null `data`. Several problems stand in `codeDetails` as well, and the first one
-/// in `code` and `message`.
+/// The same with a null `data`. Several problems are listed in `codeDetails` as well, and the first
+/// one in `code` and `message`.
 [[nodiscard]] Response fail(const Problem& problem);
 [[nodiscard]] Response fail(const std::vector<Problem>& problems);
 /// An outcome that HTTP tells: its status is the code too.

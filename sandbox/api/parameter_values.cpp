@@ -127,7 +127,7 @@ Complaint checkFile(const FormPart& part, const Parameter& parameter) {
     return "at most " + limitText(parameter.most) + " bytes";
   }
   if (parameter.kind == Kind::jpeg && !isPicture(part.content)) {
-    return "is not a sound JPEG of at most 16 megapixels";
+    return "is not a valid JPEG of at most 16 megapixels";
   }
   return {};
 }

@@ -15,7 +15,7 @@ using Complaint = std::optional<std::string>;
 [[nodiscard]] Complaint checkValue(const json::Value& value, const Parameter& parameter);
 [[nodiscard]] Complaint checkFile(const FormPart& part, const Parameter& parameter);
 
-/// What the text of a form's field stands for: a form has texts only. A text that is no number
+/// The value that the text of a form's field means: a form has texts only. A text that is no number
 /// where one is expected stays a text.
 [[nodiscard]] json::Value valueOfField(const std::string& text, const Parameter& parameter);
 

@@ -100,7 +100,7 @@ void writeConfiguration(const std::filesystem::path& folder, std::uint16_t port,
   const auto aclFile = folder / "access.acl";
   std::ofstream(aclFile) << accessList(options.master);
   std::ofstream file(folder / "broker.conf");
-  // Nothing is kept on disk: presence that outlived the broker would be of nobody. No queue is
+  // Nothing is kept on disk: presence that outlived the broker would belong to no one. No queue is
   // bounded in number, because a retained list comes at once.
   file << "listener " << port << " 127.0.0.1\n"
        << "allow_anonymous true\n"
@@ -191,7 +191,7 @@ Status<std::string> BrokerProcess::waitUntilItListens() {
 
 bool BrokerProcess::runs() const {
   siginfo_t state{};
-  // Leaves it to be reaped: until then its number is nobody else's.
+  // Leaves it to be reaped: until then no other process gets its number.
   return process_ > 0 &&
          waitid(P_PID, static_cast<id_t>(process_), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
          state.si_pid == 0;

@@ -14,7 +14,7 @@ namespace zavelo::sandbox {
 
 struct BrokerOptions {
   std::uint16_t port = 0;  ///< 0: any free one
-  /// A user of the broker who may read and write everything; empty: nobody may. Users need no
+  /// A user of the broker who may read and write everything; empty: no one may. Users need no
   /// password, so it should be no guess.
   std::string master{};
   /// More lines for the broker's configuration, of its listener.
@@ -22,7 +22,7 @@ struct BrokerOptions {
 };
 
 /// A message broker (mosquitto) as a child process, on 127.0.0.1 alone. It lets every user read a
-/// channel, and write only what stands under the user's own name. Ends with this object, and with
+/// channel, and write only topics of the user's own name. Ends with this object, and with
 /// this process, however that ends.
 class BrokerProcess {
  public:

@@ -39,9 +39,9 @@ struct BrokerConnection::Callbacks {
     connection.listens_ = true;
     connection.changed_.notify_all();
   }
-  static void heard(mosquitto*, void* self, const mosquitto_message* message) {
+  static void received(mosquitto*, void* self, const mosquitto_message* message) {
     safely([&] {
-      static_cast<BrokerConnection*>(self)->handlers_.heard(
+      static_cast<BrokerConnection*>(self)->handlers_.received(
           message->topic, std::string(static_cast<const char*>(message->payload),
                                       static_cast<std::size_t>(message->payloadlen)));
     });
@@ -71,7 +71,7 @@ Result<std::unique_ptr<BrokerConnection>, std::string> BrokerConnection::open(
   mosquitto_connect_callback_set(handle, Callbacks::connected);
   mosquitto_disconnect_callback_set(handle, Callbacks::lost);
   mosquitto_subscribe_callback_set(handle, Callbacks::subscribed);
-  mosquitto_message_callback_set(handle, Callbacks::heard);
+  mosquitto_message_callback_set(handle, Callbacks::received);
   mosquitto_reconnect_delay_set(handle, 1, 5, false);
   mosquitto_username_pw_set(handle, userName.c_str(), nullptr);
   int failed = mosquitto_connect(handle, "127.0.0.1", port, keepAliveSeconds);

@@ -18,7 +18,7 @@ class BrokerConnection {
  public:
   struct Handlers {
     std::function<void()> lost;  ///< until it comes back, and what is retained with it
-    std::function<void(const std::string& topic, const std::string& payload)> heard;
+    std::function<void(const std::string& topic, const std::string& payload)> received;
   };
   /// Listens to the topics of the filter when it returns.
   static Result<std::unique_ptr<BrokerConnection>, std::string> open(std::uint16_t port,

@@ -19,7 +19,7 @@ class ChannelListener {
  public:
   virtual ~ChannelListener() = default;
   /// A text in a channel, as it travels: the JSON of a `ZVMessage` if its sender is an app.
-  virtual void heard(const ChannelMember& sender, const std::string& text) {
+  virtual void received(const ChannelMember& sender, const std::string& text) {
     (void)sender, (void)text;
   }
   virtual void came(const ChannelMember& member) { (void)member; }

@@ -12,8 +12,9 @@ Result<std::unique_ptr<ChannelTap>, std::string> ChannelTap::open(
   auto connection = BrokerConnection::open(
       port, userName, "rt1/+/c/#",
       {.lost = [self = tap.get()] { self->forgetAll(); },
-       .heard = [self = tap.get()](const std::string& topic,
-                                   const std::string& payload) { self->hear(topic, payload); }});
+       .received = [self = tap.get()](
+                       const std::string& topic,
+                       const std::string& payload) { self->receive(topic, payload); }});
   if (!connection) return Failure{std::move(connection).error()};
   tap->connection_ = std::move(*connection);
   return tap;
@@ -42,14 +43,14 @@ std::set<std::string> ChannelTap::channels() const {
   return ids;
 }
 
-void ChannelTap::hear(const std::string& topic, const std::string& payload) {
+void ChannelTap::receive(const std::string& topic, const std::string& payload) {
   const auto parsed = parsedMqttTopic(topic);
   if (!parsed) return;
   const ChannelMember member{parsed->appId, parsed->channelId, parsed->userId};
   if (parsed->kind == MqttTopic::Kind::presence) {
     notePresence(member, parsed->session, !payload.empty());
   } else if (parsed->kind == MqttTopic::Kind::channelText) {
-    for (auto* listener : listeners_) listener->heard(member, payload);
+    for (auto* listener : listeners_) listener->received(member, payload);
   }
 }
 
@@ -74,7 +75,7 @@ void ChannelTap::notePresence(const ChannelMember& member, const std::string& se
   for (auto* listener : listeners_) isThere ? listener->came(member) : listener->went(member);
 }
 
-/// A broker that was lost knows nobody any more: who is there says so again.
+/// A broker that was restarted has forgotten its members; each of them reports its presence again.
 void ChannelTap::forgetAll() {
   std::map<Place, std::map<std::string, Sessions>> gone;
   {

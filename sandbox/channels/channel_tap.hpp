@@ -15,17 +15,17 @@
 
 namespace zavelo::sandbox {
 
-/// Hears every channel of a broker, knows who is in it, and speaks there under anybody's name.
+/// Receives every channel of a broker, knows its members, and can send there in any user's name.
 class ChannelTap {
  public:
   /// `userName`: one that the broker lets read and write everything. The listeners outlive the tap.
   static Result<std::unique_ptr<ChannelTap>, std::string> open(
       std::uint16_t port, const std::string& userName, std::vector<ChannelListener*> listeners);
 
-  /// Says it in the channel, once for each app that somebody is there with. Returns how often.
+  /// Sends it to the channel, once for each app that has members there. Returns how often.
   std::int64_t tell(std::string_view channelId, std::string_view senderId, const std::string& text);
 
-  /// Those that somebody is in.
+  /// Those that have members.
   [[nodiscard]] std::set<std::string> channels() const;
 
  private:
@@ -37,7 +37,7 @@ class ChannelTap {
   using Sessions = std::set<std::string>;
 
   explicit ChannelTap(std::vector<ChannelListener*> listeners) : listeners_(std::move(listeners)) {}
-  void hear(const std::string& topic, const std::string& payload);
+  void receive(const std::string& topic, const std::string& payload);
   void notePresence(const ChannelMember& member, const std::string& session, bool isThere);
   void forgetAll();
 

@@ -17,7 +17,7 @@ Channels::Channels(Database& database, const Sessions& sessions, std::string sit
       listeners_{&votes_} {}
 
 Status<std::string> Channels::open(std::uint16_t port, std::chrono::milliseconds period) {
-  // The broker asks for no passwords: nobody can guess this name.
+  // The broker asks for no passwords, but no one can guess this name.
   const std::string userName = "sandbox-" + makeToken();
   auto broker = BrokerProcess::start({.port = port, .master = userName});
   if (!broker) return Failure{std::move(broker).error()};

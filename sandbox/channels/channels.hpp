@@ -36,8 +36,8 @@ class Channels {
   /// "mqtt://127.0.0.1:1883"; none without a broker that runs.
   [[nodiscard]] std::optional<std::string> url() const;
 
-  /// Sends the event into the stream's channel under its sender's id, if anybody is there. Returns
-  /// how often: once for each app.
+  /// Sends the event into the stream's channel under its sender's id, if the channel has members.
+  /// Returns how often: once for each app.
   std::int64_t tell(const Stream& stream, const ZVStreamMessage& event);
 
   /// Tells the listeners.

@@ -13,7 +13,7 @@ HostMessages::HostMessages(Transaction& transaction, const Stream& stream, std::
       site_(std::move(site)),
       secondsLive_(secondsLive(stream, now)) {}
 
-/// `recordedTime`: milliseconds live, which is where the recording stands.
+/// `recordedTime`: milliseconds live, which is the position in the recording.
 template <class Message>
 std::shared_ptr<Message> HostMessages::signedBy(ZVMessageType kind) const {
   auto message = std::make_shared<Message>();

@@ -35,7 +35,7 @@ struct Poll {
 
 /// One vote, in place of the voter's one before. `choice` counts from 1.
 void vote(Transaction& transaction, const Poll& poll, std::string_view voter, std::int64_t choice);
-/// Votes of nobody that is known.
+/// Votes without known voters.
 void addVotes(Transaction& transaction, const Poll& poll, std::int64_t choice, std::int64_t count);
 
 [[nodiscard]] std::shared_ptr<ZVPoll> recordOf(const Poll& poll);

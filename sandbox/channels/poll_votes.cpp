@@ -80,7 +80,7 @@ bool follow(Transaction& transaction, const Stream& stream, const ZVStreamMessag
 
 }  // namespace
 
-void PollVotes::heard(const ChannelMember& sender, const std::string& text) {
+void PollVotes::received(const ChannelMember& sender, const std::string& text) {
   const auto event = eventIn(text);
   if (!event || wasSent(text)) return;
   const bool isChanged = database_.transact([&](Transaction& transaction) {

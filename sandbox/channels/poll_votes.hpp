@@ -16,7 +16,7 @@ class PollVotes final : public ChannelListener {
  public:
   explicit PollVotes(Database& database) : database_(database) {}
 
-  void heard(const ChannelMember& sender, const std::string& text) override;
+  void received(const ChannelMember& sender, const std::string& text) override;
 
   /// The sandbox is about to send this event of a poll: the state has it already.
   void noteSent(const std::string& text);

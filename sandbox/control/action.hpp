@@ -16,7 +16,7 @@
 
 namespace zavelo::sandbox {
 
-/// What somebody asked for, and of whom, as far as the action takes it.
+/// What an action is asked to do, and the member and stream that it names.
 struct ActionCall {
   ControlContext& context;
   Transaction& transaction;

@@ -18,7 +18,7 @@ struct ControlContext {
   Database& database;
   const Sessions& sessions;
   Throttle& throttle;  ///< for hashing
-  FaultDesk& faults;
+  FaultInjector& faults;
   GiftContext& gifts;
   Channels& channels;
 };

@@ -6,7 +6,7 @@
 
 namespace zavelo::sandbox {
 
-/// Tells whoever looks at a spoilt response that it was spoilt on purpose, and how.
+/// Marks a spoilt response as spoilt on purpose, and says how.
 inline constexpr std::string_view faultHeader = "X-Sandbox-Fault";
 
 /// The name of the fault; empty when the response is as it should be.

@@ -45,7 +45,7 @@ Response spoilt(const testing::Fault& fault, const std::function<Response()>& pr
 
 }  // namespace
 
-std::optional<std::string> FaultDesk::add(const std::vector<testing::Fault>& faults) {
+std::optional<std::string> FaultInjector::add(const std::vector<testing::Fault>& faults) {
   for (const auto& fault : faults) {
     if (fault.endpoint != "*" && !serves_(fault.endpoint)) {
       return "\"endpoint\": there is no " + fault.endpoint;
@@ -55,31 +55,31 @@ std::optional<std::string> FaultDesk::add(const std::vector<testing::Fault>& fau
   return {};
 }
 
-void FaultDesk::clear() {
+void FaultInjector::clear() {
   plan_.clear();
   const std::scoped_lock lock(mutex_);
   ++clearings_;
   ended_.notify_all();
 }
 
-void FaultDesk::stop() {
+void FaultInjector::stop() {
   const std::scoped_lock lock(mutex_);
   stopped_ = true;
   ended_.notify_all();
 }
 
-std::int64_t FaultDesk::clearings() {
+std::int64_t FaultInjector::clearings() {
   const std::scoped_lock lock(mutex_);
   return clearings_;
 }
 
-void FaultDesk::wait(std::chrono::milliseconds time, std::int64_t clearings) {
+void FaultInjector::wait(std::chrono::milliseconds time, std::int64_t clearings) {
   std::unique_lock lock(mutex_);
   ended_.wait_for(lock, time, [&] { return stopped_ || clearings_ != clearings; });
 }
 
-Response FaultDesk::around(const Request& request, const std::function<Response()>& proceed) {
-  // Asked first: a clearing behind this ends the delay, even one that has not begun.
+Response FaultInjector::around(const Request& request, const std::function<Response()>& proceed) {
+  // Asked first: clearing the faults after this ends the delay, even one that has not begun.
   const auto before = clearings();
   const auto fault = plan_.take(request.path);
   if (!fault) return proceed();

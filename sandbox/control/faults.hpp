@@ -16,12 +16,12 @@
 namespace zavelo::sandbox {
 
 /// Spoils calls as the faults that wait for them say. Any thread.
-class FaultDesk {
+class FaultInjector {
  public:
   /// What a call to that path could meet: whether there is such an endpoint.
   using Serves = std::function<bool(std::string_view path)>;
 
-  explicit FaultDesk(Serves serves) : serves_(std::move(serves)) {}
+  explicit FaultInjector(Serves serves) : serves_(std::move(serves)) {}
 
   /// All of them, or none and what is wrong: `"endpoint": there is no /api/nothing`.
   [[nodiscard]] std::optional<std::string> add(const std::vector<testing::Fault>& faults);

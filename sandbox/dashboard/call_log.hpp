@@ -41,7 +41,7 @@ class CallLog {
 
   struct Listing {
     std::string summaries;  ///< a JSON array, the oldest call first
-    std::string position;   ///< in the feed: what comes behind it is not in the summaries yet
+    std::string position;   ///< in the feed: what comes after it is not in the summaries yet
   };
   [[nodiscard]] Listing list() const;
   [[nodiscard]] std::optional<LoggedCall> find(std::int64_t number) const;

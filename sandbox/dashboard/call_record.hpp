@@ -18,7 +18,7 @@ class CallRecord {
   struct Arrival {
     std::int64_t number;
     Time at;
-    std::string caller;      ///< a member's userName or a guest; empty where nobody is known
+    std::string caller;      ///< a member's userName or a guest; empty if unknown
     const Request& request;  ///< an empty one of what never became a request
   };
 

@@ -15,7 +15,7 @@ constexpr std::size_t idKept = 256;
 
 }  // namespace
 
-void ChatLog::heard(const ChannelMember& sender, const std::string& text) {
+void ChatLog::received(const ChannelMember& sender, const std::string& text) {
   add(sender, "text", text);
 }
 

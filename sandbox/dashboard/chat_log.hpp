@@ -35,7 +35,7 @@ class ChatLog final : public ChannelListener {
 
   explicit ChatLog(Context context) : context_(std::move(context)) {}
 
-  void heard(const ChannelMember& sender, const std::string& text) override;
+  void received(const ChannelMember& sender, const std::string& text) override;
   void came(const ChannelMember& member) override;
   void went(const ChannelMember& member) override;
   void given(const GivenGift& gift) override;

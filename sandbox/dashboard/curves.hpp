@@ -10,7 +10,7 @@
 
 namespace zavelo::sandbox {
 
-/// How a stream stood at one moment, from which on it stood so.
+/// A stream's figures from one moment on.
 struct CurvePoint {
   Time at{};
   std::int64_t viewers = 0;

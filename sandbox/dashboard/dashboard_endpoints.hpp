@@ -34,7 +34,7 @@ struct DashboardContext {
 /// The names of the member with that id, in digits; empty when there is none.
 [[nodiscard]] UserNames namesOf(Database& database, const std::string& userId);
 /// Whose access token that is, whether it still holds or not: a userName, or "guest 3". Empty when
-/// it is nobody's.
+/// no user has it.
 [[nodiscard]] std::string callerOf(Database& database, const Request& request);
 
 }  // namespace zavelo::sandbox

@@ -21,7 +21,7 @@ bool isPassword(std::string_view name) {
   return equalIgnoringCase(name, "password");
 }
 
-/// From the quote at `begin` to behind the closing one, or to the end.
+/// From the quote at `begin` to after the closing one, or to the end.
 std::size_t endOfText(std::string_view json, std::size_t begin) {
   for (std::size_t i = begin + 1; i < json.size(); ++i) {
     if (json[i] == '\\') {

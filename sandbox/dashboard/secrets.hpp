@@ -6,7 +6,7 @@
 namespace zavelo::sandbox {
 
 /// JSON for a person's eyes: passwords are hidden, and of tokens only enough is left to tell one
-/// from another. Works on text that is no sound JSON or ends anywhere, too.
+/// from another. Works on text that is not valid JSON or ends anywhere, too.
 [[nodiscard]] std::string withoutSecrets(std::string_view json);
 
 /// The same for one value: of a header, or of a field of a form.

@@ -14,7 +14,7 @@
 namespace zavelo::sandbox {
 
 /// Tells the feed that the state may have changed (`state`), a few times a second at most, and
-/// notes how the streams stand each time. On a thread of its own, which sleeps while nothing
+/// notes the figures of the streams each time. On a thread of its own, which sleeps while nothing
 /// happens.
 class StateWatch {
  public:

@@ -23,13 +23,13 @@ struct Event {
 /// What a reader is handed at once, in order.
 struct EventBatch {
   std::vector<Event> events{};
-  /// Not empty: what the reader wanted is gone, and this is the id where it stands now.
+  /// Not empty: what the reader wanted is no longer kept, and it continues after this id.
   std::string missedUpTo{};
   bool ended = false;  ///< there will be nothing more
 };
 
 /// What happens in the sandbox, told to any number of readers. It keeps the latest events only and
-/// waits for nobody: a reader who falls behind is told that it missed some. Any thread.
+/// waits for no reader: one that is too slow is told that it missed some. Any thread.
 class EventFeed {
  public:
   static constexpr std::size_t mostReaders = 64;
@@ -44,17 +44,17 @@ class EventFeed {
 
   void publish(std::string_view topic, std::string data);
 
-  /// The id of the latest event, or one before the first: whoever goes on from there misses
+  /// The id of the latest event, or one before the first: a reader that continues from there misses
   /// nothing.
   [[nodiscard]] std::string position() const;
 
   /// Ends the reading, for good.
   void stop();
 
-  /// One who reads from where it stands.
+  /// One reader, at its position.
   class Reader {
    public:
-    /// Begins behind the event of that id, or without one at what happens from now on.
+    /// Begins after the event of that id, or without one at what happens from now on.
     Reader(EventFeed& feed, std::string_view lastId);
     Reader(const Reader&) = delete;
     ~Reader();

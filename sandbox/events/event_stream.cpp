@@ -10,7 +10,7 @@
 namespace zavelo::sandbox {
 namespace {
 
-constexpr std::string_view behind = "/sandbox/events/";
+constexpr std::string_view afterId = "/sandbox/events/";
 /// How often to see whether the reader is still there.
 constexpr std::chrono::seconds lookPatience{1};
 /// After so many looks in silence comes a comment, lest something between drops the connection.
@@ -20,7 +20,7 @@ std::string_view lastIdOf(const Request& request) {
   const auto header = request.header("Last-Event-ID");
   if (!header.empty()) return header;
   const std::string_view path = request.path;
-  return path.starts_with(behind) ? path.substr(behind.size()) : std::string_view();
+  return path.starts_with(afterId) ? path.substr(afterId.size()) : std::string_view();
 }
 
 void append(std::string& text, std::string_view id, std::string_view topic, std::string_view data) {

@@ -22,7 +22,7 @@ Result<GivenGift, Problem> give(Transaction& transaction, const Stream& stream, 
                                 std::int64_t amount, std::int64_t sender, std::int64_t receiver,
                                 Time now) {
   if (sender == receiver) {
-    return Failure{Problem{Code::noPermission, "Nobody can give themselves gifts"}};
+    return Failure{Problem{Code::noPermission, "You cannot give gifts to yourself"}};
   }
   const std::int64_t gold = gift.gold * amount;
   if (auto problem = payForGifts(transaction, *memberById(transaction, sender),

@@ -13,7 +13,7 @@
 
 namespace zavelo::sandbox {
 
-/// A gift that found its way, and how things stand after it.
+/// A gift that was given, and the state after it.
 struct GivenGift {
   Stream stream;
   Gift gift;
@@ -27,7 +27,7 @@ struct GivenGift {
 /// The gift of that id; the problem names the parameter.
 [[nodiscard]] Result<Gift, Problem> offeredGift(const std::vector<Gift>& gifts, std::int64_t id);
 
-/// Pays for the gifts and writes them down. The problem: the sender is the receiver, or the wallets
+/// Pays for the gifts and records them. The problem: the sender is the receiver, or the wallets
 /// do not allow it. Then nothing changes.
 [[nodiscard]] Result<GivenGift, Problem> give(Transaction& transaction, const Stream& stream,
                                               const Gift& gift, std::int64_t amount,

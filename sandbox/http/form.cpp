@@ -11,7 +11,7 @@ constexpr std::size_t mostParts = 100;
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view blanks = " \t";
 
-/// What stands before the mark, which goes too; all of it when there is no mark.
+/// What comes before the mark, which is removed too; all of it when there is no mark.
 std::string_view takeUpTo(std::string_view mark, std::string_view& text) {
   const auto at = text.find(mark);
   const auto taken = text.substr(0, at);

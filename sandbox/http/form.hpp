@@ -9,7 +9,7 @@
 namespace zavelo::sandbox {
 
 /// The parts of a multipart/form-data body (RFC 7578, RFC 2046 section 5.1). None when it is not
-/// sound: no boundary, a part without a name, no end, more than 100 parts.
+/// well-formed: no boundary, a part without a name, no end, more than 100 parts.
 [[nodiscard]] std::optional<std::vector<FormPart>> formParts(std::string_view contentType,
                                                              std::string_view body);
 

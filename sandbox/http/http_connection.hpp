@@ -41,7 +41,7 @@ class HttpConnection {
 
   explicit HttpConnection(Tcp::socket socket) : stream_(std::move(socket)) {}
 
-  /// The next request, whole. A connection that was closed meanwhile throws, too.
+  /// The next request, whole. A connection that is closed before throws, too.
   Awaitable<Request> read();
   /// Writes the response to the last request. Returns whether there can be another one.
   Awaitable<bool> write(Response response);

@@ -22,7 +22,7 @@ struct FormPart {
 struct Request {
   std::string method;
   std::string path;     ///< percent-decoded
-  std::string query{};  ///< what stands behind "?", as it was sent
+  std::string query{};  ///< what follows "?", as it was sent
   Headers headers{};
   bool isForm = false;           ///< the body was declared as multipart/form-data
   std::string body{};            ///< empty when it was a form
@@ -56,7 +56,7 @@ struct Response {
   std::function<void(const SendPiece&)> stream{};
 };
 
-/// What stands behind the HTTP front. Called on many threads at once.
+/// What answers the requests of the HTTP server. Called on many threads at once.
 class Service {
  public:
   virtual ~Service() = default;

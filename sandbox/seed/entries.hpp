@@ -46,7 +46,7 @@ struct EntryKind {
 [[nodiscard]] std::optional<FormPart> pictureIn(const Arguments& entry);
 void addPicture(json::Object& entry, const std::string& content);
 
-// The entries that plant those again; what would be planted without being said is not said.
+// The entries that load those again, without what is the default.
 [[nodiscard]] json::Object entryOf(const Member& member);
 [[nodiscard]] json::Object entryOf(const Stream& stream, const std::string& owner,
                                    std::int64_t tagId);

@@ -48,34 +48,34 @@ class TagBook {
   std::string added_;
 };
 
-struct Plants {
+struct SeedLists {
   json::Array members;
   json::Array streams;
   json::Array products;
 };
 
-Plants plantsIn(Transaction& transaction, TagBook& tags, bool withPictures) {
+SeedLists listsOf(Transaction& transaction, TagBook& tags, bool withPictures) {
   const auto pictured = [&](const EntryKind& kind, std::int64_t id, json::Object entry) {
     const auto picture = withPictures ? contentOf(transaction, kind.shelf, id) : std::nullopt;
     if (picture) addPicture(entry, *picture);
     return entry;
   };
-  Plants plants;
+  SeedLists lists;
   std::map<std::int64_t, std::string> zaveloIds;
   for (const auto& member : allMembers(transaction)) {
     zaveloIds[member.id] = member.zaveloId;
-    plants.members.emplace_back(pictured(memberEntries(), member.id, entryOf(member)));
+    lists.members.emplace_back(pictured(memberEntries(), member.id, entryOf(member)));
   }
   for (const auto& stream : allStreams(transaction)) {
-    plants.streams.emplace_back(
+    lists.streams.emplace_back(
         pictured(streamEntries(), stream.id,
                  entryOf(stream, zaveloIds.at(stream.owner), tags.idOf(stream.plan.tag))));
   }
   for (const auto& product : allProducts(transaction)) {
-    plants.products.emplace_back(
+    lists.products.emplace_back(
         pictured(productEntries(), product.id, entryOf(product, zaveloIds.at(product.seller))));
   }
-  return plants;
+  return lists;
 }
 
 }  // namespace
@@ -84,10 +84,10 @@ Result<ExportedSeed, std::string> exportSeed(Database& database, const RunSettin
                                              bool withPictures) {
   ExportedSeed result;
   TagBook tags(settings.settings.tags);
-  Plants plants;
+  SeedLists lists;
   std::string leftOut;
   database.transact([&](Transaction& transaction) {
-    plants = plantsIn(transaction, tags, withPictures);
+    lists = listsOf(transaction, tags, withPictures);
     leftOut = leftOutOf(transaction, withPictures);
   });
   if (!leftOut.empty()) result.notes.push_back("not in the seed: " + leftOut);
@@ -97,12 +97,12 @@ Result<ExportedSeed, std::string> exportSeed(Database& database, const RunSettin
                            tags.added());
     whole.set("tags", tags.list());
   }
-  result.members = plants.members.size();
-  result.streams = plants.streams.size();
-  result.products = plants.products.size();
-  whole.set(std::string(memberEntries().list), std::move(plants.members));
-  whole.set(std::string(streamEntries().list), std::move(plants.streams));
-  whole.set(std::string(productEntries().list), std::move(plants.products));
+  result.members = lists.members.size();
+  result.streams = lists.streams.size();
+  result.products = lists.products.size();
+  whole.set(std::string(memberEntries().list), std::move(lists.members));
+  whole.set(std::string(streamEntries().list), std::move(lists.streams));
+  whole.set(std::string(productEntries().list), std::move(lists.products));
   result.text = json::prettyText(whole) + "\n";
   if (result.text.size() == 1)
     return Failure{std::string("the state has a text that is not UTF-8")};

@@ -25,7 +25,7 @@ struct ExportedSeed {
   std::vector<std::string> notes;
 };
 
-/// Who and what is there, not what they did: docs/sandbox.md has the line between. Planted into an
+/// Who and what is there, not what they did: docs/sandbox.md has the line between. Loaded into an
 /// empty state and exported again in the same way, it is the same text. The error is one sentence
 /// for a person.
 [[nodiscard]] Result<ExportedSeed, std::string> exportSeed(const ExportOptions& options);

@@ -149,8 +149,8 @@ Complaint readWords(const json::Value& value, std::vector<std::string>& words) {
   return {};
 }
 
-Complaint readPlants(const json::Value& value, const EntryKind& kind,
-                     std::vector<Arguments>& entries) {
+Complaint readList(const json::Value& value, const EntryKind& kind,
+                   std::vector<Arguments>& entries) {
   const std::string name(kind.list);
   if (auto complaint = readEntries(value, name, kind.parameters, entries)) return complaint;
   for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -171,9 +171,9 @@ Complaint readSetting(const std::string& name, const json::Value& value, Setting
 }
 
 Complaint readMember(const std::string& name, const json::Value& value, Seed& seed) {
-  if (name == memberEntries().list) return readPlants(value, memberEntries(), seed.members);
-  if (name == streamEntries().list) return readPlants(value, streamEntries(), seed.streams);
-  if (name == productEntries().list) return readPlants(value, productEntries(), seed.products);
+  if (name == memberEntries().list) return readList(value, memberEntries(), seed.members);
+  if (name == streamEntries().list) return readList(value, streamEntries(), seed.streams);
+  if (name == productEntries().list) return readList(value, productEntries(), seed.products);
   seed.written.set(name, value);
   return readSetting(name, value, seed.settings);
 }

@@ -14,7 +14,7 @@ namespace zavelo::sandbox {
 /// The settings of a run.
 struct RunSettings {
   Settings settings;
-  json::Object written;  ///< what the seed file has of them, as it stands there
+  json::Object written;  ///< what the seed file has of them, as written there
 };
 
 /// What a seed file says, each entry checked by itself. docs/sandbox.md has its form.

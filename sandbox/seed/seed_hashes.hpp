@@ -11,7 +11,8 @@ namespace zavelo::sandbox {
 /// By the entry whose password it is.
 using SeedHashes = std::map<const Arguments*, std::string>;
 
-/// Of what the seed would plant. A hash takes its time on purpose, so they are made side by side.
+/// Hashes of the passwords that the seed needs. A hash takes its time on purpose, so they are made
+/// side by side.
 [[nodiscard]] SeedHashes hashesFor(const Seed& seed, Database& database);
 
 }  // namespace zavelo::sandbox

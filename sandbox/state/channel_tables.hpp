@@ -2,7 +2,7 @@
 
 namespace zavelo::sandbox {
 
-/// Polls. In a channel members and guests stand side by side, so new guests get ids far from those
+/// Polls. A channel has both members and guests, so new guests get ids far from those
 /// of members.
 inline constexpr const char* channelTables = R"sql(
 INSERT INTO sqlite_sequence (name, seq)
@@ -23,7 +23,7 @@ CREATE UNIQUE INDEX running_polls ON polls (stream) WHERE status = 1;
 
 CREATE TABLE poll_votes (
   poll   INTEGER NOT NULL REFERENCES polls ON DELETE CASCADE,
-  voter  TEXT,  -- user id in the channel; null: of nobody that is known
+  voter  TEXT,  -- user id in the channel; null: unknown
   choice INTEGER NOT NULL,
   count  INTEGER NOT NULL,
   UNIQUE (poll, voter)

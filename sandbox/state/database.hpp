@@ -103,7 +103,7 @@ class Database {
   /// sentence for a person; a file that cannot be used is left as it is.
   static Result<std::unique_ptr<Database>, std::string> open(const std::filesystem::path& file);
   /// A copy in memory of a file that is there, brought up to date. What the file holds stays as it
-  /// is, and no sandbox may use it meanwhile. Errors as above; an empty file is one.
+  /// is, and no sandbox may use it at the same time. Errors as above; an empty file is one.
   static Result<std::unique_ptr<Database>, std::string> copyOf(const std::filesystem::path& file);
   ~Database();
 

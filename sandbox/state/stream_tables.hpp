@@ -47,7 +47,7 @@ CREATE TABLE streams (
 CREATE INDEX streams_of_owner ON streams (owner);
 CREATE INDEX streams_of_title ON streams (title) WHERE password IS NOT NULL;
 
--- From when somebody comes to when they leave. One without an end goes on.
+-- From the moment a user starts watching to the moment they stop. Without an end it goes on.
 CREATE TABLE view_sessions (
   id     INTEGER PRIMARY KEY AUTOINCREMENT,
   stream INTEGER NOT NULL REFERENCES streams ON DELETE CASCADE,

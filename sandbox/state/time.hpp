@@ -14,7 +14,7 @@ using Time = std::chrono::sys_time<std::chrono::milliseconds>;
   return std::chrono::time_point_cast<std::chrono::milliseconds>(clock.now());
 }
 
-/// As it stands in the database.
+/// As it is kept in the database.
 [[nodiscard]] inline std::int64_t stored(Time time) {
   return time.time_since_epoch().count();
 }

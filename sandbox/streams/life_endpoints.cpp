@@ -42,7 +42,7 @@ Response beginOrResume(const StreamCall& call) {
   return succeed(true);
 }
 
-/// The owner's leaving pauses the stream, anybody else's ends their view session.
+/// When the owner leaves, the stream pauses; when another user does, their view session ends.
 Response leave(const StreamCall& call) {
   if (call.arguments[streamUserParameter] != call.stream.owner) {
     return fail(parameterProblem("streamUserId", "is not the stream's owner"));

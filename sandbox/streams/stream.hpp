@@ -12,7 +12,7 @@
 
 namespace zavelo::sandbox {
 
-/// Where a stream stands, and the `status` of its record.
+/// A stage in the life of a stream, and the `status` of its record.
 enum class StreamStatus : std::int64_t {
   created = 0,
   live = 1,

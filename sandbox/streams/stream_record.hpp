@@ -8,7 +8,8 @@
 
 namespace zavelo::sandbox {
 
-/// Whether the user may see and hear it: its owner, and whoever gave the password of a locked one.
+/// Whether the user may see and hear it: its owner, and users who gave the password of a locked
+/// one.
 [[nodiscard]] bool isOpenTo(Transaction& transaction, const Stream& stream, const Identity& user);
 
 /// The stream as that user sees it. Only its owner is told where to push to, and nobody without the

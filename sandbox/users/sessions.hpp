@@ -48,7 +48,7 @@ class Sessions {
   [[nodiscard]] Result<Identity, Problem> identify(Transaction& transaction,
                                                    std::string_view accessToken) const;
   /// A new pair for the session of that refresh token. A token that was traded before the grace
-  /// ends its session: somebody has a copy.
+  /// ends its session: there is a copy of it.
   Result<Tokens, Problem> renew(Transaction& transaction, std::string_view refreshToken) const;
 
   static void end(Transaction& transaction, std::int64_t session);

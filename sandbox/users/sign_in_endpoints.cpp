@@ -90,7 +90,7 @@ Response login(UserContext& context, const Call& call) {
   const auto known = context.database.transact(find);
   const auto hash = known ? known->passwordHash : std::nullopt;
   const bool right = context.throttle.run([&] { return verifyPassword(hash, given); });
-  // One answer for both, so that nobody learns who is a member.
+  // One answer for both, so that it does not reveal who is a member.
   if (!right) return fail({Code::userNotFound, "Unknown zaveloId or wrong password"});
   return context.database.transact([&](Transaction& transaction) {
     Member member = *find(transaction);

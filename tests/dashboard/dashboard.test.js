@@ -210,11 +210,11 @@ test('what hosts, viewers and administrators do is done by buttons', async (t) =
   const pane = page.getByRole('region', {name: 'The chosen stream'});
   const press = (name) => pane.getByRole('button', {name, exact: true}).press('Enter');
   await press('Send a statistic');
-  await page.getByText('Nothing was sent: nobody is in the channel').waitFor();
+  await page.getByText('Nothing was sent: the channel has no members').waitFor();
   await pane.getByLabel('Giver').fill('bob');
   await pane.getByLabel('How many').fill('2');
   await press('Give');
-  await page.getByText('bob gave it, but nobody is in the channel').waitFor();
+  await page.getByText('bob gave it, but the channel has no members').waitFor();
   await page.locator('#givers li', {hasText: 'Bob 2 given'}).waitFor();
 
   stage.listen('bob', slug);

@@ -95,7 +95,7 @@ TEST(DecodeText, RefusesWhatIsNotUtf8OrNoJsonOrTooDeep) {
   EXPECT_EQ(faultOf<ZVUser>(R"({"accessToken":"\ud800\u12G4"})"),
             "accessToken: invalid JSON: no such escape in a text");
   EXPECT_EQ(faultOf<ZVUser>(R"({"unknown":[1,{"y":tru}]})"), "unknown[1].y: invalid JSON");
-  EXPECT_EQ(faultOf<ZVUser>("{} {}"), "invalid JSON: more behind the value");
+  EXPECT_EQ(faultOf<ZVUser>("{} {}"), "invalid JSON: trailing characters after the value");
   const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
   EXPECT_TRUE(faultOf<json::Value>(deep).ends_with("nested too deeply"));
   EXPECT_LT(faultOf<json::Value>(deep).size(), 400u);

@@ -81,7 +81,7 @@ enum class Ending { closes, waits };
 [[nodiscard]] std::string exchange(std::uint16_t port, std::string_view bytes,
                                    Ending ending = Ending::closes);
 
-/// A sound JPEG of one colour.
+/// A valid JPEG of one colour.
 [[nodiscard]] std::string jpegFile(std::uint32_t width, std::uint32_t height);
 
 MATCHER_P(HasCode, code, "") {

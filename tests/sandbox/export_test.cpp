@@ -12,7 +12,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-/// A state in which something has happened, and one that is planted with its export.
+/// A state in which something has happened, and one that is loaded from its export.
 class ExportTest : public ::testing::Test {
  protected:
   /// With pictures beside a seed only.
@@ -88,7 +88,7 @@ class ExportTest : public ::testing::Test {
   const test::TemporaryFolder folder;
 };
 
-TEST_F(ExportTest, PlantedElsewhereItIsTheSameWorld) {
+TEST_F(ExportTest, LoadedElsewhereIsTheSameState) {
   live();
   const auto first = exported("first.db", "run.json");
   write("second.json", first.text);

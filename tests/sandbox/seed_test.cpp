@@ -72,7 +72,7 @@ TEST_F(SeedTest, MistakeIsRefusedWithItsPlace) {
       {R"({"members": [{"zaveloId": "a", "picture": "https://example.com/a.jpeg"}]})",
        "members[0]: \"picture\": expected data:image/jpeg;base64"},
       {R"({"members": [{"zaveloId": "a", "picture": "data:image/jpeg;base64,AAAA"}]})",
-       "members[0]: \"picture\": is not a sound JPEG"},
+       "members[0]: \"picture\": is not a valid JPEG"},
       {R"({"streams": [{"owner": "a", "slug": "s", "streamTitle": "t", "tagId": 1,
                         "password": "a", "passwordHash": "b"}]})",
        "streams[0]: \"passwordHash\": is given together with a password"},

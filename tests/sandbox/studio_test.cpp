@@ -38,7 +38,7 @@ TEST_F(LiveBroadcast, UploadsThatAreNotWhatTheySayAreRefused) {
         .message();
   };
   EXPECT_EQ(cover("GIF89a", "image/jpeg"),
-            "\"image\": is not a sound JPEG of at most 16 megapixels");
+            "\"image\": is not a valid JPEG of at most 16 megapixels");
   EXPECT_EQ(cover(jpegFile(2, 2), "image/png"), "\"image\": expected type image/jpeg");
   EXPECT_EQ(call("save-cover", host, {{"image", "text"}}).message(),
             "\"image\": expected a file in a form");

@@ -57,7 +57,7 @@ TEST_F(UserSession, AGuestIsStoredBySettingButNotByUpdating) {
 TEST_F(UserSession, NewTokensReplaceAllThreeInPlace) {
   const auto service = makeService();
   service->refreshTokenWith({"x", "y", "z"});
-  EXPECT_EQ(storedUser(), "") << "nobody is signed in";
+  EXPECT_EQ(storedUser(), "") << "no user is signed in";
 
   const auto held = userOf(memberJson);
   service->setUser(held);

@@ -15,8 +15,8 @@
 namespace zavelo::command {
 namespace {
 
-// A standard stream that is closed would hand its number to the next file or socket; in its place
-// stands one whose use fails.
+// A standard stream that is closed would hand its number to the next file or socket; it is replaced
+// by one whose use fails.
 void holdStandardStreams() {
   if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
   if (fcntl(STDOUT_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);

@@ -101,7 +101,7 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   ZVCall refreshToken(const std::string& refreshToken,
                       ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
 
-  /// Who owns the session; until it is set, and once it is gone, nobody is signed in.
+  /// The owner of the session; until it is set, and after it was destroyed, no user is signed in.
   void setSessionSource(std::weak_ptr<ZVSessionSource> source);
 
   /// The level at which the services of the library log their calls: `simple` at first.

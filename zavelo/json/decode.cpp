@@ -349,7 +349,7 @@ std::optional<Error> decodeInto(Input text, const Codec& codec, void* out) {
   } else {
     const Place behind = decoder.value(tokens.begin(), codec, out);
     if (behind != nullptr && behind != tokens.end())
-      decoder.fail("invalid JSON: more behind the value");
+      decoder.fail("invalid JSON: trailing characters after the value");
   }
   tokens.shrink();
   if (error.reason.empty()) return std::nullopt;

@@ -145,7 +145,8 @@ class ListReader {
 
   bool close(Place bracket) {
     // A window that does not have the end of the text ends before a comma.
-    if (!ended_ || bracket + 1 != tokens_.end()) fail("invalid JSON: more behind the value");
+    if (!ended_ || bracket + 1 != tokens_.end())
+      fail("invalid JSON: trailing characters after the value");
     return true;
   }
 

@@ -11,7 +11,7 @@ namespace zavelo {
 class ZAVELO_EXPORT ZVCurrentUserSource {
  public:
   virtual ~ZVCurrentUserSource() = default;
-  /// Null when nobody is signed in.
+  /// Null when no user is signed in.
   [[nodiscard]] virtual std::shared_ptr<const ZVUser> currentUser() const = 0;
 
   /// The session of the shared services.

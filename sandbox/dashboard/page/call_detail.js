@@ -41,7 +41,7 @@ function paneOf(call, close) {
   const facts = [exactTime(summary.at), !isPending(summary) && `${summary.milliseconds.toFixed(2)} ms`, summary.caller];
   return [
     element('header', {class: 'bar'},
-      element('h2', {}, isCall ? `${summary.method} ${summary.path}` : 'Not a sound request'),
+      element('h2', {}, isCall ? `${summary.method} ${summary.path}` : 'Not a valid request'),
       closeButton(close)),
     element('p', {class: 'facts'}, ...outcomeChips(summary), ` ${facts.filter(Boolean).join(' · ')}`),
     isCall && element('p', {class: 'actions'},

@@ -107,7 +107,7 @@ export class Calls {
   #row(call, isFresh) {
     // Nearly all of them are POST: only another method is worth its place.
     const method = call.method === 'POST' ? '' : `${call.method} `;
-    const name = call.path ? method + call.path : 'not a sound request';
+    const name = call.path ? method + call.path : 'not a valid request';
     const row = element('tr', {'data-number': call.number, class: isFresh ? 'fresh' : null,
       'aria-current': call.number === this.#chosen && 'true'},
     element('td', {class: 'when'}, exactTime(call.at)),

@@ -43,7 +43,7 @@ export class Chat {
     if (channel) {
       const {entries} = await read(`/sandbox/channels/${encodeURIComponent(channel)}`);
       if (channel !== this.#channel) return;
-      // What arrived during the reading stands in both.
+      // What arrived during the reading is in both.
       const known = new Set(entries.map((entry) => entry.number));
       this.#lines = entries.concat(this.#lines.filter((line) => !known.has(line.number))).slice(-mostLines);
     }

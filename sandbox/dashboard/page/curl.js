@@ -1,4 +1,4 @@
-// A call as a command for a shell. Secrets do not stand in the log: the token is a variable.
+// A call as a command for a shell. The log has no secrets: the token is a variable.
 
 const quoted = (text) => `'${text.replaceAll("'", "'\\''")}'`;
 

@@ -1,5 +1,5 @@
 // The sandbox's events (server-sent events), followed for as long as the page is in sight: browsers
-// allow few connections to one server, and what happens meanwhile is told afterwards.
+// allow few connections to one server, and what happens in between is reported afterwards.
 
 const retryMilliseconds = 1000;
 
@@ -20,7 +20,7 @@ export class Feed {
     this.#topics.set(topic, handle);
   }
 
-  /** Goes on behind the event of that id. */
+  /** Continues after the event of that id. */
   startBehind(id) {
     this.#lastId = id;
     this.#followSight();

@@ -15,7 +15,7 @@ const streams = new Streams();
 const views = {calls: null, users: new Users(), streams, faults};
 let shown = 'calls';
 
-/** Reads a view's state again; while one read is under way, once more behind it. */
+/** Reads a view's state again; while one read is under way, once more after it. */
 const refreshing = new Map();
 async function refresh(name) {
   const view = views[name];

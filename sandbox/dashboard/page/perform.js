@@ -17,6 +17,6 @@ const lasting = ['start-poll', 'add-votes', 'stop-poll', 'gift'];
 /** Carries out an action that the channel is told of. */
 export function performInChannel(action, target, done) {
   const unheard = lasting.includes(action)
-    ? `${done}, but nobody is in the channel to hear of it` : 'Nothing was sent: nobody is in the channel';
+    ? `${done}, but the channel has no members to notify` : 'Nothing was sent: the channel has no members';
   return perform(action, target, (changed) => changed ? done : unheard);
 }

@@ -19,13 +19,13 @@ export class Users {
     if (text !== byId('users-text').value.trim()) return;
     const {total, members, guests, now} = users;
     byId('users-total').textContent = members.length < total ? `${members.length} of ${total}` : count(total, 'member');
-    refill(byId('members'), ...(members.length ? members.map((member) => memberRow(member, now)) : [nobody(text)]));
+    refill(byId('members'), ...(members.length ? members.map((member) => memberRow(member, now)) : [noMembers(text)]));
     byId('guests-title').hidden = guests.length === 0;
     refill(byId('guests'), ...guests.map((guest) => guestRow(guest, now)));
   }
 }
 
-const nobody = (text) => element('li', {}, text
+const noMembers = (text) => element('li', {}, text
   ? emptyState('Nobody has this in their names.', element('p', {}, 'Try another part of the name.'))
   : emptyState('Nobody has joined yet.', element('p', {}, 'Sign a member in, from an app or by'),
     element('p', {}, code(`zavelo --api ${location.origin} user login-zavelo --zavelo-id ann --display-name Ann`))));

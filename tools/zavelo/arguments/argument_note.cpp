@@ -45,7 +45,7 @@ constexpr ArgumentNote notes[] = {
     {"content", "The text that floats"},
     {"count", "How many likes; 1 if left out", &one},
     {"countryCode", "The broadcaster's country"},
-    {"data", "Where the text stands, as the app writes positions"},
+    {"data", "Position of the text, as the app writes positions"},
     {"description", "What there is to say about it"},
     {"deviceUdid", "Which device signs in; \"cli-\" and the host's name if left out", &thisDevice},
     {"displayName", "The name that others see"},

@@ -39,7 +39,7 @@ Reading flagValue(const std::string& text) {
 Reading jsonValue(const std::string& text) {
   auto value = json::decode<json::Value>(text);
   if (value) return std::move(*value);
-  return Failure{"not sound JSON: " + value.error().text()};
+  return Failure{"not valid JSON: " + value.error().text()};
 }
 
 Reading valueOf(ArgumentKind kind, const std::string& text) {

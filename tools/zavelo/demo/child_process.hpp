@@ -13,7 +13,7 @@
 
 namespace zavelo::command {
 
-/// What a process left behind.
+/// What a process printed and how it ended.
 struct ChildOutcome {
   int status = 0;  ///< its exit status, or 128 and the number of the signal that ended it
   std::string output;
@@ -27,7 +27,7 @@ class ChildProcess {
   /// Starts the program. The error is a sentence.
   [[nodiscard]] static Result<std::unique_ptr<ChildProcess>, std::string> start(
       const std::filesystem::path& program, const std::vector<std::string>& arguments);
-  /// A process that nobody waited for is killed.
+  /// A process that was not waited for is killed.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;

@@ -138,7 +138,7 @@ bool isPoll(const json::Value& event) {
   return textAt(event, "kind").ends_with("Poll");
 }
 
-/// Kind and text of each event that somebody caused, polls behind the others: a recorded chat keeps
+/// Kind and text of each event that a user caused, polls after the others: a recorded chat keeps
 /// them apart, so that of two events in one millisecond either may come first.
 json::Array told(std::vector<json::Value> events) {
   std::erase_if(events, isOfARound);

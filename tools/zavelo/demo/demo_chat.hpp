@@ -19,7 +19,7 @@ struct ChatCast {
 /// The host and two viewers chat, like, vote, give a gift, and see what the host's app floats over
 /// the picture. Returns the file in which the host's app has saved the chat.
 std::string playChat(const ChatCast& cast);
-/// The stream has ended: what stands at the address of its saved chat is what was said.
+/// The stream has ended: the file at the address of its saved chat has what was said.
 void replayChat(const ChatCast& cast, const std::string& savedFile);
 
 }  // namespace zavelo::command

@@ -88,7 +88,7 @@ void renewToken(Member& ann) {
   ann.stage.show("token", "renewed, and kept for the next process");
 }
 
-/// The backend ends the session: the next call learns why, and the app hears of it.
+/// The backend ends the session: the next call learns why, and the app is notified.
 void loseSession(Member& ann, const std::string& action, const std::string& type,
                  const std::string& notification) {
   ann.stage.trigger({action, "--user-name", "ann"});

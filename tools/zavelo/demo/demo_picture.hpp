@@ -11,7 +11,7 @@ namespace zavelo::command {
 [[nodiscard]] std::string drawPicture(const DemoStage& stage, const std::string& name,
                                       std::uint32_t height);
 
-/// Fetches what stands at an address, which is to be a JPEG of that height.
+/// Fetches the file at an address, which must be a JPEG of that height.
 void expectPicture(DemoStage& stage, const std::string& url, std::uint32_t height);
 
 }  // namespace zavelo::command

@@ -57,7 +57,7 @@ std::string commandLine(const std::vector<std::string>& arguments) {
   return line;
 }
 
-/// The error's record stands in the last line, behind the log.
+/// The error's record is the last line, after the log.
 json::Value errorIn(const std::string& log) {
   const auto end = log.find_last_not_of('\n');
   const auto start = log.rfind('\n', end);

@@ -57,7 +57,7 @@ class DemoStage {
             const std::string& input);
   /// Makes the backend do something that a member cannot: "ban --user-name ann".
   void trigger(const std::vector<std::string>& arguments);
-  /// What stands at an address.
+  /// The file at an address.
   std::string fetch(const std::string& url);
 
   [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }

@@ -92,8 +92,8 @@ class Grammar {
         addOption(*censor_, "TEXT", "The text; - reads it from the standard input", "")->required();
     attributed_ = censor_->add_flag("--attributed")
                       ->description(
-                          "Mask as in a text with attributes: words between punctuation and white "
-                          "space, wherever they stand then, by a mask of their length");
+                          "Mask as in a text with attributes: every occurrence of a word that is "
+                          "between punctuation and white space somewhere, by a mask of its length");
     censor_->footer(
         "Without --attributed: tokens between single blanks, by \"***\".\n"
         "The words are those of \"zavelo user naughty-words\".\n" +
@@ -113,7 +113,7 @@ class Grammar {
         demo_->add_flag("--stay")->description("Leave the sandbox to look around in, until Ctrl-C");
   }
 
-  // Paths begin with a slash and are appended as they stand; a person may end an origin with one.
+  // Paths begin with a slash and are appended unchanged; a person may end an origin with one.
   static std::string originOf(std::string api) {
     while (api.ends_with('/')) api.pop_back();
     if (api.empty() || api.starts_with("http://") || api.starts_with("https://")) return api;
@@ -170,10 +170,10 @@ class Grammar {
   /// "--limit: 1 required INTEGER missing", or more than one of it received.
   static std::string mismatch(const std::string& text) {
     const std::string option = text.substr(0, text.find(':'));
-    return option + (text.ends_with("missing") ? " needs a value" : " stands there more than once");
+    return option + (text.ends_with("missing") ? " needs a value" : " is given more than once");
   }
 
-  /// What nobody expected comes first: a misspelt option also leaves the right one missing.
+  /// What was not expected comes first: a misspelt option also leaves the right one missing.
   std::string describe(const CLI::ParseError& error) const {
     const CLI::App& at = innermost();
     const bool isLeaf = at.get_subcommands([](const CLI::App*) { return true; }).empty();

@@ -13,7 +13,7 @@ namespace zavelo::command {
 
 // What the command line is made of. Texts stay texts; what they must be, their readers say.
 
-/// An option takes one text as it stands: "[a,b]" is no list and "-5" no option.
+/// An option takes one text literally: "[a,b]" is no list and "-5" no option.
 CLI::Option* addOption(CLI::App& app, const std::string& name, std::string_view help,
                        std::string_view placeholder);
 /// The options of a command's arguments, with what their notes say.
@@ -30,7 +30,7 @@ class ArgumentOptions {
   };
   std::vector<Entry> entries_;
 };
-/// A subcommand, behind which the options of its parents may stand, too.
+/// A subcommand; the options of its parents may come after it, too.
 CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view help);
 
 /// The text that was given; empty when none was.
@@ -41,6 +41,6 @@ CLI::App* addCommand(CLI::App& parent, const std::string& name, std::string_view
 [[noreturn]] void refuse(const CLI::Option* option, const std::string& expected);
 
 inline constexpr std::string_view globalOptionsNote =
-    "The options of \"zavelo --help\" may stand here, too.";
+    "The options of \"zavelo --help\" may be given here, too.";
 
 }  // namespace zavelo::command

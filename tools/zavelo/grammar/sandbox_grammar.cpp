@@ -81,7 +81,7 @@ ExportRequest SandboxGrammar::exportRequest() const {
     if (option->count() == 0 || option == sandbox_->get_help_ptr()) continue;
     const std::string name = option->get_name();
     const bool isShared = export_->get_option_no_throw(name) != nullptr;
-    throw CLI::ValidationError(name + (isShared ? " must stand behind \"export\""
+    throw CLI::ValidationError(name + (isShared ? " must come after \"export\""
                                                 : " is for a sandbox that runs, not for export"));
   }
   return {givenText(exportState_), givenText(exportSeed_), givenText(output_),

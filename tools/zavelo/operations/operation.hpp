@@ -31,7 +31,7 @@ struct Operation {
   bool hasResult;  ///< else it answers with null
   bool isPaged;    ///< the result is a page, which says how to ask for the next one
   /// Carries the operation out on the shared service. `done` is called exactly once, on the main
-  /// queue or, by operations that ask nobody, before this returns; not at all after an error.
+  /// queue or, by operations that send nothing, before this returns; not at all after an error.
   std::function<Result<ZVCall, ArgumentError>(const std::vector<Argument>& arguments,
                                               const json::Object& given, JsonCompletion done)>
       invoke;

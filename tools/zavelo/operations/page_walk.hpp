@@ -13,7 +13,7 @@ namespace zavelo::command {
 class PageWalk {
  public:
   /// Takes in the page that was asked for with `cursor`; returns the next page's cursor, or none
-  /// behind the last page. A page that leads nowhere or back to itself is an error.
+  /// after the last page. A page that leads nowhere or back to itself is an error.
   Result<std::optional<std::int64_t>, ZVAPIError> take(const std::string& page,
                                                        std::int64_t cursor);
 

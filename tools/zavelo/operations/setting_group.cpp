@@ -6,7 +6,7 @@ namespace zavelo::command {
 Group settingGroup() {
   using S = ZVSettingService;
   return {"setting",
-          "What the backend sets for every app",
+          "Show the settings that the backend has for every app",
           {
               operation<&S::getNaughtyWords>("Fetch the banned words, and keep them in the store"),
               operation<&S::getSettingConfigV1>("Show which features are switched on"),

@@ -12,7 +12,7 @@ struct TriggerAction {
   std::string_view name;  ///< as the sandbox names it: "start-poll"
   std::string_view help;
   std::vector<Argument> arguments;
-  bool isTold;  ///< to whoever is in a stream's channel
+  bool isTold;  ///< to the members of a stream's channel
 };
 
 /// All of them, for as long as the process runs.

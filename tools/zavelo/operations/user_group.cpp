@@ -7,11 +7,11 @@ Group userGroup() {
   using S = ZVUserService;
   return {
       "user",
-      "Who is signed in, and the users of the backend",
+      "Sign in and out, the session, and the users of the backend",
       {
           operation<&S::currentUser>("Show the session: profile and tokens"),
-          operation<&S::isLogin>("Whether anybody is signed in, guest or member"),
-          operation<&S::isGuest>("Whether the session has no profile, or there is none"),
+          operation<&S::isLogin>("Show whether a user is signed in, guest or member"),
+          operation<&S::isGuest>("Show whether the session has no profile, or there is no session"),
           operation<&S::setUser>("Store a session and make it the current one", "user"),
           operation<&S::updateUser>("Make a session the current one; store it if it has a profile",
                                     "user"),
@@ -29,11 +29,11 @@ Group userGroup() {
           operation<&S::loginGuest>("Sign this device in as a guest", "deviceUdid"),
           operation<member<S, ZVCall(const std::string&,
                                      ZVCompletion<std::shared_ptr<const ZVRefreshToken>>)>(
-              &S::refreshToken)>("Buy new tokens with a refresh token", "refreshToken"),
+              &S::refreshToken)>("Exchange a refresh token for new tokens", "refreshToken"),
           operation<&S::logoutZavelo>("Sign out; the session ends whatever the backend answers"),
-          operation<&S::editProfile>("Change one's profile", "displayName", "dob", "gender",
-                                     "about", "image"),
-          operation<&S::updatePromoCode>("Set one's promo code", "promoCode",
+          operation<&S::editProfile>("Change your profile", "displayName", "dob", "gender", "about",
+                                     "image"),
+          operation<&S::updatePromoCode>("Set your promo code", "promoCode",
                                          "promoCodeDescription"),
       }};
 }

@@ -35,7 +35,7 @@ Result<ChannelAccess, ExitStatus> openChannel(const std::string& channel,
   if (!isSignedIn())
     return Failure{output.error(
         "session",
-        "nobody is signed in: try \"zavelo user login-guest\" or \"zavelo user login\"")};
+        "no user is signed in: try \"zavelo user login-guest\" or \"zavelo user login\"")};
   installMessagingEngine(std::move(engine).value());
   auto visit = ChannelVisit::create(
       {ZVRTMService::shared(), platform::notifications(), library.queue}, channel);

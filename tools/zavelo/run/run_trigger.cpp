@@ -15,7 +15,7 @@ const std::int64_t* changedIn(const json::Object& data) {
 
 std::string readable(const TriggerAction& action, std::int64_t changed) {
   if (changed > 0) return "done\n";
-  return action.isTold ? "nobody is in the channel\n" : "nothing to change\n";
+  return action.isTold ? "the channel has no members\n" : "nothing to change\n";
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 namespace zavelo::command {
 
 /// A store that remembers its first failure: the library goes on without its store and only logs
-/// it, but whoever ran a command must learn that the session was not read or kept.
+/// it, but the user of a command must learn that the session was not read or kept.
 class WatchedStore final : public KeyValueStore {
  public:
   explicit WatchedStore(std::unique_ptr<KeyValueStore> store) : store_(std::move(store)) {}

@@ -1,4 +1,4 @@
-#include "sandbox/seed/planting.hpp"
+#include "sandbox/seed/seed_loader.hpp"
 
 #include <map>
 #include <optional>
@@ -19,7 +19,7 @@ struct Unusable {
   Problem problem;
 };
 
-/// Of the entry's password, made from it or brought along.
+/// The entry's password hash, computed or given.
 std::optional<std::string> hashIn(const Arguments& entry, const SeedHashes& hashes) {
   if (auto hash = entry[passwordHashParameter]) return hash;
   const auto made = hashes.find(&entry);
@@ -35,13 +35,13 @@ std::string userNameFor(Transaction& transaction, const Arguments& entry) {
   return name ? *name : freeUserName(transaction, entry[zaveloIdParameter]);
 }
 
-void plantPicture(Transaction& transaction, const EntryKind& kind, std::int64_t owner,
-                  const Arguments& entry) {
+void loadPicture(Transaction& transaction, const EntryKind& kind, std::int64_t owner,
+                 const Arguments& entry) {
   if (const auto file = pictureIn(entry)) keepFile(transaction, kind.shelf, owner, *file);
 }
 
-void plantMember(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
-                 Time now) {
+void loadMember(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
+                Time now) {
   const std::string zaveloId = entry[zaveloIdParameter];
   if (memberByZaveloId(transaction, zaveloId)) return;
   Member member;
@@ -61,7 +61,7 @@ void plantMember(Transaction& transaction, const Arguments& entry, const SeedHas
   member.beans = entry[beansParameter].value_or(0);
   member.banned = entry[isBannedParameter].value_or(false);
   member.created = now;
-  plantPicture(transaction, memberEntries(), addMember(transaction, member), entry);
+  loadPicture(transaction, memberEntries(), addMember(transaction, member), entry);
 }
 
 /// The member whose zaveloId the parameter has.
@@ -72,26 +72,26 @@ std::int64_t memberNamed(Transaction& transaction, const Arguments& entry,
   return member->id;
 }
 
-/// Lets a stream that was just added live until it stands where it shall.
-void bring(Transaction& transaction, const Stream& stream, StreamStatus status, Time now) {
+/// Takes a stream that was just added through its life up to that status.
+void advanceTo(Transaction& transaction, const Stream& stream, StreamStatus status, Time now) {
   if (status != StreamStatus::created) goLive(transaction, stream, now);
   if (status == StreamStatus::paused) goPaused(transaction, stream, now);
   if (status == StreamStatus::ended) goEnded(transaction, stream, now);
 }
 
-void plantStream(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
-                 const Settings& settings, Time now) {
+void loadStream(Transaction& transaction, const Arguments& entry, const SeedHashes& hashes,
+                const Settings& settings, Time now) {
   const std::int64_t owner = memberNamed(transaction, entry, ownerParameter);
   const auto plan = planFrom(entry, settings);
   if (!plan) throw Unusable{plan.error()};
   const std::string slug = entry[slugParameter];
   if (streamBySlug(transaction, slug)) return;
   const Stream stream = addStream(transaction, slug, owner, *plan, hashIn(entry, hashes), now);
-  plantPicture(transaction, streamEntries(), stream.id, entry);
+  loadPicture(transaction, streamEntries(), stream.id, entry);
   setPinned(transaction, stream, entry[pinnedTextParameter].value_or(""));
   setPosition(transaction, stream, entry[positionParameter].value_or(""));
   if (const auto status = entry[statusParameter]) {
-    bring(transaction, stream, *statusNamed(*status), now);
+    advanceTo(transaction, stream, *statusNamed(*status), now);
   }
 }
 
@@ -100,7 +100,7 @@ void plantStream(Transaction& transaction, const Arguments& entry, const SeedHas
 using NamesBefore = std::map<std::int64_t, std::map<std::string, std::int64_t>>;
 
 /// A seller may have several products of one name: in the end there are as many as the seed has.
-void plantProduct(Transaction& transaction, const Arguments& entry, NamesBefore& before) {
+void loadProduct(Transaction& transaction, const Arguments& entry, NamesBefore& before) {
   Product product;
   product.seller = memberNamed(transaction, entry, sellerParameter);
   assign(product, entry);
@@ -110,15 +110,15 @@ void plantProduct(Transaction& transaction, const Arguments& entry, NamesBefore&
   }
   const auto existing = names->second.find(product.name);
   if (existing != names->second.end() && existing->second-- > 0) return;
-  plantPicture(transaction, productEntries(), addProduct(transaction, product), entry);
+  loadPicture(transaction, productEntries(), addProduct(transaction, product), entry);
 }
 
-/// Plants each entry and, when one cannot be, adds to the problem where it stands.
-template <class Plant>
-void each(std::string_view list, const std::vector<Arguments>& entries, Plant plant) {
+/// Loads each entry and, when one cannot be, adds the position of the entry to the problem.
+template <class Load>
+void each(std::string_view list, const std::vector<Arguments>& entries, Load load) {
   for (std::size_t i = 0; i < entries.size(); ++i) {
     try {
-      plant(entries[i]);
+      load(entries[i]);
     } catch (Unusable& unusable) {
       unusable.problem.message.insert(
           0, std::string(list).append("[").append(std::to_string(i)).append("]: "));
@@ -129,18 +129,18 @@ void each(std::string_view list, const std::vector<Arguments>& entries, Plant pl
 
 }  // namespace
 
-Status<std::string> plant(const Seed& seed, Database& database, Time now) {
+Status<std::string> loadSeed(const Seed& seed, Database& database, Time now) {
   try {
     const auto hashes = hashesFor(seed, database);
     database.transact([&](Transaction& transaction) {
       each(memberEntries().list, seed.members,
-           [&](const Arguments& entry) { plantMember(transaction, entry, hashes, now); });
+           [&](const Arguments& entry) { loadMember(transaction, entry, hashes, now); });
       each(streamEntries().list, seed.streams, [&](const Arguments& entry) {
-        plantStream(transaction, entry, hashes, seed.settings, now);
+        loadStream(transaction, entry, hashes, seed.settings, now);
       });
       NamesBefore before;
       each(productEntries().list, seed.products,
-           [&](const Arguments& entry) { plantProduct(transaction, entry, before); });
+           [&](const Arguments& entry) { loadProduct(transaction, entry, before); });
     });
   } catch (const Unusable& unusable) {
     return Failure{unusable.problem.message};

@@ -1,5 +1,6 @@
 #include "zavelo/messaging/engines/mqtt/presence_internal.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -60,7 +61,7 @@ std::size_t MqttPresence::estimate(const MqttRoster& ownShard) const {
 std::string MqttPresence::beginSession() {
   session_ = randomMqttSession();
   sessionLife_ = std::make_shared<int>();
-  followsAll_ = isRushed_ = isCorrected_ = isCorrectionDue_ = false;
+  followsAll_ = isRushed_ = isCorrected_ = isCorrectionDue_ = isExpiryDue_ = false;
   return topic();
 }
 
@@ -133,12 +134,31 @@ void MqttPresence::assess(const MqttRoster& ownShard) {
 
 void MqttPresence::finishReading(bool isWhole) {
   hasRead_ = true;
+  dropUnseenLater(isWhole);
+  if (!std::exchange(isCorrected_, true)) correctLater();
+}
+
+void MqttPresence::dropUnseenLater(bool isWhole) {
   later(around_->options.leftGrace, [this, isWhole, reading = roster_.reading()] {
     const auto isMeant = [&](const std::string& userId) { return isWhole || isInOwnShard(userId); };
     for (const auto& userId : roster_.removeUnseenSince(reading, isMeant))
       tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
   });
-  if (!std::exchange(isCorrected_, true)) correctLater();
+}
+
+/// A broker forgets an expired entry without a message: its members have to do so themselves.
+void MqttPresence::dropExpiredLater() {
+  if (isExpiryDue_) return;
+  const auto next = roster_.nextExpiry();
+  if (next == MqttRoster::never) return;
+  isExpiryDue_ = true;
+  const auto delay = std::chrono::ceil<std::chrono::milliseconds>(next - MqttLoop::Clock::now());
+  later(std::max(delay, std::chrono::milliseconds(0)), [this] {
+    isExpiryDue_ = false;
+    for (const auto& userId : roster_.removeExpired(MqttLoop::Clock::now()))
+      tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
+    dropExpiredLater();
+  });
 }
 
 /// Reads the list once more: a message may have been lost, and many may have come at once.
@@ -175,10 +195,14 @@ void MqttPresence::heardFence() {
 
 void MqttPresence::list(const Connection& connection, AgoraRtmMembersCompletion completion) {
   connection_ = connection;
+  roster_.beginReading();
   read({true, [this, completion = std::move(completion)](const MqttRoster* seen) {
           if (!seen) return around_->tell(completion, std::nullopt);
           auto all = *seen;
-          if (followsAll_) all.addAll(roster_);  // what is late is not lost
+          if (followsAll_) {
+            all.addAll(roster_);  // what is late is not lost
+            dropUnseenLater(true);
+          }
           if (announces_) all.add(userId_, session_);
           around_->tell(completion, all.userIds());
         }});
@@ -219,8 +243,12 @@ void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message
     isEmpty ? seen.remove(topic.userId, topic.session) : seen.add(topic.userId, topic.session);
   }
   if (!announces_ || (!followsAll_ && !isInOwnShard(topic.userId))) return;
+  const auto expires = message.expiry
+                           ? MqttLoop::Clock::now() + *message.expiry + around_->options.leftGrace
+                           : MqttRoster::never;
   const bool isNews = isEmpty ? roster_.remove(topic.userId, topic.session)
-                              : roster_.add(topic.userId, topic.session);
+                              : roster_.add(topic.userId, topic.session, expires);
+  if (expires != MqttRoster::never) dropExpiredLater();
   // Somewhat more than the cap, so that a channel of about that size does not go back and forth.
   const auto cap = around_->options.memberEventsCap;
   if (followsAll_ && roster_.size() > cap + cap / 4) followOwnShardOnly();

@@ -68,6 +68,9 @@ class MqttPresence {
   void readOwnShard();
   void assess(const MqttRoster& ownShard);
   void finishReading(bool isWhole);
+  /// Members whom a list does not have, and who do not appear for a while after it, have left.
+  void dropUnseenLater(bool isWhole);
+  void dropExpiredLater();
   void correctLater();
   void heardEntry(const MqttTopic& topic, const MqttMessage& message);
   void heardOwnEntry(const MqttTopic& topic, bool isEmpty);
@@ -91,7 +94,7 @@ class MqttPresence {
   bool hasRead_ = false;              // once: what is listed is news
   bool followsAll_ = false;
   bool isRushed_ = false;  // more come and go than can be followed
-  bool isCorrected_ = false, isCorrectionDue_ = false;
+  bool isCorrected_ = false, isCorrectionDue_ = false, isExpiryDue_ = false;
   MqttLoop::Clock::time_point rushBegin_{};
   std::size_t rushCount_ = 0;
   MqttRoster roster_;

@@ -1,10 +1,12 @@
 #include "zavelo/messaging/engines/mqtt/roster_internal.hpp"
 
+#include <algorithm>
+
 namespace zavelo::detail {
 
-bool MqttRoster::add(const std::string& userId, const std::string& session) {
+bool MqttRoster::add(const std::string& userId, const std::string& session, Time expires) {
   const auto [member, isNew] = members_.try_emplace(userId);
-  member->second[session] = reading_;
+  member->second[session] = {reading_, expires};
   return isNew;
 }
 
@@ -18,7 +20,14 @@ bool MqttRoster::remove(const std::string& userId, const std::string& session) {
 
 void MqttRoster::addAll(const MqttRoster& other) {
   for (const auto& [userId, sessions] : other.members_)
-    for (const auto& [session, reading] : sessions) add(userId, session);
+    for (const auto& [session, entry] : sessions) add(userId, session, entry.expires);
+}
+
+MqttRoster::Time MqttRoster::nextExpiry() const {
+  Time next = never;
+  for (const auto& [userId, sessions] : members_)
+    for (const auto& [session, entry] : sessions) next = std::min(next, entry.expires);
+  return next;
 }
 
 std::vector<std::string> MqttRoster::userIds() const {

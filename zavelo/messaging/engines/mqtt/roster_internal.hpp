@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -12,8 +13,11 @@ namespace zavelo::detail {
 /// them of a connection that is gone and whose entry is about to go.
 class MqttRoster {
  public:
-  /// Whether the user came by it.
-  bool add(const std::string& userId, const std::string& session);
+  using Time = std::chrono::steady_clock::time_point;
+  static constexpr Time never = Time::max();
+
+  /// Whether the user came by it. An entry that is not added again before `expires` has ended.
+  bool add(const std::string& userId, const std::string& session, Time expires = never);
   /// Whether the user went by it.
   bool remove(const std::string& userId, const std::string& session);
 
@@ -24,15 +28,17 @@ class MqttRoster {
   /// began, and tells which users went by it.
   template <class Predicate>
   std::vector<std::string> removeUnseenSince(std::uint64_t reading, Predicate isMeant) {
-    std::vector<std::string> removed;
-    for (auto& [userId, sessions] : members_) {
-      if (!isMeant(userId)) continue;
-      std::erase_if(sessions, [&](const auto& each) { return each.second < reading; });
-      if (sessions.empty()) removed.push_back(userId);
-    }
-    for (const auto& userId : removed) members_.erase(userId);
-    return removed;
+    return removeSessions([&](const std::string& userId, const Entry& entry) {
+      return entry.reading < reading && isMeant(userId);
+    });
   }
+  /// Removes the sessions whose entries have expired, and returns the users who went by it.
+  std::vector<std::string> removeExpired(Time now) {
+    return removeSessions(
+        [&](const std::string&, const Entry& entry) { return entry.expires <= now; });
+  }
+  /// When the first entry expires.
+  [[nodiscard]] Time nextExpiry() const;
 
   template <class Predicate>
   void removeIf(Predicate predicate) {
@@ -43,7 +49,23 @@ class MqttRoster {
   [[nodiscard]] std::vector<std::string> userIds() const;
 
  private:
-  using Sessions = std::map<std::string, std::uint64_t>;  // with the reading that saw each last
+  struct Entry {
+    std::uint64_t reading;  // that saw it last
+    Time expires;
+  };
+  using Sessions = std::map<std::string, Entry>;
+
+  template <class Predicate>
+  std::vector<std::string> removeSessions(Predicate predicate) {
+    std::vector<std::string> removed;
+    for (auto& [userId, sessions] : members_) {
+      std::erase_if(sessions,
+                    [&, &id = userId](const auto& each) { return predicate(id, each.second); });
+      if (sessions.empty()) removed.push_back(userId);
+    }
+    for (const auto& userId : removed) members_.erase(userId);
+    return removed;
+  }
 
   std::map<std::string, Sessions> members_;
   std::uint64_t reading_ = 0;

@@ -26,7 +26,7 @@ struct MqttEngineOptions {
 
   std::chrono::milliseconds loginTimeout{10'000};
   /// Of a join with all its attempts.
-  std::chrono::milliseconds joinTimeout{30'000};
+  std::chrono::milliseconds joinTimeout{10'000};
   std::chrono::milliseconds sendTimeout{10'000};
   /// How long one address of a host is tried when it has others.
   std::chrono::milliseconds addressTimeout{3'000};

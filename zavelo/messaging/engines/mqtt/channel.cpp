@@ -40,11 +40,11 @@ void MqttChannel::connect() {
 }
 
 void MqttChannel::connected() {
-  // Who joins from now on is seen: the texts' subscription is acknowledged after this one.
+  // The broker answers in order: when the texts' subscription is acknowledged, the list that tells
+  // whether many join together has usually been read.
   if (options_.presence) presence_.announce(connection_, step(&MqttChannel::proceed));
   connection_->subscribe(mqttChannelFilter(around_->appId, channelId_),
                          {.qualityOfService = 1, .echo = false}, step(&MqttChannel::attached));
-  if (options_.presence) presence_.readFirst(connection_);
 }
 
 MqttConnection::Answer MqttChannel::step(void (MqttChannel::*next)()) {
@@ -65,6 +65,10 @@ void MqttChannel::attached() {
   retry_.reset();
   around_->noteConnected(connection_->address());
   if (std::exchange(interrupted_, false)) report(AgoraRtmChannelState::resumed, {});
+  if (!joined_) presence_.whenFollowing(step(&MqttChannel::complete));
+}
+
+void MqttChannel::complete() {
   if (std::exchange(joined_, true)) return;
   presence_.tellFromNowOn();
   settleJoin(rtmCode::success);

@@ -54,6 +54,7 @@ class MqttChannel final : public MqttListener, public std::enable_shared_from_th
   MqttConnection::Answer step(void (MqttChannel::*next)());
   void proceed() {}
   void attached();
+  void complete();
   void interrupt(const std::string& problem, std::chrono::milliseconds silence);
   void report(AgoraRtmChannelState state, const std::string& problem,
               std::chrono::milliseconds silence = {}) const;

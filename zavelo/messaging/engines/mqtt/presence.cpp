@@ -15,6 +15,9 @@ constexpr std::chrono::milliseconds correctionBegin{2'000}, correctionEnd{8'000}
 constexpr std::size_t mostEmptied = 64;
 constexpr std::chrono::seconds rushTime{1};
 constexpr std::size_t mostInRush = 40;
+/// Entries of the own shard that came in the last seconds before a join: one speaks for 64 users.
+constexpr std::chrono::seconds freshTime{2};
+constexpr std::size_t mostFresh = 1;
 
 std::chrono::milliseconds correctionTime() {
   static thread_local std::minstd_rand random{std::random_device{}()};
@@ -61,16 +64,17 @@ std::size_t MqttPresence::estimate(const MqttRoster& ownShard) const {
 std::string MqttPresence::beginSession() {
   session_ = randomMqttSession();
   sessionLife_ = std::make_shared<int>();
-  followsAll_ = isRushed_ = isCorrected_ = isCorrectionDue_ = isExpiryDue_ = false;
+  followsAll_ = isAskingToFollow_ = isRushed_ = false;
+  isCorrected_ = isCorrectionDue_ = isExpiryDue_ = false;
   return topic();
 }
 
 void MqttPresence::announce(const Connection& connection, MqttConnection::Answer answer) {
   connection_ = connection;
-  announces_ = followsAll_ = true;
+  announces_ = true;
   publishEntry(std::move(answer));
-  connection_->subscribe(allFilter(), {.retained = false}, {});
   renewLater();
+  readOwnShard();
 }
 
 void MqttPresence::publishEntry(MqttConnection::Answer answer) {
@@ -104,29 +108,27 @@ void MqttPresence::depart(const Connection& connection, std::function<void()> de
 void MqttPresence::endSession() {
   connection_ = nullptr;
   sessionLife_ = nullptr;
+  following_ = {};
   for (const auto& reading : std::exchange(readings_, {})) reading.done(nullptr);
 }
 
 // ---- lists ----
 
-void MqttPresence::readFirst(const Connection& connection) {
-  connection_ = connection;
-  readOwnShard();
-}
-
 void MqttPresence::readOwnShard() {
   roster_.beginReading();
+  freshCount_ = 0;
   read({false, [this](const MqttRoster* seen) {
           if (seen) assess(*seen);
         }});
 }
 
-/// Follows everybody in a small channel, and the own shard in a large one.
+/// Follows everybody in a small channel, and the own shard in a large one and while many join.
 void MqttPresence::assess(const MqttRoster& ownShard) {
   const bool isLarge = estimate(ownShard) > around_->options.memberEventsCap;
   if (isLarge) followOwnShardOnly();
+  if (!isCorrected_ && freshCount_ > mostFresh) isRushed_ = true;
   if (isLarge || isRushed_) return finishReading(false);
-  followsAll_ = true;
+  followsAll_ = isAskingToFollow_ = true;
   read({true, [this](const MqttRoster* all) {
           if (all) finishReading(true);
         }});
@@ -170,6 +172,14 @@ void MqttPresence::correctLater() {
   });
 }
 
+void MqttPresence::whenFollowing(MqttConnection::Answer answer) {
+  if (!isAskingToFollow_) {
+    tellsFresh_ = !hasRead_;
+    return answer(0);
+  }
+  following_ = std::move(answer);
+}
+
 void MqttPresence::read(Reading reading) {
   readings_.push_back(std::move(reading));
   if (readings_.size() == 1) startReading();
@@ -178,7 +188,13 @@ void MqttPresence::read(Reading reading) {
 void MqttPresence::startReading() {
   // Nobody else hears the fence, and it comes through the same queue as the list. A list of
   // thousands with acknowledgements would fill the window that a broker keeps for them.
-  connection_->subscribe(readings_.front().isWhole ? allFilter() : shardFilter(), {}, {});
+  connection_->subscribe(
+      readings_.front().isWhole ? allFilter() : shardFilter(), {},
+      [this, life = std::weak_ptr(sessionLife_), isWhole = readings_.front().isWhole](int reason) {
+        if (life.expired() || !isWhole) return;
+        isAskingToFollow_ = false;
+        if (const auto answer = std::exchange(following_, {})) answer(std::min(reason, 0));
+      });
   connection_->subscribe(fenceTopic(), {}, {});
   connection_->publish({.topic = fenceTopic(), .payload = std::to_string(++fence_)}, {});
 }
@@ -242,6 +258,9 @@ void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message
     auto& seen = readings_.front().seen;
     isEmpty ? seen.remove(topic.userId, topic.session) : seen.add(topic.userId, topic.session);
   }
+  const bool isFresh =
+      message.expiry && *message.expiry + freshTime >= around_->options.retainedExpiry;
+  if (isFresh) ++freshCount_;
   if (!announces_ || (!followsAll_ && !isInOwnShard(topic.userId))) return;
   const auto expires = message.expiry
                            ? MqttLoop::Clock::now() + *message.expiry + around_->options.leftGrace
@@ -254,7 +273,8 @@ void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message
   if (followsAll_ && roster_.size() > cap + cap / 4) followOwnShardOnly();
   if (followsAll_ && !message.retain && isRush()) stopFollowingAll();
   // Who was there before the join is listed, and not told.
-  if (!isNews || !tells_ || (message.retain && !hasRead_)) return;
+  const bool mayBeOld = message.retain && !hasRead_ && !(tellsFresh_ && isFresh);
+  if (!isNews || !tells_ || mayBeOld) return;
   tellMember(
       isEmpty ? &AgoraRtmChannelDelegate::memberLeft : &AgoraRtmChannelDelegate::memberJoined,
       topic.userId);

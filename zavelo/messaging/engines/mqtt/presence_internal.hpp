@@ -31,9 +31,11 @@ class MqttPresence {
   /// Before a connection is opened; returns its will's topic. Each connection has a session of its
   /// own, so that the will of a former one does not end it.
   std::string beginSession();
+  /// Writes the own entry, reads who is there already, and begins to follow the others.
   void announce(const Connection& connection, MqttConnection::Answer answer);
-  /// Reads who is there already, and begins to follow the others.
-  void readFirst(const Connection& connection);
+  /// Once the broker reports who comes from now on; at once where it is not asked to yet, as the
+  /// channel is large or many come together.
+  void whenFollowing(MqttConnection::Answer answer);
   /// The channel is joined: who comes from now on is told.
   void tellFromNowOn() { tells_ = true; }
   /// The connection is lost, or about to be closed.
@@ -91,12 +93,15 @@ class MqttPresence {
   std::shared_ptr<int> sessionLife_;  // what is to run later holds it weakly
   bool announces_ = false;            // has an entry of its own, and follows the others'
   bool tells_ = false;                // what is news
+  bool tellsFresh_ = false;           // also in the first list: the join did not wait for it
   bool hasRead_ = false;              // once: what is listed is news
   bool followsAll_ = false;
+  bool isAskingToFollow_ = false;  // everybody, without an answer yet
+  MqttConnection::Answer following_;
   bool isRushed_ = false;  // more come and go than can be followed
   bool isCorrected_ = false, isCorrectionDue_ = false, isExpiryDue_ = false;
   MqttLoop::Clock::time_point rushBegin_{};
-  std::size_t rushCount_ = 0;
+  std::size_t rushCount_ = 0, freshCount_ = 0;
   MqttRoster roster_;
   std::set<std::string> emptied_;  // sessions of this user whose entries were left behind
   std::deque<Reading> readings_;   // the first is under way

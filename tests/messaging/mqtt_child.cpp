@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "tests/messaging/crowd.hpp"
+#include "zavelo/core/sdk.hpp"
 
 namespace zavelo::testing {
 namespace {
@@ -20,6 +21,7 @@ void print(const std::string& line) {
 }
 
 int run(int count, char** words) {
+  ZaveloSDK::shared().initWith(ZVEnvironment::custom({}), /*enableLog=*/false);
   if (count == 6) {
     Crowd crowd(words[1], words[2], std::atoi(words[4]));
     const std::chrono::microseconds pause(std::atoi(words[5]));

@@ -54,7 +54,7 @@ MqttConnection::Answer MqttChannel::step(void (MqttChannel::*next)()) {
     if (MqttConnection::isGood(reason)) return ((*self).*next)();
     if (reason < 0)
       return self->lost({MqttLoss::Kind::broken, self->connection_->address(),
-                         "a step of the join had no answer", true});
+                         "a step of the join had no answer", true, self->connection_->silence()});
     if (!self->joined_) return self->settleJoin(rtmCode::rejected);
     self->giveUp(self->connection_->address() + ": the broker refuses the channel");
   };
@@ -175,11 +175,10 @@ void MqttChannel::suspend(const std::string& problem) {
   suspended_ = true;
   const auto connection = std::exchange(connection_, nullptr);
   presence_.endSession();
-  if (connection) {
-    connection->mute();
-    options_.presence ? presence_.depart(connection) : connection->close();
-  }
-  interrupt(problem, {});
+  interrupt(problem, connection ? connection->silence() : std::chrono::milliseconds(0));
+  if (!connection) return;
+  connection->mute();
+  options_.presence ? presence_.depart(connection) : connection->close();
 }
 
 void MqttChannel::resume(const User& user) {

@@ -16,8 +16,7 @@ constexpr std::chrono::seconds probeTime{3};
 /// More sends than this wait for the broker's window only where nobody looks at the answers.
 constexpr std::size_t mostQueued = 20'000;
 constexpr std::size_t chunkSize = 16 * 1024;
-/// A connection on which much comes gives the others their turn after so many chunks.
-constexpr int mostChunks = 64;
+constexpr int mostChunks = 64;  // then it is another connection's turn
 
 }  // namespace
 
@@ -40,6 +39,8 @@ MqttConnection::MqttConnection(MqttLoop& loop, MqttPlan plan, std::weak_ptr<Mqtt
     : loop_(loop),
       listener_(std::move(listener)),
       plan_(std::move(plan)),
+      reader_(plan_.largestBody),
+      requests_(plan_.requestTimeout),
       deadline_(MqttLoop::Clock::now() + plan_.requestTimeout),
       lastIn_(MqttLoop::Clock::now()),
       lastOut_(lastIn_) {}
@@ -57,19 +58,13 @@ void MqttConnection::resolve() {
     return loop_.post([weak = weak_from_this()] {
       if (const auto self = weak.lock()) self->fail(MqttLoss::Kind::refused, self->plan_.problem);
     });
-  if (const auto address = MqttResolver::numeric(plan_.broker.host, plan_.broker.port))
-    return loop_.post([taking, address = *address] { taking({{address}, {}}); });
-  plan_.resolver->resolve(plan_.broker.host, plan_.broker.port,
-                          [taking, loop = loop_.weak_from_this()](const auto& answer) {
-                            if (const auto waiting = loop.lock())
-                              waiting->post([taking, answer] { taking(answer); });
-                          });
+  plan_.resolver->resolve(plan_.broker.host, plan_.broker.port, loop_, taking);
 }
 
 void MqttConnection::tryNextAddress(const std::string& problem) {
   if (nextAddress_ == addresses_.size()) return fail(MqttLoss::Kind::broken, problem);
   stream_ = MqttStream::open(addresses_[nextAddress_++], plan_.broker.host, plan_.trust);
-  in_.clear(), out_.clear();
+  reader_.clear(), out_.clear();
   phase_ = Phase::connecting;
   // It may have failed already, and have no file that poll() could wait for.
   loop_.post([weak = weak_from_this()] {
@@ -103,64 +98,33 @@ void MqttConnection::greet() {
 
 // ---- requests ----
 
-void MqttConnection::publish(const MqttMessage& message, Answer answer) {
-  const auto unable = [&](int reason) {
-    if (answer) loop_.post([answer = std::move(answer), reason] { answer(reason); });
-  };
-  if (phase_ != Phase::open || queued_.size() >= mostQueued) return unable(unanswered);
-  const auto id = expect(std::move(answer));
-  auto packet = mqttPublishPacket(id, message);
-  constexpr int packetTooLarge = 0x95;
-  if (maximumPacketSize_ != 0 && packet.size() > maximumPacketSize_) {
-    answer = std::move(requests_[id].answer);
-    requests_.erase(id);
-    return unable(packetTooLarge);
-  }
-  queued_.emplace_back(id, std::move(packet));
-  sendQueued();
+void MqttConnection::answerLater(Answer answer, int reason) {
+  if (answer) loop_.post([answer = std::move(answer), reason] { answer(reason); });
 }
 
-void MqttConnection::sendQueued() {
-  while (!queued_.empty() && inFlight_ < receiveMaximum_) {
-    const auto [id, packet] = std::move(queued_.front());
-    queued_.pop_front();
-    if (!requests_.contains(id)) continue;  // has timed out
-    ++inFlight_;
-    out_ += packet;
-  }
+void MqttConnection::publish(const MqttMessage& message, Answer answer) {
+  if (phase_ != Phase::open || requests_.queued() >= mostQueued)
+    return answerLater(std::move(answer), unanswered);
+  const auto id = requests_.add(std::move(answer));
+  auto packet = mqttPublishPacket(id, message);
+  constexpr int packetTooLarge = 0x95;
+  if (maximumPacketSize_ != 0 && packet.size() > maximumPacketSize_)
+    return answerLater(requests_.withdraw(id), packetTooLarge);
+  requests_.queue(id, std::move(packet));
+  requests_.sendQueued(out_);
 }
 
 void MqttConnection::subscribe(const std::string& filter, const Subscription& subscription,
                                Answer answer) {
-  if (phase_ != Phase::open) {
-    if (answer) loop_.post([answer = std::move(answer)] { answer(unanswered); });
-    return;
-  }
-  constexpr int noLocal = 0x04, noRetained = 0x20;
-  const int options = subscription.qualityOfService | (subscription.echo ? 0 : noLocal) |
-                      (subscription.retained ? 0 : noRetained);
-  out_ +=
-      mqttSubscribePacket(expect(std::move(answer)), filter, static_cast<std::uint8_t>(options));
+  if (phase_ != Phase::open) return answerLater(std::move(answer), unanswered);
+  constexpr int noLocal = 0x04;
+  const int options = subscription.qualityOfService | (subscription.echo ? 0 : noLocal);
+  out_ += mqttSubscribePacket(requests_.add(std::move(answer)), filter,
+                              static_cast<std::uint8_t>(options));
 }
 
 void MqttConnection::unsubscribe(const std::string& filter) {
-  if (phase_ == Phase::open) out_ += mqttUnsubscribePacket(expect({}), filter);
-}
-
-std::uint16_t MqttConnection::expect(Answer answer) {
-  do ++lastId_;
-  while (lastId_ == 0 || requests_.contains(lastId_));
-  requests_[lastId_] = {std::move(answer), ++lastSerial_};
-  deadlines_.push_back({MqttLoop::Clock::now() + plan_.requestTimeout, lastId_, lastSerial_});
-  return lastId_;
-}
-
-void MqttConnection::settle(std::uint16_t id, int reason) {
-  const auto found = requests_.find(id);
-  if (found == requests_.end()) return;
-  const auto answer = std::move(found->second.answer);
-  requests_.erase(found);
-  if (answer) answer(reason);
+  if (phase_ == Phase::open) out_ += mqttUnsubscribePacket(requests_.add({}), filter);
 }
 
 void MqttConnection::probe() {
@@ -188,12 +152,7 @@ MqttConnection::Time MqttConnection::pingTime() const {
 MqttConnection::Time MqttConnection::nextTick() {
   if (phase_ != Phase::open) return deadline_;
   if (stream_->hasBuffered()) return MqttLoop::Clock::now();
-  const auto isSettled = [this](const Deadline& each) {
-    const auto found = requests_.find(each.id);
-    return found == requests_.end() || found->second.serial != each.serial;
-  };
-  while (!deadlines_.empty() && isSettled(deadlines_.front())) deadlines_.pop_front();
-  return deadlines_.empty() ? pingTime() : std::min(pingTime(), deadlines_.front().time);
+  return std::min(pingTime(), requests_.nextDeadline());
 }
 
 void MqttConnection::serve(short events) {
@@ -233,30 +192,15 @@ void MqttConnection::flush() {
 }
 
 void MqttConnection::take(std::string_view bytes) {
-  const auto skipped = std::min(skipped_, bytes.size());
-  skipped_ -= skipped;
-  in_ += bytes.substr(skipped);
-  takePackets();
-  if (in_.empty() && in_.capacity() > 2 * chunkSize) in_ = {};
-}
-
-void MqttConnection::takePackets() {
-  std::size_t taken = 0;
+  reader_.add(bytes);
   while (phase_ != Phase::closed) {
-    const auto bytes = std::string_view(in_).substr(taken);
-    std::optional<MqttFrame> frame;
-    const auto framing = mqttFrame(bytes, frame);
+    auto framing = MqttFraming::incomplete;
+    const auto packet = reader_.next(framing);
     if (framing == MqttFraming::invalid)
       return fail(MqttLoss::Kind::broken, "what answers is no broker");
-    if (!frame) break;
-    const bool isCut = frame->bodySize > plan_.largestBody;
-    const auto present = std::min(frame->bodySize, bytes.size() - frame->headerSize);
-    if (present < std::min(frame->bodySize, plan_.largestBody)) break;
-    handle(*frame, bytes.substr(frame->headerSize, present), isCut);
-    skipped_ = frame->bodySize - present;
-    taken += frame->headerSize + present;
+    if (!packet) return;
+    handle(packet->frame, packet->body, packet->isCut);
   }
-  in_.erase(0, taken);
 }
 
 void MqttConnection::handle(const MqttFrame& frame, std::string_view body, bool isCut) {
@@ -271,20 +215,21 @@ void MqttConnection::handle(const MqttFrame& frame, std::string_view body, bool 
     case MqttPacketType::publish:
       return handlePublish(*packet, isCut);
     case MqttPacketType::publishAnswer:
-      if (inFlight_ > 0) --inFlight_;
-      settle(packet->id, packet->reason);
-      return sendQueued();
+      requests_.settlePublish(packet->id, packet->reason);
+      return requests_.sendQueued(out_);
     case MqttPacketType::disconnect:
       return fail(mqttLossKind(packet->reason), mqttReasonWords(*packet));
+    case MqttPacketType::pingAnswer:
+      return pinged_ ? requests_.prove(*pinged_) : void();
     default:
-      return settle(packet->id, packet->reason);
+      return requests_.settle(packet->id, packet->reason);
   }
 }
 
 void MqttConnection::handleGreeting(const MqttPacket& packet) {
   if (packet.reason != 0) return fail(mqttLossKind(packet.reason), mqttReasonWords(packet));
   phase_ = Phase::open;
-  receiveMaximum_ = std::max<std::size_t>(1, packet.receiveMaximum);
+  requests_.setWindow(std::max<std::size_t>(1, packet.receiveMaximum));
   maximumPacketSize_ = packet.maximumPacketSize;
   if (packet.serverKeepAlive && packet.serverKeepAlive->count() > 0)
     plan_.pingInterval =
@@ -304,14 +249,8 @@ void MqttConnection::tick() {
     if (now >= deadline_) broke("no answer");
     return;
   }
-  while (!deadlines_.empty() && deadlines_.front().time <= now) {
-    const auto late = deadlines_.front();
-    deadlines_.pop_front();
-    const auto found = requests_.find(late.id);
-    if (found != requests_.end() && found->second.serial == late.serial)
-      settle(late.id, unanswered);
-    if (phase_ != Phase::open) return;
-  }
+  requests_.expire(now);
+  if (phase_ != Phase::open) return;
   keepAlive(now);
 }
 
@@ -334,11 +273,14 @@ void MqttConnection::broke(const std::string& problem) {
   fail(MqttLoss::Kind::broken, problem);
 }
 
+std::chrono::milliseconds MqttConnection::silence() const {
+  return std::chrono::ceil<std::chrono::milliseconds>(MqttLoop::Clock::now() -
+                                                      requests_.provenAt());
+}
+
 void MqttConnection::fail(MqttLoss::Kind kind, const std::string& problem) {
   if (phase_ == Phase::closed) return;
-  const MqttLoss loss{
-      kind, plan_.broker.text(), problem, phase_ == Phase::open,
-      std::chrono::duration_cast<std::chrono::milliseconds>(MqttLoop::Clock::now() - lastIn_)};
+  const MqttLoss loss{kind, address(), problem, phase_ == Phase::open, silence()};
   const auto listener = std::exchange(listener_, {}).lock();
   end();
   if (listener) listener->lost(loss);
@@ -355,8 +297,7 @@ void MqttConnection::close() {
 void MqttConnection::end() {
   phase_ = Phase::closed;
   stream_ = nullptr;
-  for (auto& [id, request] : std::exchange(requests_, {}))
-    if (request.answer) loop_.post([answer = std::move(request.answer)] { answer(unanswered); });
+  requests_.abandon(loop_);
 }
 
 }  // namespace zavelo::detail

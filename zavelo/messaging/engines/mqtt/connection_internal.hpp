@@ -2,9 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +11,8 @@
 
 #include "zavelo/messaging/engines/mqtt/loop_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/packet_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/packet_reader_internal.hpp"
+#include "zavelo/messaging/engines/mqtt/requests_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/resolver_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/stream_internal.hpp"
 
@@ -49,7 +49,7 @@ struct MqttLoss {
   std::string address{};      ///< "mqtt://127.0.0.1:1883"
   std::string problem{};      ///< "connection refused"
   bool wasConnected = false;  ///< or was never let in
-  /// How long before now the broker was last heard of.
+  /// For how long it is not known that all that the broker had for this client has arrived.
   std::chrono::milliseconds silence{};
 };
 
@@ -69,9 +69,9 @@ class MqttListener {
 /// before the request returns: with the broker's reason code, or with `unanswered`.
 class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
  public:
-  using Answer = std::function<void(int reason)>;
+  using Answer = MqttRequests::Answer;
   using Time = MqttLoop::Clock::time_point;
-  static constexpr int unanswered = -1;
+  static constexpr int unanswered = MqttRequests::unanswered;
   static constexpr int nobodyThere = 0x10;
   static bool isGood(int reason) { return reason >= 0 && reason < 0x80; }
 
@@ -83,8 +83,7 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
   void publish(const MqttMessage& message, Answer answer);
   struct Subscription {
     int qualityOfService = 0;
-    bool echo = true;      ///< what this connection publishes comes back
-    bool retained = true;  ///< what is retained comes first
+    bool echo = true;  ///< what this connection publishes comes back
   };
   void subscribe(const std::string& filter, const Subscription& subscription, Answer answer);
   void unsubscribe(const std::string& filter);
@@ -99,6 +98,8 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
   void close();
 
   [[nodiscard]] std::string address() const { return plan_.broker.text(); }
+  /// As `MqttLoss::silence`.
+  [[nodiscard]] std::chrono::milliseconds silence() const;
 
   // For the loop.
   [[nodiscard]] bool isClosed() const noexcept { return phase_ == Phase::closed; }
@@ -110,15 +111,6 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
 
  private:
   enum class Phase { resolving, connecting, greeting, open, closed };
-  struct Request {
-    Answer answer;
-    std::uint64_t serial;
-  };
-  struct Deadline {
-    Time time;
-    std::uint16_t id;
-    std::uint64_t serial;
-  };
 
   MqttConnection(MqttLoop& loop, MqttPlan plan, std::weak_ptr<MqttListener> listener);
   void resolve();
@@ -127,16 +119,13 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
   void greet();
   void read();
   void take(std::string_view bytes);
-  void takePackets();
   void handle(const MqttFrame& frame, std::string_view body, bool isCut);
   void handlePublish(const MqttPacket& packet, bool isCut);
   void handleGreeting(const MqttPacket& packet);
   void flush();
   void tick();
   void keepAlive(Time now);
-  std::uint16_t expect(Answer answer);
-  void settle(std::uint16_t id, int reason);
-  void sendQueued();
+  void answerLater(Answer answer, int reason);
   [[nodiscard]] Time pingTime() const;
   void broke(const std::string& problem);
   void fail(MqttLoss::Kind kind, const std::string& problem);
@@ -145,23 +134,18 @@ class MqttConnection : public std::enable_shared_from_this<MqttConnection> {
   MqttLoop& loop_;
   std::weak_ptr<MqttListener> listener_;
   MqttPlan plan_;
+  MqttPacketReader reader_;
+  MqttRequests requests_;
   Phase phase_ = Phase::resolving;
   Time deadline_;  // of the phase, until it is open
   std::vector<MqttAddress> addresses_;
   std::size_t nextAddress_ = 0;
   std::unique_ptr<MqttStream> stream_;
 
-  std::string in_, out_;
-  std::size_t skipped_ = 0;  // of the incoming packet that is too large
+  std::string out_;
   Time lastIn_, lastOut_;
   std::optional<Time> pinged_, pongDeadline_;
-
-  std::map<std::uint16_t, Request> requests_;
-  std::deque<Deadline> deadlines_;  // the earliest first
-  std::uint64_t lastSerial_ = 0;
-  std::uint16_t lastId_ = 0;
-  std::size_t inFlight_ = 0, receiveMaximum_ = 1, maximumPacketSize_ = 0;
-  std::deque<std::pair<std::uint16_t, std::string>> queued_;  // what the broker's window holds back
+  std::size_t maximumPacketSize_ = 0;
 };
 
 }  // namespace zavelo::detail

@@ -31,14 +31,19 @@ MqttResolver::Answer lookUp(const std::string& host, std::uint16_t port, int fla
 
 }  // namespace
 
-std::optional<MqttAddress> MqttResolver::numeric(const std::string& host, std::uint16_t port) {
-  const auto answer = lookUp(host, port, AI_NUMERICHOST);
-  if (answer.addresses.empty()) return std::nullopt;
-  return answer.addresses.front();
+void MqttResolver::resolve(const std::string& host, std::uint16_t port, MqttLoop& loop,
+                           const Taker& taker) {
+  // What is an address itself needs no name server.
+  if (auto numeric = lookUp(host, port, AI_NUMERICHOST); !numeric.addresses.empty()) {
+    numeric.addresses.resize(1);
+    return loop.post([taker, numeric = std::move(numeric)] { taker(numeric); });
+  }
+  lookUpLater({host, port}, [taker, loop = loop.weak_from_this()](const Answer& answer) {
+    if (const auto waiting = loop.lock()) waiting->post([taker, answer] { taker(answer); });
+  });
 }
 
-void MqttResolver::resolve(const std::string& host, std::uint16_t port, Taker taker) {
-  const Name name{host, port};
+void MqttResolver::lookUpLater(const Name& name, Taker taker) {
   {
     const std::lock_guard lock(mutex_);
     auto& waiting = waiting_[name];

@@ -5,11 +5,11 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "zavelo/messaging/engines/mqtt/loop_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/stream_internal.hpp"
 
 namespace zavelo::detail {
@@ -24,14 +24,14 @@ class MqttResolver : public std::enable_shared_from_this<MqttResolver> {
   };
   using Taker = std::function<void(const Answer&)>;
 
-  /// The address when the host is one itself, and not a name.
-  static std::optional<MqttAddress> numeric(const std::string& host, std::uint16_t port);
-  /// Calls back on another thread. One look-up serves all who ask for the same meanwhile.
-  void resolve(const std::string& host, std::uint16_t port, Taker taker);
+  /// Calls back on the loop's thread, if that still runs. One look-up serves all who ask for the
+  /// same at the same time.
+  void resolve(const std::string& host, std::uint16_t port, MqttLoop& loop, const Taker& taker);
 
  private:
   using Name = std::pair<std::string, std::uint16_t>;
 
+  void lookUpLater(const Name& name, Taker taker);
   void answer(const Name& name, const Answer& answer);
 
   std::mutex mutex_;

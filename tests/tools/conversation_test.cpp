@@ -233,12 +233,15 @@ TEST_F(ConversationTest, AFeedShowsLinesByBatchAndStatisticsAsAStatus) {
     for (const auto& [each, type] :
          {event(ZVMessageType::message, "hi"), event(ZVMessageType::like, "")})
       feed.add(each, type, false);
+    feed.add(std::make_shared<MemberChange>("* " + std::to_string(i) + " came"),
+             rawValue(ZVMessageType::viewerJoined), false);
   }
   feed.add(statistic, rawValue(ZVMessageType::statistic), false);
   feed.add(event(ZVMessageType::message, "mine").first, 1, true);
   queue_->advance(1s);
-  EXPECT_EQ(shown.size(), 102U);
-  EXPECT_THAT(shown, IsSupersetOf({"bob: hi", "[like] bob (and 149 more)", "bob: mine"}));
+  EXPECT_EQ(shown.size(), 103U);
+  EXPECT_THAT(shown, IsSupersetOf({"bob: hi", "[like] bob (and 149 more)",
+                                   "* 149 came (and 149 more)", "bob: mine"}));
   EXPECT_EQ(feed.status(), "12 viewers, 50 lines left out");
 }
 

@@ -37,7 +37,8 @@ void ChatFeed::take(const ZVChatBatch& batch) {
       statistics_ = statisticText(*statistic);
       continue;
     }
-    lines.push_back(eventLine({}, item.type, *item.event).text);
+    const auto* member = dynamic_cast<const MemberChange*>(item.event.get());
+    lines.push_back(member ? member->text() : eventLine({}, item.type, *item.event).text);
     if (item.count > 1) lines.back() += " (and " + numberText(item.count - 1) + " more)";
   }
   if (!lines.empty()) show_(std::move(lines));

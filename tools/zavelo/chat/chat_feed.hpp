@@ -4,11 +4,22 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zavelo/messaging/chat_batcher.hpp"
 
 namespace zavelo::command {
+
+/// A member who came or went, told like a viewer's event so that a crowd of them is one line.
+class MemberChange final : public ZVStreamMessage {
+ public:
+  explicit MemberChange(std::string text) : text_(std::move(text)) {}
+  [[nodiscard]] const std::string& text() const { return text_; }
+
+ private:
+  const std::string text_;
+};
 
 /// The events of a chat as a person reads them: lines by batch, so that a crowd does not hold up
 /// what is typed, and how the stream is doing in a few words. Lives on its queue.

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "tools/zavelo/chat/chat_feed.hpp"
 #include "tools/zavelo/chat/message_inspection.hpp"
 #include "zavelo/json/json.hpp"
 #include "zavelo/messaging/message.hpp"
@@ -133,9 +134,17 @@ void Conversation::compareMembers(const std::vector<std::string>& ids) {
   if (!before) return show(membersLine(channel, {now.begin(), now.end()}, names_));
   std::vector<std::string> changed;
   std::ranges::set_difference(*before, now, std::back_inserter(changed));
-  for (const auto& id : std::exchange(changed, {})) show(memberLine(channel, id, false, names_));
+  for (const auto& id : std::exchange(changed, {})) tellMember(id, false);
   std::ranges::set_difference(now, *before, std::back_inserter(changed));
-  for (const auto& id : changed) show(memberLine(channel, id, true, names_));
+  for (const auto& id : changed) tellMember(id, true);
+}
+
+void Conversation::tellMember(const std::string& id, bool came) {
+  const auto line = memberLine(with_.visit->channel(), id, came, names_);
+  if (!told_.event) return show(line);
+  const auto type = came ? ZVMessageType::viewerJoined : ZVMessageType::viewerLeft;
+  if (!hasLeft_)
+    told_.event(std::make_shared<const MemberChange>(line.text), rawValue(type), false);
 }
 
 // ---- what is said ----

@@ -64,6 +64,7 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   [[nodiscard]] std::string ownId() const;
   void lookForMembers();
   void compareMembers(const std::vector<std::string>& ids);
+  void tellMember(const std::string& id, bool came);
   void sendNext();
   void tell(std::shared_ptr<const ZVStreamMessage> event, std::int64_t type,
             const std::string& senderId, bool isOwn);

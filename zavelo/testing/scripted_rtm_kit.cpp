@@ -9,13 +9,19 @@ class ScriptedRtmKit::Channel final : public AgoraRtmChannel {
   Channel(std::weak_ptr<ScriptedRtmKit> kit, std::string id)
       : kit_(std::move(kit)), id_(std::move(id)) {}
 
-  void join(AgoraRtmCompletion completion) override { ask("join " + id_, {completion, {}}); }
-  void leave(AgoraRtmCompletion completion) override { ask("leave " + id_, {completion, {}}); }
+  void join(AgoraRtmCompletion completion) override { ask("join " + id_, {completion}); }
+  void joinWithOptions(const AgoraRtmJoinOptions& options, AgoraRtmCompletion completion) override {
+    ask("join " + id_ + (options.presence ? "" : " unseen"), {completion});
+  }
+  void leave(AgoraRtmCompletion completion) override { ask("leave " + id_, {completion}); }
   void send(const std::string& text, AgoraRtmCompletion completion) override {
-    ask("write " + id_ + " " + text, {completion, {}});
+    ask("write " + id_ + " " + text, {completion});
   }
   void getMembers(AgoraRtmMembersCompletion completion) override {
-    ask("members " + id_, {{}, completion});
+    ask("members " + id_, {.members = completion});
+  }
+  void countMembers(AgoraRtmCountCompletion completion) override {
+    ask("count " + id_, {.count = completion});
   }
 
  private:
@@ -40,7 +46,8 @@ AgoraRtmKitFactory ScriptedRtmKit::factory() {
 void ScriptedRtmKit::ask(std::string what, Question question) {
   const std::lock_guard lock(mutex_);
   asked_.push_back(std::move(what));
-  if (question.completion || question.members) waiting_.push_back(std::move(question));
+  if (question.completion || question.members || question.count)
+    waiting_.push_back(std::move(question));
 }
 
 std::optional<ScriptedRtmKit::Question> ScriptedRtmKit::oldest() {
@@ -61,6 +68,45 @@ bool ScriptedRtmKit::answerMembers(const std::optional<std::vector<std::string>>
   const auto question = oldest();
   if (question && question->members) question->members(members);
   return question.has_value();
+}
+
+bool ScriptedRtmKit::answerCount(const std::optional<AgoraRtmMemberCount>& count) {
+  const auto question = oldest();
+  if (question && question->count) question->count(count);
+  return question.has_value();
+}
+
+void ScriptedRtmKit::changeState(AgoraRtmConnectionState state,
+                                 AgoraRtmConnectionChangeReason reason) {
+  report(&AgoraRtmDelegate::connectionStateChanged, state, reason);
+}
+
+void ScriptedRtmKit::reportProblem(const std::string& address, const std::string& problem) {
+  report(&AgoraRtmDelegate::connectionProblemChanged, address, problem);
+}
+
+void ScriptedRtmKit::interrupt(const std::string& channelId, const std::string& problem,
+                               std::chrono::milliseconds silence) {
+  report(&AgoraRtmDelegate::channelStateChanged, channelId, AgoraRtmChannelState::interrupted,
+         problem, silence);
+}
+
+void ScriptedRtmKit::restore(const std::string& channelId) {
+  report(&AgoraRtmDelegate::channelStateChanged, channelId, AgoraRtmChannelState::resumed,
+         std::string(), std::chrono::milliseconds(0));
+}
+
+void ScriptedRtmKit::giveUp(const std::string& channelId, const std::string& problem) {
+  report(&AgoraRtmDelegate::channelStateChanged, channelId, AgoraRtmChannelState::givenUp, problem,
+         std::chrono::milliseconds(0));
+}
+
+void ScriptedRtmKit::dropText(const std::string& channelId) {
+  report(&AgoraRtmDelegate::textDropped, channelId);
+}
+
+void ScriptedRtmKit::expireToken() {
+  report(&AgoraRtmDelegate::tokenDidExpire);
 }
 
 std::vector<std::string> ScriptedRtmKit::asked() const {
@@ -95,16 +141,16 @@ void ScriptedRtmKit::setHasDictionary(bool has) {
 
 void ScriptedRtmKit::login(const std::optional<std::string>& token, const std::string& userId,
                            AgoraRtmCompletion completion) {
-  ask("login " + userId + (token ? " " + *token : ""), {std::move(completion), {}});
+  ask("login " + userId + (token ? " " + *token : ""), {std::move(completion)});
 }
 
 void ScriptedRtmKit::logout(AgoraRtmCompletion completion) {
-  ask("logout", {std::move(completion), {}});
+  ask("logout", {std::move(completion)});
 }
 
 void ScriptedRtmKit::send(const std::string& text, const std::string& peerId,
                           AgoraRtmCompletion completion) {
-  ask("send " + peerId + " " + text, {std::move(completion), {}});
+  ask("send " + peerId + " " + text, {std::move(completion)});
 }
 
 std::shared_ptr<AgoraRtmChannel> ScriptedRtmKit::createChannel(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -12,7 +13,7 @@
 namespace zavelo::testing {
 
 /// A messaging kit that does nothing but keep what it was asked for, until the test answers. What
-/// comes in, the test tells the delegates itself.
+/// comes in, the test tells the delegates itself; for what the engine reports there are words.
 ///
 ///     kit->answer(0);                                     // the oldest question
 ///     EXPECT_THAT(kit->asked(), ElementsAre("login 7", "join c"));
@@ -22,13 +23,28 @@ class ZAVELO_EXPORT ScriptedRtmKit final : public AgoraRtmKit,
   /// Always makes this kit.
   [[nodiscard]] AgoraRtmKitFactory factory();
 
-  /// "login 7", "logout", "send bob hi", and of channels "create c", "join c", "leave c",
-  /// "write c hi", "members c", "destroy c".
+  /// "login 7", "logout", "send bob hi", and of channels "create c", "join c", "join c unseen"
+  /// (with no presence), "leave c", "write c hi", "members c", "count c", "destroy c". Of the
+  /// device "suspend", "resume", "network changed", "background", "foreground".
   [[nodiscard]] std::vector<std::string> asked() const;
   /// Completes the oldest question that waits. False when none does.
   bool answer(std::int64_t code);
   /// The same for a question for members.
   bool answerMembers(const std::optional<std::vector<std::string>>& members);
+  /// The same for a question for their number.
+  bool answerCount(const std::optional<AgoraRtmMemberCount>& count);
+
+  // What an engine reports to its delegate.
+
+  void changeState(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason);
+  void reportProblem(const std::string& address, const std::string& problem);
+  /// A joined channel's connection was lost, and worked until `silence` before now.
+  void interrupt(const std::string& channelId, const std::string& problem,
+                 std::chrono::milliseconds silence = {});
+  void restore(const std::string& channelId);
+  void giveUp(const std::string& channelId, const std::string& problem);
+  void dropText(const std::string& channelId);
+  void expireToken();
 
   [[nodiscard]] std::string appId() const;
   [[nodiscard]] std::shared_ptr<AgoraRtmDelegate> delegate() const;
@@ -46,16 +62,27 @@ class ZAVELO_EXPORT ScriptedRtmKit final : public AgoraRtmKit,
       const std::string& channelId, std::weak_ptr<AgoraRtmChannelDelegate> delegate) override;
   bool destroyChannel(const std::string& channelId) override;
   [[nodiscard]] std::optional<Channels> channels() const override;
+  void suspend() override { ask("suspend", {}); }
+  void resume() override { ask("resume", {}); }
+  void networkChanged() override { ask("network changed", {}); }
+  void setInBackground(bool isInBackground) override {
+    ask(isInBackground ? "background" : "foreground", {});
+  }
 
  private:
   class Channel;
   struct Question {
-    AgoraRtmCompletion completion;
-    AgoraRtmMembersCompletion members;
+    AgoraRtmCompletion completion{};
+    AgoraRtmMembersCompletion members{};
+    AgoraRtmCountCompletion count{};
   };
 
   void ask(std::string what, Question question);
   std::optional<Question> oldest();
+  template <class... Parameters, class... Arguments>
+  void report(void (AgoraRtmDelegate::*what)(Parameters...), const Arguments&... arguments) const {
+    if (const auto receiver = delegate()) ((*receiver).*what)(arguments...);
+  }
 
   mutable std::mutex mutex_;
   std::vector<std::string> asked_;

@@ -50,9 +50,6 @@ class RtmClient : public ::testing::Test {
     service->joinChannel(channel);
     kit->answer(0);
   }
-  void changeState(AgoraRtmConnectionState state, AgoraRtmConnectionChangeReason reason) {
-    kit->delegate()->connectionStateChanged(state, reason);
-  }
 
   const std::shared_ptr<testing::RecordedLog> log = testing::RecordedLog::install();
   const std::shared_ptr<testing::ScriptedRtmKit> kit = std::make_shared<testing::ScriptedRtmKit>();
@@ -112,9 +109,9 @@ TEST_F(RtmClient, RepeatsAFailedLoginEveryFiveSeconds) {
 
 TEST_F(RtmClient, SuccessOfAFailedLoginIsCalledByTheAutomaticOneThatSucceeds) {
   service->connect(onSuccess());
-  changeState(1, 3);  // logs in again, before the first one is answered
+  kit->changeState(1, 3);  // logs in again, before the first one is answered
   kit->answer(2);
-  changeState(1, 3);  // and again: the retry that waits is cancelled
+  kit->changeState(1, 3);  // and again: the retry that waits is cancelled
   kit->answer(2);
   kit->answer(0);
   EXPECT_THAT(called, ElementsAre("success"));
@@ -138,23 +135,30 @@ TEST_F(RtmClient, ResultIsAnsweredOnceInEveryCase) {
     called.push_back(result ? result->front() : result.error().description());
   };
   service->writeChannel("c", "hi", note);
-  service->listMembersOfChannel("c", listed);
+  service->getMembersOfChannel("c", listed);
   join("c");
   EXPECT_THAT(called, IsEmpty()) << "on the main queue";
   service->writeChannel("c", "hi", note);
   kit->answer(0);
-  service->listMembersOfChannel("c", listed);
+  service->getMembersOfChannel("c", listed);
   kit->answerMembers(std::vector<std::string>{"7"});
   service->writeChannel("c", "ho", note).cancel();
   kit->answer(0);
-  service->listMembersOfChannel("c", listed);
+  service->getMembersOfChannel("c", listed);
   kit->answerMembers(std::nullopt);
+  service->countMembersOfChannel("c", [this](const auto& result) {
+    called.push_back(std::to_string(result->estimate) + " members");
+  });
+  kit->answerCount(AgoraRtmMemberCount{3});
+  service->getMembersOfChannel("c", [](const auto& ids) { EXPECT_EQ(ids.size(), 2U); });
+  kit->answerMembers(std::vector<std::string>{"7", "8"});
   queue->runDue();
   const auto nil = ZVError::rtm("Channel Instance Nil").description();
   EXPECT_THAT(
       called,
       ElementsAre(nil, nil, "written", "7", ZVError::rtm("cancelled").description(),
-                  ZVError::rtm("Get Channel Members Failed", {}, "Channel: c").description()));
+                  ZVError::rtm("Get Channel Members Failed", {}, "Channel: c").description(),
+                  "3 members"));
 }
 
 TEST_F(RtmClient, StatusTellsOfTheConnectionAndOfEachChannel) {
@@ -165,16 +169,16 @@ TEST_F(RtmClient, StatusTellsOfTheConnectionAndOfEachChannel) {
       }));
   service->connect();
   kit->answer(0);
-  kit->delegate()->connectionProblemChanged("mqtt://h:1", "connection refused");
-  changeState(4, 5);
+  kit->reportProblem("mqtt://h:1", "connection refused");
+  kit->changeState(4, 5);
   join("c");
   service->joinChannel("d");
   EXPECT_EQ(service->status().channels.at("d").state, AgoraRtmChannelState::joining);
   kit->answer(5);
-  kit->delegate()->channelStateChanged("c", AgoraRtmChannelState::interrupted, "gone", seconds(2));
-  kit->delegate()->textDropped("c");
+  kit->interrupt("c", "gone", seconds(2));
+  kit->dropText("c");
   clock->advance(seconds(3));
-  kit->delegate()->channelStateChanged("c", AgoraRtmChannelState::resumed, "", {});
+  kit->restore("c");
   const auto status = service->status();
   EXPECT_EQ(posted.size(), 9U);
   EXPECT_EQ(status.problem, "connection refused");
@@ -184,7 +188,7 @@ TEST_F(RtmClient, StatusTellsOfTheConnectionAndOfEachChannel) {
   EXPECT_EQ(posted[7].channels.at("c").problem, "gone");
   const auto gap = status.channels.at("c").gap;
   EXPECT_TRUE(gap && gap->to - gap->from == seconds(5));
-  changeState(1, 6);
+  kit->changeState(1, 6);
   EXPECT_THAT(service->status().channels, IsEmpty());
 }
 
@@ -228,13 +232,13 @@ TEST_F(RtmClient, LogsInAgainAfterABreakAndNotAfterALogout) {
   kit->answer(0);
   for (const auto reason : {rtmReason::loginFailure, rtmReason::loginTimeout,
                             rtmReason::interrupted, rtmReason::logout})
-    changeState(rtmState::disconnected, reason);
-  changeState(rtmState::aborted, rtmReason::bannedByServer);
+    kit->changeState(rtmState::disconnected, reason);
+  kit->changeState(rtmState::aborted, rtmReason::bannedByServer);
   EXPECT_EQ(kit->asked().size(), 4u);
   EXPECT_THAT(heard, IsEmpty());
-  changeState(rtmState::aborted, rtmReason::remoteLogin);
+  kit->changeState(rtmState::aborted, rtmReason::remoteLogin);
   EXPECT_THAT(heard, ElementsAre("ZaveloUserDidRemoteLogin"));
-  changeState(42, 42);
+  kit->changeState(42, 42);
   EXPECT_THAT(log->text(), HasSubstr("State: Disconnected | Reason: Interrupted"));
   EXPECT_THAT(log->text(), HasSubstr("State: Aborted | Reason: Banned By Server"));
   EXPECT_THAT(log->text(), HasSubstr("State: Unknown | Reason: Unknown"));
@@ -244,7 +248,7 @@ TEST_F(RtmClient, IsConnectedInOneStateOnly) {
   EXPECT_FALSE(service->isConnected());
   service->connect();
   for (const AgoraRtmConnectionState state : {1, 2, 3, 4, 5}) {
-    changeState(state, 0);
+    kit->changeState(state, 0);
     EXPECT_EQ(service->isConnected(), state == 3);
   }
 }

@@ -69,7 +69,8 @@ TEST(RtmThreads, LoginsChannelsTextsAndCancellationsShareNothingUnguarded) {
         client->setInBackground(round % 2 == 0);
         (void)client->connectStatus();
         ++asked;
-        client->listMembersOfChannel("c", count);
+        client->getMembersOfChannel(
+            "c", [&](const Result<std::vector<std::string>, ZVError>&) { ++answered; });
       }};
   std::vector<std::thread> threads;
   for (const auto& each : work)

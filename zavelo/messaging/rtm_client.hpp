@@ -7,6 +7,8 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -17,6 +19,7 @@
 #include "zavelo/messaging/after_worker.hpp"
 #include "zavelo/messaging/agora_rtm_kit.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
+#include "zavelo/messaging/result_completion.hpp"
 #include "zavelo/messaging/retry_options.hpp"
 #include "zavelo/messaging/rtm_status.hpp"
 #include "zavelo/platform/clock.hpp"
@@ -91,10 +94,17 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
 
   // The same with an answer in every case.
 
-  ZVCall writeChannel(const std::string& channelId, const std::string& message,
-                      Completion<std::monostate> completion);
-  ZVCall listMembersOfChannel(const std::string& channelId,
-                              Completion<std::vector<std::string>> completion);
+  template <class F>
+  requires(!std::is_invocable_v<F&> &&
+           std::is_constructible_v<Completion<std::monostate>, F>) ZVCall
+      writeChannel(const std::string& channelId, const std::string& message, F completion) {
+    return write(channelId, message, std::move(completion));
+  }
+  /// The parameter's type is to be written: a function of `auto` is taken for a `Members`.
+  template <Takes<Result<std::vector<std::string>, ZVError>> F>
+  ZVCall getMembersOfChannel(const std::string& channelId, F completion) {
+    return listMembers(channelId, std::move(completion));
+  }
   ZVCall countMembersOfChannel(const std::string& channelId,
                                Completion<AgoraRtmMemberCount> completion);
 
@@ -132,8 +142,10 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   /// Replaces the success that waits for a login; returns the one that did.
   Success exchangeWaiting(Success success, std::optional<std::uint64_t> number = {});
   /// Changes the status as `change` says, and tells the delegate when it says that it did.
-  template <class Change>
-  void changeStatus(Change change);
+  void changeStatus(const std::function<bool(ZVRTMStatus&)>& change);
+  ZVCall write(const std::string& channelId, const std::string& message,
+               Completion<std::monostate> completion);
+  ZVCall listMembers(const std::string& channelId, Completion<std::vector<std::string>> completion);
   void noteJoin(const std::string& channelId, bool isJoined);
   Result<std::shared_ptr<AgoraRtmChannel>, ZVError> channel(const std::string& channelId);
 

@@ -55,16 +55,6 @@ void ZVRTMService::joinChannel(const std::string& channelId, const AgoraRtmJoinO
   rtmClient_->joinChannel(channelId, rtmClient_, std::move(success), std::move(fail), options);
 }
 
-ZVCall ZVRTMService::writeChannel(const std::string& channelId, const std::string& message,
-                                  ZVRTMClient::Completion<std::monostate> completion) {
-  return rtmClient_->writeChannel(channelId, message, std::move(completion));
-}
-
-ZVCall ZVRTMService::listMembersOfChannel(
-    const std::string& channel, ZVRTMClient::Completion<std::vector<std::string>> completion) {
-  return rtmClient_->listMembersOfChannel(channel, std::move(completion));
-}
-
 ZVCall ZVRTMService::countMembersOfChannel(
     const std::string& channel, ZVRTMClient::Completion<AgoraRtmMemberCount> completion) {
   return rtmClient_->countMembersOfChannel(channel, std::move(completion));

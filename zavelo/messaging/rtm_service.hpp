@@ -94,10 +94,18 @@ class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate,
                    Success success = {}, Fail fail = {});
   // Whose completion is answered in every case, once, on the main queue: also for a channel that is
   // not joined. They can be cancelled.
-  ZVCall writeChannel(const std::string& channelId, const std::string& message,
-                      ZVRTMClient::Completion<std::monostate> completion);
-  ZVCall listMembersOfChannel(const std::string& channel,
-                              ZVRTMClient::Completion<std::vector<std::string>> completion);
+  template <class F>
+  requires(!std::is_invocable_v<F&> &&
+           std::is_constructible_v<ZVRTMClient::Completion<std::monostate>, F>) ZVCall
+      writeChannel(const std::string& channelId, const std::string& message, F completion) {
+    return rtmClient_->writeChannel(channelId, message, std::move(completion));
+  }
+  /// The parameter's type is to be written, as in `[](Result<std::vector<std::string>, ZVError>)`:
+  /// a function of `auto` is taken for a `Members`.
+  template <Takes<Result<std::vector<std::string>, ZVError>> F>
+  ZVCall getMembersOfChannel(const std::string& channel, F completion) {
+    return rtmClient_->getMembersOfChannel(channel, std::move(completion));
+  }
   /// How many are in a channel, without a list of them.
   ZVCall countMembersOfChannel(const std::string& channel,
                                ZVRTMClient::Completion<AgoraRtmMemberCount> completion);

@@ -28,12 +28,6 @@ using namespace std::chrono_literals;
 using test::Fault;
 using test::FaultProxy;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
-
 std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise) {
   const char* text = std::getenv(variable);
   return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;

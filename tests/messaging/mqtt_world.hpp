@@ -17,6 +17,12 @@
 
 namespace zavelo::testing {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool isSanitized = true;
+#else
+inline constexpr bool isSanitized = false;
+#endif
+
 inline bool waitFor(const std::function<bool()>& holds) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   while (!holds()) {
@@ -35,6 +41,14 @@ inline std::unique_ptr<sandbox::BrokerProcess> startBroker(
 
 inline std::string addressOf(const sandbox::BrokerProcess& broker) {
   return "mqtt://127.0.0.1:" + std::to_string(broker.port());
+}
+
+/// For tests of what goes wrong: found out sooner.
+inline MqttEngineOptions hurried(const std::string& address) {
+  MqttEngineOptions result{.address = address};
+  result.keepAlive = std::chrono::seconds(5);
+  result.sendTimeout = std::chrono::seconds(1);
+  return result;
 }
 
 /// What a user hears, in words, in the order in which it comes.

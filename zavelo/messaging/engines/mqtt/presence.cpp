@@ -32,18 +32,12 @@ MqttPresence::MqttPresence(std::shared_ptr<MqttSurroundings> around, std::string
     : around_(std::move(around)),
       userId_(std::move(userId)),
       channelId_(std::move(channelId)),
-      delegate_(std::move(delegate)) {}
+      delegate_(std::move(delegate)),
+      lists_(*around_->loop, around_->options.sendTimeout,
+             [this](bool isWhole) { return isWhole ? followsAll_ : announces_; }) {}
 
 std::string MqttPresence::topic() const {
   return mqttPresenceTopic(around_->appId, channelId_, userId_, session_);
-}
-
-std::string MqttPresence::fenceTopic() const {
-  return mqttFenceTopic(around_->appId, channelId_, userId_, session_);
-}
-
-std::string MqttPresence::shardFilter() const {
-  return mqttPresenceFilter(around_->appId, channelId_, mqttShard(userId_));
 }
 
 std::string MqttPresence::allFilter() const {
@@ -66,6 +60,8 @@ std::string MqttPresence::beginSession() {
   sessionLife_ = std::make_shared<int>();
   followsAll_ = isAskingToFollow_ = isRushed_ = false;
   isCorrected_ = isCorrectionDue_ = isExpiryDue_ = false;
+  lists_.begin({allFilter(), mqttPresenceFilter(around_->appId, channelId_, mqttShard(userId_)),
+                mqttFenceTopic(around_->appId, channelId_, userId_, session_)});
   return topic();
 }
 
@@ -109,7 +105,7 @@ void MqttPresence::endSession() {
   connection_ = nullptr;
   sessionLife_ = nullptr;
   following_ = {};
-  for (const auto& reading : std::exchange(readings_, {})) reading.done(nullptr);
+  lists_.end();
 }
 
 // ---- lists ----
@@ -117,9 +113,10 @@ void MqttPresence::endSession() {
 void MqttPresence::readOwnShard() {
   roster_.beginReading();
   freshCount_ = 0;
-  read({false, [this](const MqttRoster* seen) {
-          if (seen) assess(*seen);
-        }});
+  lists_.read(connection_, {false, [this](const MqttRoster* seen) {
+                              if (seen) return assess(*seen);
+                              if (connection_) correctLater();
+                            }});
 }
 
 /// Follows everybody in a small channel, and the own shard in a large one and while many join.
@@ -129,9 +126,16 @@ void MqttPresence::assess(const MqttRoster& ownShard) {
   if (!isCorrected_ && freshCount_ > mostFresh) isRushed_ = true;
   if (isLarge || isRushed_) return finishReading(false);
   followsAll_ = isAskingToFollow_ = true;
-  read({true, [this](const MqttRoster* all) {
-          if (all) finishReading(true);
-        }});
+  lists_.read(connection_, {true,
+                            [this](const MqttRoster* all) {
+                              if (all) return finishReading(true);
+                              if (connection_) correctLater();
+                            },
+                            [this](int reason) {
+                              isAskingToFollow_ = false;
+                              const auto answer = std::exchange(following_, {});
+                              if (answer) answer(std::min(reason, 0));
+                            }});
 }
 
 void MqttPresence::finishReading(bool isWhole) {
@@ -180,66 +184,42 @@ void MqttPresence::whenFollowing(MqttConnection::Answer answer) {
   following_ = std::move(answer);
 }
 
-void MqttPresence::read(Reading reading) {
-  readings_.push_back(std::move(reading));
-  if (readings_.size() == 1) startReading();
-}
-
-void MqttPresence::startReading() {
-  // Nobody else hears the fence, and it comes through the same queue as the list. A list of
-  // thousands with acknowledgements would fill the window that a broker keeps for them.
-  connection_->subscribe(
-      readings_.front().isWhole ? allFilter() : shardFilter(), {},
-      [this, life = std::weak_ptr(sessionLife_), isWhole = readings_.front().isWhole](int reason) {
-        if (life.expired() || !isWhole) return;
-        isAskingToFollow_ = false;
-        if (const auto answer = std::exchange(following_, {})) answer(std::min(reason, 0));
-      });
-  connection_->subscribe(fenceTopic(), {}, {});
-  connection_->publish({.topic = fenceTopic(), .payload = std::to_string(++fence_)}, {});
-}
-
-void MqttPresence::heardFence() {
-  if (readings_.empty()) return;
-  const auto reading = std::move(readings_.front());
-  readings_.pop_front();
-  if (reading.isWhole && !followsAll_) connection_->unsubscribe(allFilter());
-  if (!reading.isWhole && !announces_) connection_->unsubscribe(shardFilter());
-  if (!readings_.empty()) startReading();
-  reading.done(&reading.seen);
-}
-
 void MqttPresence::list(const Connection& connection, AgoraRtmMembersCompletion completion) {
   connection_ = connection;
   roster_.beginReading();
-  read({true, [this, completion = std::move(completion)](const MqttRoster* seen) {
-          if (!seen) return around_->tell(completion, std::nullopt);
-          auto all = *seen;
-          if (followsAll_) {
-            all.addAll(roster_);  // what is late is not lost
-            dropUnseenLater(true);
-          }
-          if (announces_) all.add(userId_, session_);
-          around_->tell(completion, all.userIds());
-        }});
+  lists_.read(connection,
+              {true, [this, completion = std::move(completion)](const MqttRoster* seen) {
+                 if (!seen) return around_->tell(completion, std::nullopt);
+                 auto all = *seen;
+                 if (followsAll_) {
+                   all.addAll(roster_);  // what is late is not lost
+                   dropUnseenLater(true);
+                 }
+                 if (announces_) all.add(userId_, session_);
+                 around_->tell(completion, all.userIds());
+               }});
 }
 
 void MqttPresence::count(const Connection& connection, AgoraRtmCountCompletion completion) {
   connection_ = connection;
-  read({false, [this, completion = std::move(completion)](const MqttRoster* seen) {
-          if (!seen) return around_->tell(completion, std::nullopt);
-          const auto members = seen->size();
-          if (estimate(*seen) > around_->options.memberEventsCap) {
-            // Each user is in this shard with the probability p = 1/64: two standard deviations.
-            const auto error = 2 * mqttShardCount * std::sqrt(static_cast<double>(members));
-            return around_->tell(
-                completion, AgoraRtmMemberCount{estimate(*seen), static_cast<std::size_t>(error)});
-          }
-          read({true, [this, completion](const MqttRoster* all) {
-                  around_->tell(completion, all ? std::optional(AgoraRtmMemberCount{all->size()})
-                                                : std::nullopt);
-                }});
-        }});
+  lists_.read(
+      connection,
+      {false, [this, completion = std::move(completion)](const MqttRoster* seen) {
+         if (!seen) return around_->tell(completion, std::nullopt);
+         const auto members = seen->size();
+         if (estimate(*seen) > around_->options.memberEventsCap) {
+           // Each user is in this shard with the probability p = 1/64: two standard deviations.
+           const auto error = 2 * mqttShardCount * std::sqrt(static_cast<double>(members));
+           return around_->tell(
+               completion, AgoraRtmMemberCount{estimate(*seen), static_cast<std::size_t>(error)});
+         }
+         lists_.read(connection_,
+                     {true, [this, completion](const MqttRoster* all) {
+                        around_->tell(
+                            completion,
+                            all ? std::optional(AgoraRtmMemberCount{all->size()}) : std::nullopt);
+                      }});
+       }});
 }
 
 // ---- what comes in ----
@@ -247,17 +227,13 @@ void MqttPresence::count(const Connection& connection, AgoraRtmCountCompletion c
 void MqttPresence::received(const MqttTopic& topic, const MqttMessage& message) {
   if (!connection_) return;
   if (topic.kind == MqttTopic::Kind::presence) return heardEntry(topic, message);
-  if (topic.kind == MqttTopic::Kind::fence && message.payload == std::to_string(fence_))
-    heardFence();
+  if (topic.kind == MqttTopic::Kind::fence) lists_.hearFence(message.payload);
 }
 
 void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message) {
   const bool isEmpty = message.payload.empty();
   if (topic.userId == userId_) return heardOwnEntry(topic, isEmpty);
-  if (!readings_.empty() && (readings_.front().isWhole || isInOwnShard(topic.userId))) {
-    auto& seen = readings_.front().seen;
-    isEmpty ? seen.remove(topic.userId, topic.session) : seen.add(topic.userId, topic.session);
-  }
+  lists_.hearEntry(topic.userId, topic.session, isInOwnShard(topic.userId), isEmpty);
   const bool isFresh =
       message.expiry && *message.expiry + freshTime >= around_->options.retainedExpiry;
   if (isFresh) ++freshCount_;
@@ -283,7 +259,7 @@ void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message
 void MqttPresence::heardOwnEntry(const MqttTopic& topic, bool isEmpty) {
   const bool isThisSession = topic.session == session_;
   if (isThisSession && isEmpty) return publishEntry({});  // somebody swept too widely
-  if (isThisSession && !readings_.empty()) readings_.front().seen.add(userId_, session_);
+  if (isThisSession) lists_.hearEntry(userId_, session_, true, false);
   if (isThisSession || isEmpty) return;
   // A former session's, whose will was lost. Once each: another device's may be alive for a moment.
   if (emptied_.size() == mostEmptied) emptied_.clear();

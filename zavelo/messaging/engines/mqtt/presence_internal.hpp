@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -8,6 +7,7 @@
 #include <string>
 
 #include "zavelo/messaging/agora_rtm_kit.hpp"
+#include "zavelo/messaging/engines/mqtt/list_reader_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/roster_internal.hpp"
 #include "zavelo/messaging/engines/mqtt/surroundings_internal.hpp"
 #include "zavelo/messaging/engines/mqtt_topics.hpp"
@@ -17,10 +17,8 @@ namespace zavelo::detail {
 /// Who is in a channel: the user's own entry, the others', and the lists of members. Belongs to a
 /// channel, which has the connection. All of it is on the loop's thread.
 ///
-/// What one says to oneself usually comes after all that was there before: a list is complete when
-/// the number comes back that was published after asking for it (the fence). A broker that delivers
-/// its retained messages later makes a first list too short, and no more than that: what is late
-/// joins the roster, and only what is still missing after a while leaves it.
+/// A broker that delivers its retained messages late makes a first list too short, and no more than
+/// that: what is late joins the roster, and only what is still missing after a while leaves it.
 class MqttPresence {
  public:
   using Connection = std::shared_ptr<MqttConnection>;
@@ -49,24 +47,12 @@ class MqttPresence {
   void received(const MqttTopic& topic, const MqttMessage& message);
 
  private:
-  /// A list that is being fetched, or is about to be.
-  struct Reading {
-    bool isWhole;                                      ///< or the own shard alone
-    std::function<void(const MqttRoster* seen)> done;  ///< null when it was not read to its end
-    MqttRoster seen{};
-  };
-
   [[nodiscard]] std::string topic() const;
-  [[nodiscard]] std::string fenceTopic() const;
-  [[nodiscard]] std::string shardFilter() const;
   [[nodiscard]] std::string allFilter() const;
   [[nodiscard]] bool isInOwnShard(const std::string& userId) const;
   [[nodiscard]] std::size_t estimate(const MqttRoster& ownShard) const;
   void publishEntry(MqttConnection::Answer answer);
   void renewLater();
-  void read(Reading reading);
-  void startReading();
-  void heardFence();
   void readOwnShard();
   void assess(const MqttRoster& ownShard);
   void finishReading(bool isWhole);
@@ -103,9 +89,8 @@ class MqttPresence {
   MqttLoop::Clock::time_point rushBegin_{};
   std::size_t rushCount_ = 0, freshCount_ = 0;
   MqttRoster roster_;
+  MqttListReader lists_;
   std::set<std::string> emptied_;  // sessions of this user whose entries were left behind
-  std::deque<Reading> readings_;   // the first is under way
-  std::uint64_t fence_ = 0;
 };
 
 }  // namespace zavelo::detail

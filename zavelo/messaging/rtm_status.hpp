@@ -14,7 +14,8 @@ namespace zavelo {
 struct ZVRTMStatus {
   using Time = std::chrono::system_clock::time_point;
 
-  /// What was said in a channel from the one to the other did not arrive here.
+  /// What was said in a channel from the one to the other may not have arrived here; all else that
+  /// others sent successfully has.
   struct Gap {
     Time from, to;
   };

@@ -177,9 +177,9 @@ ChatLine channelLine(std::string_view channel, const ZVRTMStatus::Channel& statu
     if (const auto& gap = status.gap) {
       object.set("from", milliseconds(gap->from));
       object.set("to", milliseconds(gap->to));
-      text += ", after " +
-              numberText(std::chrono::floor<std::chrono::seconds>(gap->to - gap->from).count()) +
-              " s of which nothing is shown";
+      text += "; some of what was said in the last " +
+              numberText(std::chrono::ceil<std::chrono::seconds>(gap->to - gap->from).count()) +
+              " s may be missing";
     }
     return {encoded(std::move(object)), printable(text)};
   }

@@ -20,12 +20,6 @@ constexpr int mostChunks = 64;  // then it is another connection's turn
 
 }  // namespace
 
-std::string MqttBroker::text() const {
-  const bool isIpv6 = host.find(':') != std::string::npos;
-  return (tls ? "mqtts://" : "mqtt://") + (isIpv6 ? "[" + host + "]" : host) + ":" +
-         std::to_string(port);
-}
-
 std::shared_ptr<MqttConnection> MqttConnection::open(MqttLoop& loop, MqttPlan plan,
                                                      std::weak_ptr<MqttListener> listener) {
   std::shared_ptr<MqttConnection> connection(
@@ -257,9 +251,9 @@ void MqttConnection::tick() {
 void MqttConnection::keepAlive(Time now) {
   if (pongDeadline_ && lastIn_ >= *pinged_) pongDeadline_.reset();
   if (pongDeadline_ && now >= *pongDeadline_) return broke("no answer");
-  // Somewhat early, so that the connections of a kit ping together: every wake-up of a device
-  // costs.
-  if (pongDeadline_ || now + plan_.pingInterval / 8 < pingTime()) return;
+  // Up to half of the time early, so that whatever their distance the connections of a kit soon
+  // ping together: every wake-up of a device costs.
+  if (pongDeadline_ || now + plan_.pingInterval / 2 < pingTime()) return;
   out_ += mqttPingPacket();
   pinged_ = now;
   pongDeadline_ = now + plan_.pongTimeout;

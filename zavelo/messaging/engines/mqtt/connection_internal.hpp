@@ -23,7 +23,12 @@ struct MqttBroker {
   std::uint16_t port = 0;
   bool tls = false;
 
-  [[nodiscard]] std::string text() const;  ///< "mqtt://host:1883"
+  /// "mqtt://host:1883"
+  [[nodiscard]] std::string text() const {
+    const bool isIpv6 = host.find(':') != std::string::npos;
+    return (tls ? "mqtts://" : "mqtt://") + (isIpv6 ? "[" + host + "]" : host) + ":" +
+           std::to_string(port);
+  }
 };
 
 /// Where to, and as whom.

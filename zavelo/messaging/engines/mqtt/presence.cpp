@@ -111,24 +111,24 @@ void MqttPresence::endSession() {
 // ---- lists ----
 
 void MqttPresence::readOwnShard() {
-  roster_.beginReading();
   freshCount_ = 0;
-  lists_.read(connection_, {false, [this](const MqttRoster* seen) {
-                              if (seen) return assess(*seen);
-                              if (connection_) correctLater();
-                            }});
+  lists_.read(connection_,
+              {false, [this, reading = roster_.beginReading()](const MqttRoster* seen) {
+                 if (seen) return assess(*seen, reading);
+                 if (connection_) correctLater();
+               }});
 }
 
 /// Follows everybody in a small channel, and the own shard in a large one and while many join.
-void MqttPresence::assess(const MqttRoster& ownShard) {
+void MqttPresence::assess(const MqttRoster& ownShard, std::uint64_t reading) {
   const bool isLarge = estimate(ownShard) > around_->options.memberEventsCap;
   if (isLarge) followOwnShardOnly();
   if (!isCorrected_ && freshCount_ > mostFresh) isRushed_ = true;
-  if (isLarge || isRushed_) return finishReading(false);
+  if (isLarge || isRushed_) return finishReading(false, reading);
   followsAll_ = isAskingToFollow_ = true;
   lists_.read(connection_, {true,
-                            [this](const MqttRoster* all) {
-                              if (all) return finishReading(true);
+                            [this, reading](const MqttRoster* all) {
+                              if (all) return finishReading(true, reading);
                               if (connection_) correctLater();
                             },
                             [this](int reason) {
@@ -138,14 +138,14 @@ void MqttPresence::assess(const MqttRoster& ownShard) {
                             }});
 }
 
-void MqttPresence::finishReading(bool isWhole) {
+void MqttPresence::finishReading(bool isWhole, std::uint64_t reading) {
   hasRead_ = true;
-  dropUnseenLater(isWhole);
+  dropUnseenLater(isWhole, reading);
   if (!std::exchange(isCorrected_, true)) correctLater();
 }
 
-void MqttPresence::dropUnseenLater(bool isWhole) {
-  later(around_->options.leftGrace, [this, isWhole, reading = roster_.reading()] {
+void MqttPresence::dropUnseenLater(bool isWhole, std::uint64_t reading) {
+  later(around_->options.leftGrace, [this, isWhole, reading] {
     const auto isMeant = [&](const std::string& userId) { return isWhole || isInOwnShard(userId); };
     for (const auto& userId : roster_.removeUnseenSince(reading, isMeant))
       tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
@@ -186,18 +186,17 @@ void MqttPresence::whenFollowing(MqttConnection::Answer answer) {
 
 void MqttPresence::list(const Connection& connection, AgoraRtmMembersCompletion completion) {
   connection_ = connection;
-  roster_.beginReading();
-  lists_.read(connection,
-              {true, [this, completion = std::move(completion)](const MqttRoster* seen) {
-                 if (!seen) return around_->tell(completion, std::nullopt);
-                 auto all = *seen;
-                 if (followsAll_) {
-                   all.addAll(roster_);  // what is late is not lost
-                   dropUnseenLater(true);
-                 }
-                 if (announces_) all.add(userId_, session_);
-                 around_->tell(completion, all.userIds());
-               }});
+  lists_.read(connection, {true, [this, reading = roster_.beginReading(),
+                                  completion = std::move(completion)](const MqttRoster* seen) {
+                             if (!seen) return around_->tell(completion, std::nullopt);
+                             auto all = *seen;
+                             if (followsAll_) {
+                               all.addAll(roster_);  // what is late is not lost
+                               dropUnseenLater(true, reading);
+                             }
+                             if (announces_) all.add(userId_, session_);
+                             around_->tell(completion, all.userIds());
+                           }});
 }
 
 void MqttPresence::count(const Connection& connection, AgoraRtmCountCompletion completion) {

@@ -54,10 +54,10 @@ class MqttPresence {
   void publishEntry(MqttConnection::Answer answer);
   void renewLater();
   void readOwnShard();
-  void assess(const MqttRoster& ownShard);
-  void finishReading(bool isWhole);
+  void assess(const MqttRoster& ownShard, std::uint64_t reading);
+  void finishReading(bool isWhole, std::uint64_t reading);
   /// Members whom a list does not have, and who do not appear for a while after it, have left.
-  void dropUnseenLater(bool isWhole);
+  void dropUnseenLater(bool isWhole, std::uint64_t reading);
   void dropExpiredLater();
   void correctLater();
   void heardEntry(const MqttTopic& topic, const MqttMessage& message);

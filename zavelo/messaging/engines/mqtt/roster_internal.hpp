@@ -21,9 +21,8 @@ class MqttRoster {
   /// Whether the user went by it.
   bool remove(const std::string& userId, const std::string& session);
 
-  /// The list is about to be read anew.
-  void beginReading() { ++reading_; }
-  [[nodiscard]] std::uint64_t reading() const noexcept { return reading_; }
+  /// The list is about to be read anew; returns the reading's number.
+  std::uint64_t beginReading() { return ++reading_; }
   /// Of the users who are meant, removes the sessions that were last added before this reading
   /// began, and tells which users went by it.
   template <class Predicate>

@@ -37,7 +37,7 @@ inline constexpr auto codedCases<ZVAPIErrorType> = caseTable<
 /// The error of a call of the backend.
 struct ZVAPIError {
   ZVAPIErrorType type = ZVAPIErrorType::unknown;
-  std::string description;  ///< the backend's message, or one of the texts below
+  std::string description = {};  ///< the backend's message, or one of the texts below
   /// More for whoever looks for the cause: "data.result[3].price: expected number". Often empty;
   /// not for an app's users.
   std::string detail = {};

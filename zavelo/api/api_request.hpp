@@ -26,63 +26,63 @@ template <ZVAPIRequest Request>
 }
 
 struct ZVLoginRequest {
-  std::string zaveloId;
-  std::string password;
-  std::string deviceUdid;
+  std::string zaveloId = {};
+  std::string password = {};
+  std::string deviceUdid = {};
   std::int64_t deviceType = 0;
   double latitude = 0;
   double longitude = 0;
 };
 
 struct ZVLoginZaveloRequest {
-  std::optional<std::string> zaveloId;
-  std::optional<std::string> displayName;
-  std::optional<double> latitude;
-  std::optional<double> longitude;
-  std::optional<std::string> deviceUdid;
+  std::optional<std::string> zaveloId = {};
+  std::optional<std::string> displayName = {};
+  std::optional<double> latitude = {};
+  std::optional<double> longitude = {};
+  std::optional<std::string> deviceUdid = {};
   std::int64_t deviceType = 0;
 };
 
 struct ZVRegisterZaveloRequest {
-  std::optional<std::string> zaveloId;
-  std::optional<std::string> userName;
-  std::optional<std::string> displayName;
-  std::optional<std::string> gender;
-  std::optional<std::string> deviceUdid;
-  std::optional<std::string> deviceType;  ///< a text here, an integer when signing in
-  std::optional<double> latitude;
-  std::optional<double> longitude;
-  std::optional<std::string> profileImage;
-  std::optional<std::string> version;
-  std::optional<std::string> deviceName;
-  std::optional<std::string> osVersion;
+  std::optional<std::string> zaveloId = {};
+  std::optional<std::string> userName = {};
+  std::optional<std::string> displayName = {};
+  std::optional<std::string> gender = {};
+  std::optional<std::string> deviceUdid = {};
+  std::optional<std::string> deviceType = {};  ///< a text here, an integer when signing in
+  std::optional<double> latitude = {};
+  std::optional<double> longitude = {};
+  std::optional<std::string> profileImage = {};
+  std::optional<std::string> version = {};
+  std::optional<std::string> deviceName = {};
+  std::optional<std::string> osVersion = {};
 };
 
 struct ZVEditProfileRequest {
-  std::string displayName;
-  std::string dob;
-  std::string gender;
-  std::string about;
+  std::string displayName = {};
+  std::string dob = {};
+  std::string gender = {};
+  std::string about = {};
 };
 
 struct ZVCreateStreamRequest {
-  std::string streamTitle;
+  std::string streamTitle = {};
   std::int64_t tagId = 0;
   double latitude = 0;
   double longitude = 0;
-  std::string address;
+  std::string address = {};
   std::int64_t resolution = 0;
-  std::string countryCode;
+  std::string countryCode = {};
   std::int64_t screenType = 0;
   std::int64_t streamType = 0;
-  std::optional<std::int64_t> roomType;
+  std::optional<std::int64_t> roomType = {};
 };
 
 struct ZVAddStreamCoHostRequest {
   std::int64_t position = 0;
   std::int64_t guestId = 0;
   std::int64_t userId = 0;
-  std::string slug;
+  std::string slug = {};
 };
 
 template <>

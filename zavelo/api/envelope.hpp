@@ -13,17 +13,17 @@ namespace zavelo {
 
 /// A detailed code of the backend's. Of a list only the first counts.
 struct ZVCodeDetail {
-  std::optional<std::int64_t> code;
-  std::optional<std::string> message;
+  std::optional<std::int64_t> code = {};
+  std::optional<std::string> message = {};
 };
 
 /// The envelope of every reply of the backend. The spelling of the name is the system's own.
 template <class T>
 struct ZVAPIResonse {
-  std::optional<std::int64_t> code;  ///< 1 is success
-  std::optional<T> data;
-  std::optional<std::string> message;
-  std::optional<std::vector<ZVCodeDetail>> codeDetails;
+  std::optional<std::int64_t> code = {};  ///< 1 is success
+  std::optional<T> data = {};
+  std::optional<std::string> message = {};
+  std::optional<std::vector<ZVCodeDetail>> codeDetails = {};
 };
 
 template <>
@@ -41,7 +41,7 @@ struct json::RecordOf<ZVAPIResonse<T>> {
 
 /// What an envelope means, its payload aside.
 struct Verdict {
-  std::optional<ZVAPIError> error;
+  std::optional<ZVAPIError> error = {};
   /// The session is over, and this notification says why. Empty: the session goes on.
   std::string_view sessionEnd = {};
 };

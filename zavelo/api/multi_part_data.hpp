@@ -8,10 +8,10 @@ namespace zavelo {
 
 /// One file of a multipart upload (RFC 7578).
 struct ZVMultiPartData {
-  std::vector<std::byte> data;
-  std::string name;  ///< of the form field
-  std::string mimeType;
-  std::string fileName;
+  std::vector<std::byte> data = {};
+  std::string name = {};  ///< of the form field
+  std::string mimeType = {};
+  std::string fileName = {};
 };
 
 }  // namespace zavelo

@@ -15,8 +15,8 @@ using ZVSessionId = std::uint64_t;
 /// A session at one moment.
 struct ZVSession {
   ZVSessionId id = 0;
-  std::optional<std::string> accessToken;
-  std::optional<std::string> refreshToken;
+  std::optional<std::string> accessToken = {};
+  std::optional<std::string> refreshToken = {};
 };
 
 /// What the API service asks of the owner of the session. Any thread.

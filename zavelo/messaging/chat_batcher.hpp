@@ -16,14 +16,14 @@ namespace zavelo {
 
 /// An event to show. Where it represents several, it is the newest of them.
 struct ZVChatBatchItem {
-  std::shared_ptr<const ZVStreamMessage> event;
-  std::int64_t type;  ///< of `ZVMessageType`, or a newer kind
+  std::shared_ptr<const ZVStreamMessage> event = {};
+  std::int64_t type = 0;  ///< of `ZVMessageType`, or a newer kind
   std::uint64_t count = 1;
 };
 
 struct ZVChatBatch {
-  std::vector<ZVChatBatchItem> items;  ///< in the order in which they came; never empty
-  std::uint64_t droppedLines = 0;      ///< since the batch before
+  std::vector<ZVChatBatchItem> items = {};  ///< in the order in which they came; never empty
+  std::uint64_t droppedLines = 0;           ///< since the batch before
 };
 
 struct ZVChatBatcherOptions {
@@ -71,8 +71,8 @@ class ZAVELO_EXPORT ZVChatBatcher {
  public:
   using Deliver = UniqueFunction<void(ZVChatBatch)>;
   struct ZAVELO_EXPORT Collaborators {
-    std::shared_ptr<Queue> mainQueue;
-    std::shared_ptr<const Clock> clock;  ///< for `linesPerSecond`
+    std::shared_ptr<Queue> mainQueue = {};
+    std::shared_ptr<const Clock> clock = {};  ///< for `linesPerSecond`
 
     /// Those of the installed platform.
     [[nodiscard]] static Collaborators ofPlatform();

@@ -19,13 +19,14 @@ inline constexpr auto codedCases<ZVGiftAnimationType> =
 
 /// What `ZVGiftMessage` adds.
 struct ZVGiftMessageFields {
-  std::optional<std::int64_t> giftId;  ///< in the catalogue
-  std::optional<std::string> giftName;
-  std::optional<std::string> giftImageLink;       ///< URL of the still image
-  std::optional<std::int64_t> giftAnimationType;  ///< of `ZVGiftAnimationType`, or a newer kind
-  std::optional<std::string> giftFile;            ///< URL of the animation
-  std::optional<std::int64_t> giftCount;          ///< how many at once
-  std::optional<bool> isCompleted;                ///< the combo has ended
+  std::optional<std::int64_t> giftId = {};  ///< in the catalogue
+  std::optional<std::string> giftName = {};
+  std::optional<std::string> giftImageLink = {};  ///< URL of the still image
+  std::optional<std::int64_t> giftAnimationType =
+      {};                                      ///< of `ZVGiftAnimationType`, or a newer kind
+  std::optional<std::string> giftFile = {};    ///< URL of the animation
+  std::optional<std::int64_t> giftCount = {};  ///< how many at once
+  std::optional<bool> isCompleted = {};        ///< the combo has ended
 };
 
 /// A viewer gave a gift: everyone in the channel shows its animation.

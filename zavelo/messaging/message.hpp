@@ -17,7 +17,7 @@ namespace zavelo {
 /// What an envelope holds.
 struct ZVMessageFields {
   std::int64_t type = rawValue(ZVMessageType::message);  ///< any integer, not only known kinds
-  std::string message;                                   ///< one event record as JSON
+  std::string message = {};                              ///< one event record as JSON
 };
 
 /// The envelope in which an event travels: its kind, and the event as JSON inside JSON.

@@ -15,16 +15,16 @@ namespace zavelo {
 
 /// What every chat event carries. All of it is written, null where it is absent.
 struct ZVStreamMessageFields {
-  std::optional<std::int64_t> senderUserId;
-  std::optional<std::string> senderUserName;
-  std::optional<std::string> senderDisplayName;
-  std::optional<std::string> senderAvatar;  ///< URL
-  std::optional<std::int64_t> messageType;  ///< of `ZVMessageType`
-  std::optional<std::string> message;
-  std::optional<bool> shouldShowLikeMessage;
-  std::optional<std::int64_t> recordedTime;  ///< for replay; the clock is the sender's choice
-  std::optional<std::int64_t> receiverStars;
-  std::optional<std::string> targetUsername;  ///< whom the event is about
+  std::optional<std::int64_t> senderUserId = {};
+  std::optional<std::string> senderUserName = {};
+  std::optional<std::string> senderDisplayName = {};
+  std::optional<std::string> senderAvatar = {};  ///< URL
+  std::optional<std::int64_t> messageType = {};  ///< of `ZVMessageType`
+  std::optional<std::string> message = {};
+  std::optional<bool> shouldShowLikeMessage = {};
+  std::optional<std::int64_t> recordedTime = {};  ///< for replay; the clock is the sender's choice
+  std::optional<std::int64_t> receiverStars = {};
+  std::optional<std::string> targetUsername = {};  ///< whom the event is about
 
   bool operator==(const ZVStreamMessageFields&) const = default;
 };
@@ -51,20 +51,20 @@ class ZAVELO_EXPORT ZVStreamMessage : public ZVStringMessage, public ZVStreamMes
 
 /// What `ZVStatisticMessage` adds.
 struct ZVStatisticMessageFields {
-  std::optional<std::string> slug;
-  std::optional<std::int64_t> streamDuration;
-  std::optional<std::int64_t> totalViewers;
-  std::optional<std::int64_t> totalLikes;
-  std::optional<std::int64_t> totalReceivedStars;
-  std::optional<std::int64_t> gender;
-  std::optional<bool> isShowLike;
-  std::optional<bool> isShowView;
-  std::optional<std::string> promoCode;
-  std::optional<std::string> promoCodeDescription;
-  std::optional<std::int64_t> placingOrderCount;
-  std::optional<std::string> cartUrl;
-  std::optional<std::int64_t> bitRate;
-  std::optional<std::int64_t> maxBitRate;
+  std::optional<std::string> slug = {};
+  std::optional<std::int64_t> streamDuration = {};
+  std::optional<std::int64_t> totalViewers = {};
+  std::optional<std::int64_t> totalLikes = {};
+  std::optional<std::int64_t> totalReceivedStars = {};
+  std::optional<std::int64_t> gender = {};
+  std::optional<bool> isShowLike = {};
+  std::optional<bool> isShowView = {};
+  std::optional<std::string> promoCode = {};
+  std::optional<std::string> promoCodeDescription = {};
+  std::optional<std::int64_t> placingOrderCount = {};
+  std::optional<std::string> cartUrl = {};
+  std::optional<std::int64_t> bitRate = {};
+  std::optional<std::int64_t> maxBitRate = {};
 };
 
 /// How a stream is doing; its host sends it from time to time.
@@ -78,15 +78,15 @@ class ZAVELO_EXPORT ZVStatisticMessage final : public ZVStreamMessage,
 
 /// Where a text floats over the picture.
 struct ZVFloatingTextPosition {
-  std::optional<double> x;
-  std::optional<double> y;
+  std::optional<double> x = {};
+  std::optional<double> y = {};
 };
 
 /// What `ZVFloatingTextMessage` adds.
 struct ZVFloatingTextMessageFields {
-  std::optional<std::string> content;
-  std::optional<std::string> streamTitleColor;
-  std::shared_ptr<ZVFloatingTextPosition> position;
+  std::optional<std::string> content = {};
+  std::optional<std::string> streamTitleColor = {};
+  std::shared_ptr<ZVFloatingTextPosition> position = {};
 };
 
 /// A text that floats over the picture.

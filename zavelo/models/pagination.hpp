@@ -17,12 +17,12 @@ inline constexpr std::int64_t zvDefaultLoadLimitPage = 20;
 /// is no more. The caller keeps the cursor: nothing is remembered between two pages.
 template <class T>
 struct ZVPaginationResult {
-  std::optional<std::vector<std::shared_ptr<T>>> result;  ///< in the backend's order
-  std::optional<std::int64_t> nextId;
-  std::optional<bool> isEnd;
-  std::optional<std::int64_t> totalRecords;  ///< over all pages
-  std::optional<std::string> promoCode;      ///< goes with the products that are listed
-  std::optional<std::string> promoCodeDescription;
+  std::optional<std::vector<std::shared_ptr<T>>> result = {};  ///< in the backend's order
+  std::optional<std::int64_t> nextId = {};
+  std::optional<bool> isEnd = {};
+  std::optional<std::int64_t> totalRecords = {};  ///< over all pages
+  std::optional<std::string> promoCode = {};      ///< goes with the products that are listed
+  std::optional<std::string> promoCodeDescription = {};
 };
 
 template <class T>

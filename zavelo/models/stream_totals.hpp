@@ -12,18 +12,18 @@ namespace zavelo {
 
 /// The answer to a like.
 struct ZVLikeStream {
-  std::optional<std::int64_t> likeCount;  ///< of the stream, after the like
+  std::optional<std::int64_t> likeCount = {};  ///< of the stream, after the like
 
   bool operator==(const ZVLikeStream&) const = default;
 };
 
 /// What a stream came to. Handed out as fixed.
 struct ZVEndStream {
-  std::optional<std::int64_t> viewCount;
-  std::optional<std::int64_t> giftCount;
-  std::optional<std::int64_t> likeCount;
-  std::optional<std::int64_t> totalGold;
-  std::optional<std::int64_t> duration;
+  std::optional<std::int64_t> viewCount = {};
+  std::optional<std::int64_t> giftCount = {};
+  std::optional<std::int64_t> likeCount = {};
+  std::optional<std::int64_t> totalGold = {};
+  std::optional<std::int64_t> duration = {};
 };
 
 /// The totals of a running stream.
@@ -47,13 +47,13 @@ struct ZVStreamStatistic {
 
 /// What a guest of a co-hosted stream came to. Handed out as fixed.
 struct ZVStreamCoHostCredits {
-  std::optional<std::int64_t> userId;  ///< the host
-  std::optional<std::int64_t> guestId;
-  std::optional<std::string> userName;
-  std::optional<std::string> displayName;
-  std::optional<std::int64_t> totalGold;
-  std::optional<std::int64_t> totalGoldFans;
-  std::optional<std::int64_t> position;  ///< of the guest
+  std::optional<std::int64_t> userId = {};  ///< the host
+  std::optional<std::int64_t> guestId = {};
+  std::optional<std::string> userName = {};
+  std::optional<std::string> displayName = {};
+  std::optional<std::int64_t> totalGold = {};
+  std::optional<std::int64_t> totalGoldFans = {};
+  std::optional<std::int64_t> position = {};  ///< of the guest
 };
 
 template <>

@@ -14,7 +14,7 @@ namespace zavelo {
 struct ZVImage {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
-  std::vector<std::byte> pixels;  ///< width * height * 4 bytes
+  std::vector<std::byte> pixels = {};  ///< width * height * 4 bytes
 };
 
 /// Turns pictures into JPEG (ITU-T T.81).

@@ -18,7 +18,7 @@ using StoreScalar = std::variant<std::vector<std::byte>, std::string, double, bo
 using StoreValue = std::variant<StoreScalar, std::vector<StoreScalar>>;
 
 struct StoreError {
-  std::string description;  ///< for a person: which store, and what is wrong with it
+  std::string description = {};  ///< for a person: which store, and what is wrong with it
 };
 
 /// Small values that outlive the process, under names. Any thread. A failed change leaves what is

@@ -21,14 +21,14 @@ namespace zavelo {
 ///     platform.store = std::make_shared<SqliteKeyValueStore>(appFolder / "session.sqlite");
 ///     ZVPlatform::install(std::move(platform));   // before anything else of the library
 struct ZAVELO_EXPORT ZVPlatform {
-  std::shared_ptr<HttpSession> httpSession;
-  std::shared_ptr<Queue> mainQueue;
-  std::shared_ptr<Queue> backgroundQueue;
-  std::shared_ptr<KeyValueStore> store;
-  std::shared_ptr<NotificationCentre> notifications;
-  std::shared_ptr<JpegEncoder> jpegEncoder;
-  std::shared_ptr<LogSink> logSink;
-  std::shared_ptr<Clock> clock;
+  std::shared_ptr<HttpSession> httpSession = {};
+  std::shared_ptr<Queue> mainQueue = {};
+  std::shared_ptr<Queue> backgroundQueue = {};
+  std::shared_ptr<KeyValueStore> store = {};
+  std::shared_ptr<NotificationCentre> notifications = {};
+  std::shared_ptr<JpegEncoder> jpegEncoder = {};
+  std::shared_ptr<LogSink> logSink = {};
+  std::shared_ptr<Clock> clock = {};
 
   /// False, and nothing is changed, once the library has used its platform or one was installed.
   [[nodiscard]] static bool install(ZVPlatform platform);

@@ -31,7 +31,7 @@ class ZAVELO_EXPORT ZVTimerLabel : public std::enable_shared_from_this<ZVTimerLa
   };
 
   struct Collaborators {
-    std::shared_ptr<TextLabel> label;
+    std::shared_ptr<TextLabel> label = {};
     std::shared_ptr<Queue> mainQueue{};    ///< where the text is set; the platform's if left out
     std::shared_ptr<Queue> runLoop{};      ///< where time is counted; the main queue if left out
     std::shared_ptr<const Clock> clock{};  ///< the platform's if left out

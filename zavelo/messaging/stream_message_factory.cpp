@@ -34,15 +34,29 @@ void stampSender(ZVStreamMessage& record, const ZVUser& user) {
   }
 }
 
+void stamp(ZVStreamMessage& record, ZVMessageType type, std::int64_t recordedTime,
+           const ZVCurrentUserSource& users) {
+  record.recordedTime = recordedTime;
+  record.messageType = rawValue(type);
+  if (const auto user = users.currentUser()) stampSender(record, *user);
+}
+
 }  // namespace
 
 std::shared_ptr<ZVStreamMessage> ZVStreamMessageFactory::createMessage(
     std::string content, std::int64_t recordedTime, const ZVCurrentUserSource& users) const {
   auto record = emptyRecord(type);
   record->message = std::move(content);
-  record->recordedTime = recordedTime;
-  record->messageType = rawValue(type);
-  if (const auto user = users.currentUser()) stampSender(*record, *user);
+  stamp(*record, type, recordedTime, users);
+  return record;
+}
+
+std::shared_ptr<ZVPollMessage> ZVStreamMessageFactory::createPollMessage(
+    std::shared_ptr<ZVPoll> poll, std::int64_t recordedTime,
+    const ZVCurrentUserSource& users) const {
+  auto record = std::make_shared<ZVPollMessage>();
+  record->pollData = std::move(poll);
+  stamp(*record, type, recordedTime, users);
   return record;
 }
 

@@ -7,6 +7,7 @@
 #include "zavelo/base/export.hpp"
 #include "zavelo/messaging/current_user_source.hpp"
 #include "zavelo/messaging/message_type.hpp"
+#include "zavelo/messaging/poll_message.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 
 namespace zavelo {
@@ -24,6 +25,10 @@ struct ZAVELO_EXPORT ZVStreamMessageFactory {
   ///     nobody    all absent
   [[nodiscard]] std::shared_ptr<ZVStreamMessage> createMessage(
       std::string content, std::int64_t recordedTime,
+      const ZVCurrentUserSource& users = ZVCurrentUserSource::shared()) const;
+  /// A poll of this kind with the same fields beside it.
+  [[nodiscard]] std::shared_ptr<ZVPollMessage> createPollMessage(
+      std::shared_ptr<ZVPoll> poll, std::int64_t recordedTime,
       const ZVCurrentUserSource& users = ZVCurrentUserSource::shared()) const;
 };
 

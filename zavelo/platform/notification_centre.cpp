@@ -29,16 +29,24 @@ class NotificationCentre::Impl {
   std::map<std::string, std::shared_ptr<const Observers>, std::less<>> observers_;
 };
 
-class ObserverToken::Registration {
+class ObserverToken::Registration : public std::enable_shared_from_this<Registration> {
  public:
-  Registration(std::weak_ptr<NotificationCentre::Impl> centre, std::string name,
+  Registration(std::weak_ptr<NotificationCentre::Impl> centre, std::string_view name,
                NotificationCentre::Observer observer)
-      : centre_(std::move(centre)), name_(std::move(name)), observer_(std::move(observer)) {}
+      : centre_(std::move(centre)), name_(name), observer_(std::move(observer)) {}
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
+  Registration(std::weak_ptr<NotificationCentre::Impl> centre, std::string_view name,
+               std::weak_ptr<Queue> queue, NotificationCentre::TaskMaker makeTask)
+      : Registration(std::move(centre), name,
+                     [this, queue = std::move(queue),
+                      makeTask = std::move(makeTask)](const Notification& notification) {
+                       post(queue.lock(), makeTask(notification));
+                     }) {}
+
   void notify(const Notification& notification) const {
-    if (active_.load(std::memory_order_acquire)) observer_(notification);
+    if (isActive()) observer_(notification);
   }
 
   void end() noexcept {
@@ -47,6 +55,14 @@ class ObserverToken::Registration {
   }
 
  private:
+  [[nodiscard]] bool isActive() const { return active_.load(std::memory_order_acquire); }
+  void post(const std::shared_ptr<Queue>& queue, QueueTask task) {
+    if (!queue || !task) return;
+    queue->post([self = shared_from_this(), task = std::move(task)]() mutable {
+      if (self->isActive()) task();
+    });
+  }
+
   const std::weak_ptr<NotificationCentre::Impl> centre_;
   const std::string name_;
   const NotificationCentre::Observer observer_;
@@ -97,9 +113,18 @@ NotificationCentre::NotificationCentre() : impl_(std::make_shared<Impl>()) {}
 
 NotificationCentre::~NotificationCentre() = default;
 
-ObserverToken NotificationCentre::addObserver(std::string name, Observer observer) {
-  auto registration =
-      std::make_shared<ObserverToken::Registration>(impl_, std::move(name), std::move(observer));
+ObserverToken NotificationCentre::addObserver(std::string_view name, Observer observer) {
+  return add(std::make_shared<ObserverToken::Registration>(impl_, name, std::move(observer)));
+}
+
+ObserverToken NotificationCentre::addObserver(std::string_view name,
+                                              const std::shared_ptr<Queue>& queue,
+                                              TaskMaker makeTask) {
+  return add(
+      std::make_shared<ObserverToken::Registration>(impl_, name, queue, std::move(makeTask)));
+}
+
+ObserverToken NotificationCentre::add(std::shared_ptr<ObserverToken::Registration> registration) {
   impl_->add(registration);
   return ObserverToken(std::move(registration));
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "zavelo/base/export.hpp"
+#include "zavelo/platform/queue.hpp"
 
 namespace zavelo {
 
@@ -50,18 +51,26 @@ class ZAVELO_EXPORT ObserverToken {
 class ZAVELO_EXPORT NotificationCentre {
  public:
   using Observer = std::function<void(const Notification&)>;
+  /// Makes what shall run on a queue of a notification, on the posting thread; an empty task: the
+  /// notification is of no interest.
+  using TaskMaker = std::function<QueueTask(const Notification&)>;
 
   NotificationCentre();
   ~NotificationCentre();
   NotificationCentre(const NotificationCentre&) = delete;
   NotificationCentre& operator=(const NotificationCentre&) = delete;
 
-  [[nodiscard]] ObserverToken addObserver(std::string name, Observer observer);
+  [[nodiscard]] ObserverToken addObserver(std::string_view name, Observer observer);
+  /// Observes on a queue, which is held weakly. A token that is reset on that queue also ends the
+  /// tasks that still wait there.
+  [[nodiscard]] ObserverToken addObserver(std::string_view name,
+                                          const std::shared_ptr<Queue>& queue, TaskMaker makeTask);
   void post(std::string_view name, const NotificationInfo& userInfo = {});
 
  private:
   friend class ObserverToken;
   class Impl;
+  ObserverToken add(std::shared_ptr<ObserverToken::Registration> registration);
   std::shared_ptr<Impl> impl_;
 };
 

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <zavelo/await.hpp>
 #include <zavelo/messaging/engines/mqtt.hpp>
 #include <zavelo/platform/sqlite_key_value_store.hpp>
 #include <zavelo/zavelo.hpp>
@@ -19,28 +20,25 @@ void stop(const std::string& problem) {
   MainQueue::shared()->stop();
 }
 
-void show(const std::string& text) {
-  const auto envelope = json::decode<std::shared_ptr<ZVMessage>>(text);
-  const auto event = envelope ? (*envelope)->getStreamMessage() : nullptr;
-  if (!event) return;
-  if (event->type() == ZVMessageType::hostStreamEnd) return MainQueue::shared()->stop();
-  if (event->type() != ZVMessageType::message) return;
-  const auto name = event->senderDisplayName.value_or("");  // a guest has none
-  std::cout << (name.empty() ? "a guest" : name) << ": " << event->message.value_or("")
-            << std::endl;
+void show(const ZVChannelEvent& came) {
+  const ZVStreamMessage& event = *came.event;
+  if (event.type() == ZVMessageType::hostStreamEnd) return MainQueue::shared()->stop();
+  if (event.type() != ZVMessageType::message) return;
+  const auto name = event.senderDisplayName.value_or("");  // a guest has none
+  std::cout << (name.empty() ? "a guest" : name) << ": " << event.message.value_or("") << std::endl;
 }
 
-/// Messaging calls back on a thread of its own: what touches the app goes to the main queue.
-void enter(const std::string& slug) {
+/// Calls with `awaitable` in place of a completion go on here, on the main queue.
+Task<> enter(std::string zaveloId, std::string password, std::string slug) {
+  const auto user = co_await ZaveloSDK::shared().userService()->login(
+      zaveloId, password, "first-hour", 0, 0, awaitable);
+  if (!user.isOk()) co_return stop(user.error().description);
   const auto& chat = ZaveloSDK::shared().rtmService();
-  chat->connect([slug, chat] {
-    chat->joinChannel(
-        slug,
-        [slug] { MainQueue::shared()->post([slug] { std::cout << "in " << slug << std::endl; }); },
-        [](const ZVError& error) {
-          MainQueue::shared()->post([problem = error.description()] { stop(problem); });
-        });
-  });
+  const auto connected = co_await chat->connect(awaitable);
+  if (!connected) co_return stop(connected.error().description());
+  const auto joined = co_await chat->joinChannel(slug, awaitable);
+  if (!joined) co_return stop(joined.error().description());
+  std::cout << "in " << slug << std::endl;
 }
 
 }  // namespace
@@ -63,16 +61,8 @@ int main(int count, char** arguments) {
   }
   installMessagingEngine(*engine);
 
-  const auto heard = platform::notifications()->addObserver(
-      std::string(ZaveloDidReceiveChannelMessage), [](const Notification& posted) {
-        if (const auto* said = posted.info<ZVRTMChannelMessage>("message"))
-          MainQueue::shared()->post([text = said->message] { show(text); });
-      });
-  ZaveloSDK::shared().userService()->login(arguments[3], arguments[4], "first-hour", 0, 0,
-                                           [&](const ZVAPIResult<std::shared_ptr<ZVUser>>& result) {
-                                             if (result.isOk()) return enter(slug);
-                                             stop(result.error().description);
-                                           });
+  const auto events = onChannelEvent(slug, MainQueue::shared(), &show);
+  const auto task = enter(arguments[3], arguments[4], slug);
   MainQueue::shared()->run();
   return status;
 }

@@ -14,14 +14,14 @@
 
 namespace zavelo::command {
 
-/// The app of the guide beside the sandbox, with somebody else in the channel.
+/// The apps of the guides beside the sandbox, with another user in the channel.
 class FirstHour : public ::testing::Test {
  protected:
   void SetUp() override {
     std::ofstream(folder_ / "seed.json") << R"({
       "members": [{"zaveloId": "ann", "displayName": "Ann", "password": "secret"},
                   {"zaveloId": "bob", "displayName": "Bob", "password": "secret"}],
-      "streams": [{"owner": "bob", "slug": "soup", "streamTitle": "Soup", "tagId": 1}]})";
+      "streams": [{"owner": "bob", "slug": "soup", "streamTitle": "Soup", "tagId": 1, "status": "live"}]})";
     auto sandbox = sandbox::Sandbox::start(
         {.port = 0, .state = {}, .seed = folder_ / "seed.json", .brokerPort = 0});
     ASSERT_TRUE(sandbox) << sandbox.error();
@@ -29,10 +29,13 @@ class FirstHour : public ::testing::Test {
     rtm_ = sandbox_->rtmUrl().value_or("");
   }
 
-  [[nodiscard]] std::unique_ptr<ChildProcess> startApp(const std::string& password) const {
+  [[nodiscard]] std::unique_ptr<ChildProcess> startApp(const std::string& password,
+                                                       const std::string& app = ZAVELO_FIRST_HOUR,
+                                                       const std::string& user = "ann",
+                                                       const std::string& place = "soup") const {
     return start("/bin/sh",
-                 {"-c", "cd \"$1\" && shift && exec \"$@\"", "sh", (folder_ / "").string(),
-                  ZAVELO_FIRST_HOUR, sandbox_->url(), rtm_, "ann", password, "soup"});
+                 {"-c", "cd \"$1\" && shift && XDG_DATA_HOME=. HOME=. exec \"$@\"", "sh",
+                  (folder_ / "").string(), app, sandbox_->url(), rtm_, user, password, place});
   }
   [[nodiscard]] std::unique_ptr<ChildProcess> startBob(std::vector<std::string> arguments) const {
     arguments.insert(arguments.end(), {"--api", sandbox_->url(), "--store",

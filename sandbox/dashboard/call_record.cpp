@@ -65,6 +65,14 @@ json::Object formOf(const std::vector<FormPart>& form) {
   return {{"size", size}, {"contentType", "multipart/form-data"}, {"parts", std::move(parts)}};
 }
 
+/// The trace id of a W3C trace context: "00-<trace id>-<parent id>-<flags>".
+std::string traceIdOf(std::string_view header) {
+  const auto begin = header.find('-') + 1;
+  const auto end = header.find('-', begin);
+  if (begin == 0 || end == std::string_view::npos) return {};
+  return line(header.substr(begin, end - begin));
+}
+
 /// The `code` that an envelope begins with, if it is one.
 json::Value codeIn(std::string_view body) {
   constexpr std::string_view start = R"({"code":)";
@@ -90,6 +98,7 @@ CallRecord::CallRecord(const Arrival& arrival) : number_(arrival.number) {
               {"status", nullptr},
               {"code", nullptr},
               {"fault", ""},
+              {"traceId", traceIdOf(request.header("traceparent"))},
               {"sent", *sent.find("size")},
               {"received", nullptr}};
   detail_ = {{"query", line(request.query)},

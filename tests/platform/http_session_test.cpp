@@ -40,7 +40,13 @@ TEST(CurlHttpSession, HandsOverStatusHeadersAndBody) {
     connection.reply(404, "no such thing", "Set-Cookie: a=1\r\nset-cookie:b=2 \r\nX-Empty:\r\n");
   });
   CurlHttpSession session;
-  const auto reply = fetch(session, get(server.url()));
+  auto request = get(server.url());
+  EXPECT_EQ(fetch(session, request).times, std::nullopt);
+  request.isMeasured = true;
+  const auto reply = fetch(session, request);
+  ASSERT_TRUE(reply.times);
+  EXPECT_EQ(reply.times->receivedBytes, reply.body.size());
+  EXPECT_GT(reply.times->waiting.count(), 0);
   EXPECT_EQ(reply.status, 404);
   EXPECT_EQ(reply.body, "no such thing");
   EXPECT_FALSE(reply.failure);

@@ -164,9 +164,13 @@ TEST(DashboardTest, CallsAreShownWhileTheyAreCarriedOut) {
   const json::Object delay{
       {"endpoint", "/api/users/logout"}, {"fault", "delay"}, {"milliseconds", 600'000}};
   ASSERT_THAT(backend.post("/sandbox/faults", delay), HasCode(1));
-  std::thread caller([&] { (void)backend.post("/api/users/logout", {}, token); });
+  std::thread caller([&] {
+    (void)backend.send("POST", "/api/users/logout",
+                       {{"Authorization", "bearer " + token}, {"traceparent", "00-abc-1-01"}});
+  });
   EXPECT_THAT(eventsUntil(backend, R"("number":2)", {{"Last-Event-ID", start}}),
-              AllOf(HasSubstr(R"("number":1,)"), HasSubstr(R"("path":"/api/users/logout")")));
+              AllOf(HasSubstr(R"("traceId":"abc")"), HasSubstr(R"("number":1,)"),
+                    HasSubstr(R"("path":"/api/users/logout")")));
   EXPECT_THAT(logged(backend, 2),
               AllOf(HasSubstr(R"("caller":"ann")"), HasSubstr("bearer "),
                     HasSubstr(R"("milliseconds":null)"), HasSubstr(R"("responseBody":null)")));

@@ -156,6 +156,7 @@ bool CurlCall::ended(int code) {
   const auto received = gathered_.part();
   reply_ = gathered_.take();
   if (status > 0) reply_.status = static_cast<int>(status);
+  if (request_.isMeasured) reply_.times = measured();
   // Curl takes a connection that ends inside the header for the end of a reply without a body.
   if (code == CURLE_OK && received != CurlReplyPart::body) code = CURLE_RECV_ERROR;
   if (code == CURLE_OK) return wantsRedirect();
@@ -174,6 +175,28 @@ bool CurlCall::ended(int code) {
   if (outOfMemory_) code = CURLE_OUT_OF_MEMORY;
   reply_.failure = curlFailure({code, systemError, errorText_.data(), received}, request_.url);
   return false;
+}
+
+HttpTimes CurlCall::measured() const {
+  const auto info = [this](CURLINFO what) {
+    curl_off_t value = 0;
+    curl_easy_getinfo(easy, what, &value);
+    return std::max<curl_off_t>(value, 0);
+  };
+  const auto since = [](curl_off_t from, curl_off_t to) {
+    return std::chrono::microseconds(from > 0 && to > from ? to - from : 0);
+  };
+  const auto total = info(CURLINFO_TOTAL_TIME_T);
+  const auto ready = info(CURLINFO_PRETRANSFER_TIME_T);
+  const auto firstByte = info(CURLINFO_STARTTRANSFER_TIME_T);
+  const auto passed = std::chrono::duration_cast<std::chrono::microseconds>(
+      std::chrono::steady_clock::now() - start_);
+  return {.queued = std::max(passed - std::chrono::microseconds(total), {}),
+          .connecting = std::chrono::microseconds(ready > 0 ? ready : total),
+          .waiting = since(ready, firstByte),
+          .receiving = since(firstByte, total),
+          .sentBytes = static_cast<std::uint64_t>(info(CURLINFO_SIZE_UPLOAD_T)),
+          .receivedBytes = static_cast<std::uint64_t>(info(CURLINFO_SIZE_DOWNLOAD_T))};
 }
 
 void CurlCall::endedAtDeadline() {

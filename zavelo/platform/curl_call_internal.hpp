@@ -64,9 +64,11 @@ class CurlCall final : public HttpTask, public std::enable_shared_from_this<Curl
   void setOptions(const CurlHttpOptions& options);
   void setCallbacks();
   bool wantsRedirect();
+  [[nodiscard]] HttpTimes measured() const;
   void answer(HttpReply reply) noexcept;
 
   const std::weak_ptr<CurlLoop> loop_;
+  const Time start_ = std::chrono::steady_clock::now();
   HttpRequest request_;
   HttpReplyHandler done_;
   std::optional<Time> deadline_;

@@ -33,8 +33,8 @@ enum class ZVHTTPMethod : std::int64_t {
 [[nodiscard]] ZAVELO_EXPORT std::string_view methodName(ZVHTTPMethod method) noexcept;
 
 struct HttpHeader {
-  std::string name;
-  std::string value;
+  std::string name = {};
+  std::string value = {};
   bool operator==(const HttpHeader&) const = default;
 };
 
@@ -43,10 +43,10 @@ struct HttpHeader {
 
 /// One part of a multipart form (RFC 7578). A part without a file name is an ordinary field.
 struct HttpFormPart {
-  std::string name;
-  std::string data;
-  std::string fileName;
-  std::string mimeType;
+  std::string name = {};
+  std::string data = {};
+  std::string fileName = {};
+  std::string mimeType = {};
 };
 
 /// How much of a request's body was handed to the system, and its whole length, both in bytes.
@@ -58,10 +58,10 @@ struct HttpUpload {
 
 struct HttpRequest {
   ZVHTTPMethod method = ZVHTTPMethod::get;
-  std::string url;
-  std::vector<HttpHeader> headers;
+  std::string url = {};
+  std::vector<HttpHeader> headers = {};
   /// Nothing, the bytes of the body, or a form that the session encodes as multipart/form-data.
-  std::variant<std::monostate, std::string, std::vector<HttpFormPart>> body;
+  std::variant<std::monostate, std::string, std::vector<HttpFormPart>> body = {};
   /// A longer reply, measured after decompression, fails with `tooLarge`.
   std::size_t replyLimit = std::size_t{32} * 1024 * 1024;
   /// From `send` to the answer, the wait for a connection included; then the request fails with
@@ -71,6 +71,8 @@ struct HttpRequest {
   /// call to call; the last one, before the reply, has sent == total if everything was sent.
   /// Never called for a request without a body. What it throws is ignored.
   std::function<void(const HttpUpload&)> onUpload = {};
+  /// The reply shall have `times`, from a session that can measure them.
+  bool isMeasured = false;
 };
 
 struct HttpFailure {
@@ -85,16 +87,31 @@ struct HttpFailure {
     noResources,  ///< this machine has no thread, descriptor or memory left for the request
   };
   Kind kind = Kind::broken;
-  std::string description;  ///< for a person: what went wrong, and with which host
+  std::string description = {};  ///< for a person: what went wrong, and with which host
+};
+
+/// How long the parts of a request took, and what it moved. Of one that was redirected, the last
+/// part's.
+struct HttpTimes {
+  std::chrono::microseconds queued{};      ///< before anything was sent: no connection was free
+  std::chrono::microseconds connecting{};  ///< name, TCP and TLS; 0 on a connection that was open
+  std::chrono::microseconds waiting{};     ///< from the connection to the reply's first byte
+  std::chrono::microseconds receiving{};   ///< from there to the last one
+  std::uint64_t sentBytes = 0;             ///< of the body
+  std::uint64_t receivedBytes = 0;         ///< of the body as it travelled, compressed perhaps
+
+  bool operator==(const HttpTimes&) const = default;
 };
 
 /// What came of a request. A status of 404 is a successful transport; a failure may stand beside a
 /// status when the connection broke inside the body.
 struct HttpReply {
-  std::optional<int> status;  ///< absent: no HTTP response arrived
-  std::vector<HttpHeader> headers;
-  std::string body;
-  std::optional<HttpFailure> failure;
+  std::optional<int> status = {};  ///< absent: no HTTP response arrived
+  std::vector<HttpHeader> headers = {};
+  std::string body = {};
+  std::optional<HttpFailure> failure = {};
+  /// Absent: not asked for, or the session does not measure.
+  std::optional<HttpTimes> times = {};
 };
 
 /// A request under way.

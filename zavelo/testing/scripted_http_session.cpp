@@ -186,7 +186,11 @@ std::shared_ptr<HttpTask> ScriptedHttpSession::send(HttpRequest request, HttpRep
 }
 
 void ScriptedHttpSession::reply(int status, std::string body) {
-  state_->add(HttpReply{.status = status, .headers = {}, .body = std::move(body), .failure = {}});
+  reply(HttpReply{.status = status, .body = std::move(body)});
+}
+
+void ScriptedHttpSession::reply(HttpReply reply) {
+  state_->add(std::move(reply));
 }
 
 void ScriptedHttpSession::fail(HttpFailure failure) {

@@ -28,6 +28,8 @@ class ZAVELO_EXPORT ScriptedHttpSession final : public HttpSession {
   std::shared_ptr<HttpTask> send(HttpRequest request, HttpReplyHandler done) override;
 
   void reply(int status, std::string body);
+  /// The same with headers, times and whatever else a reply has.
+  void reply(HttpReply reply);
   void fail(HttpFailure failure);
   /// The next request's handler is destroyed uncalled, as by a client that lost the request.
   void lose();

@@ -38,7 +38,8 @@ async function copyCurl(call) {
 function paneOf(call, close) {
   const {summary, detail} = call;
   const isCall = summary.path !== '';
-  const facts = [exactTime(summary.at), !isPending(summary) && `${summary.milliseconds.toFixed(2)} ms`, summary.caller];
+  const facts = [exactTime(summary.at), !isPending(summary) && `${summary.milliseconds.toFixed(2)} ms`, summary.caller,
+    summary.traceId && `trace ${summary.traceId}`];
   return [
     element('header', {class: 'bar'},
       element('h2', {}, isCall ? `${summary.method} ${summary.path}` : 'Not a valid request'),

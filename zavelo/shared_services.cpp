@@ -16,6 +16,7 @@
 #include "zavelo/messaging/rtm_service.hpp"
 #include "zavelo/platform/deferred_calls.hpp"
 #include "zavelo/platform/platform.hpp"
+#include "zavelo/services/gift_service.hpp"
 #include "zavelo/services/product_service.hpp"
 #include "zavelo/services/setting_service.hpp"
 #include "zavelo/services/stream_service.hpp"
@@ -49,8 +50,8 @@ class Shared {
   std::atomic<bool> isMade_ = false;
 };
 
-/// The session of the shared API service until the user service takes over: whoever only watches
-/// streams has no store opened before the first request.
+/// The session of the shared API service until the user service takes over: an app that only
+/// watches streams has no store opened before the first request.
 class SessionAtFirstUse final : public ZVSessionSource {
  public:
   [[nodiscard]] std::optional<std::string> accessToken() const override {
@@ -94,6 +95,7 @@ struct detail::ServicesState {
   Shared<ZVSettingService> setting;
   Shared<ZVStreamService> stream;
   Shared<ZVProductService> product;
+  Shared<ZVGiftService> gift;
   Shared<ZVRTMService> rtm;
 };
 
@@ -132,19 +134,20 @@ const ZVCurrentUserSource& ZVCurrentUserSource::shared() {
 }
 const std::shared_ptr<ZVSettingService>& ZVSettingService::shared() {
   return services->setting.get([] {
-    return std::make_shared<ZVSettingService>(
-        ZVSettingService::Collaborators{ZVAPIService::sharedInstance(), ZVUserService::shared()});
+    return ZVSettingService::create({ZVAPIService::sharedInstance(), ZVUserService::shared()});
   });
 }
 const std::shared_ptr<ZVStreamService>& ZVStreamService::shared() {
   return services->stream.get([] {
-    return std::make_shared<ZVStreamService>(
-        ZVStreamService::Collaborators{ZVAPIService::sharedInstance(), platform::clock()});
+    return ZVStreamService::create({ZVAPIService::sharedInstance(), platform::clock()});
   });
 }
 const std::shared_ptr<ZVProductService>& ZVProductService::shared() {
   return services->product.get(
-      [] { return std::make_shared<ZVProductService>(ZVAPIService::sharedInstance()); });
+      [] { return ZVProductService::create({ZVAPIService::sharedInstance()}); });
+}
+const std::shared_ptr<ZVGiftService>& ZVGiftService::shared() {
+  return services->gift.get([] { return ZVGiftService::create({ZVAPIService::sharedInstance()}); });
 }
 const std::shared_ptr<ZVRTMService>& ZVRTMService::shared() {
   return services->rtm.get([] {
@@ -164,6 +167,9 @@ const std::shared_ptr<ZVStreamService>& ZaveloSDK::streamService() const {
 }
 const std::shared_ptr<ZVProductService>& ZaveloSDK::productService() const {
   return ZVProductService::shared();
+}
+const std::shared_ptr<ZVGiftService>& ZaveloSDK::giftService() const {
+  return ZVGiftService::shared();
 }
 const std::shared_ptr<ZVRTMService>& ZaveloSDK::rtmService() const {
   return ZVRTMService::shared();

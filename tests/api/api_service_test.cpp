@@ -56,7 +56,8 @@ class ApiService : public testing::ApiFixture {
       R"({"code":1,"data":{"accessToken":"new","refreshToken":"refresh-2","expires":"later"}})";
 
   const std::shared_ptr<FakeSession> session = std::make_shared<FakeSession>();
-  std::vector<ZVAPIResult<std::int64_t>> results;
+  using Results = std::vector<ZVAPIResult<std::int64_t>>;
+  Results results;
 };
 
 TEST_F(ApiService, SendsJsonWithTheTokenOnlyWhileThereIsOne) {
@@ -77,23 +78,26 @@ TEST_F(ApiService, SendsJsonWithTheTokenOnlyWhileThereIsOne) {
   queue->runDue();
 }
 
-TEST_F(ApiService, CallOptionsReachTheHttpSession) {
+TEST_F(ApiService, FieldsOfTheRequestRecordReachTheHttpSession) {
   signIn();
   std::vector<HttpUpload> uploads;
-  const auto callWith = [&](ZVCallOptions options) {
-    api->request<std::int64_t>("https://api.test/x", ZVHTTPMethod::post, json::Object{},
-                               ZVParameterEncoding::json, 0, {}, false, Level::simple,
-                               std::move(options),
-                               [this](auto result) { results.push_back(result); });
+  // A completion may own what it captures.
+  const auto callWith = [&](ZVEndpointRequest request) {
+    request.parameters = json::Object{};
+    api->request<std::int64_t>(
+        std::move(request),
+        [kept = std::make_unique<Results*>(&results)](auto result) { (*kept)->push_back(result); });
     return http->requests().back();
   };
-  const auto plain = callWith({});
+  const auto plain = callWith({.endpoint = ZVAPI::sendGift});
+  EXPECT_EQ(plain.url, "https://api.test/api/gifts/send-gift");
   EXPECT_EQ(plain.deadline, std::nullopt);
   EXPECT_EQ(plain.onUpload, nullptr);
   EXPECT_EQ(plain.replyLimit, HttpRequest().replyLimit);
 
   const auto given = callWith(
-      {.deadline = std::chrono::milliseconds(5),
+      {.endpoint = {"https://api.test/x", ZVHTTPMethod::post},
+       .deadline = std::chrono::milliseconds(5),
        .onProgress = [&](const HttpUpload& u) { uploads.push_back(u); },
        .headers = {{"accept", "*/*"}, {"content-type", "x"}, {"authorization", "x"}, {"X", "1"}},
        .replyLimit = 7});
@@ -178,6 +182,55 @@ TEST_F(ApiService, RenewsTheSessionAndSendsAgain) {
   EXPECT_EQ(sent(2), sent(0));
   EXPECT_EQ(session->refresh, "refresh-2");
   EXPECT_TRUE(heard.empty());
+}
+
+struct Reports final : ZVCallObserver {
+  void callEnded(const ZVCallReport& report) override { all.push_back(report); }
+  std::vector<ZVCallReport> all;
+};
+
+TEST_F(ApiService, AnObserverHasOneReportOfEachCallBeforeItsCompletion) {
+  const auto observer = std::make_shared<Reports>();
+  api->setCallObserver(observer);
+  api->setTracing(true);
+  signIn();
+  HttpReply refused{.status = 401, .times = HttpTimes{.sentBytes = 5, .receivedBytes = 1}};
+  refused.times->waiting = std::chrono::microseconds(30);
+  http->reply(refused);
+  http->reply(200, renewed);
+  HttpReply last{.status = 200, .body = R"({"code":1,"data":7})", .times = refused.times};
+  http->reply(last);
+  api->request<std::int64_t>({.endpoint = {"https://api.test/x?token=hush", ZVHTTPMethod::post}},
+                             [&](auto result) {
+                               EXPECT_EQ(observer->all.size(), 2U);
+                               results.push_back(result);
+                             });
+  clock->advance(std::chrono::milliseconds(12));
+  EXPECT_EQ(answer(), "7");
+  ASSERT_EQ(observer->all.size(), 2U);
+  EXPECT_EQ(observer->all[0].endpoint, "/api/users/refresh");
+  const ZVCallReport& report = observer->all[1];
+  EXPECT_EQ(report.endpoint, "/x");
+  EXPECT_EQ(report.error, std::nullopt);
+  EXPECT_EQ(report.status, 200);
+  EXPECT_EQ(report.duration, std::chrono::milliseconds(12));
+  EXPECT_EQ(report.times.waiting, std::chrono::microseconds(60));
+  EXPECT_EQ(report.times.sentBytes, 10U);
+  EXPECT_EQ(report.resends, 1);
+  EXPECT_EQ(report.traceId.size(), 32U);
+  for (const std::size_t sending : {0U, 2U})
+    EXPECT_TRUE(header(sending, "traceparent").starts_with("00-" + report.traceId + "-"));
+  EXPECT_NE(header(0, "traceparent"), header(2, "traceparent"));
+
+  api->setCallObserver(nullptr);
+  api->setTracing(false);
+  results.clear();
+  http->reply(200, R"({"code":1,"data":8})");
+  call();
+  EXPECT_EQ(answer(), "8");
+  EXPECT_EQ(observer->all.size(), 2U);
+  EXPECT_EQ(header(3, "traceparent"), "");
+  EXPECT_FALSE(http->requests().back().isMeasured);
 }
 
 TEST_F(ApiService, GivesUpAtTheThird401ButRenewsOnceMore) {
@@ -333,10 +386,9 @@ TEST_F(ApiService, DestroyingItAnswersEveryCallOnce) {
 TEST_F(ApiService, ADeadlineCoversTheRenewalAndTheRepetition) {
   const auto callWithin = [&](int milliseconds) {
     signIn();
-    ZVCallOptions options;
-    options.deadline = std::chrono::milliseconds(milliseconds);
-    api->request<std::int64_t>("u", ZVHTTPMethod::post, {}, ZVParameterEncoding::json, 0, {}, false,
-                               Level::none, options,
+    api->request<std::int64_t>({.endpoint = {"u", ZVHTTPMethod::post},
+                                .logLevel = Level::none,
+                                .deadline = std::chrono::milliseconds(milliseconds)},
                                [this](auto result) { results.push_back(result); });
     http->reply(401, "");
     queue->runDue();

@@ -62,9 +62,9 @@ class Broadcast : public ::testing::Test {
   }
   ZVAPIResult<Stream> create(const std::string& title) {
     return answerTo<Stream>([&](auto completion) {
-      streams.createStream(title, 1, 21.02, 105.85, "Hanoi", 720, "VN",
-                           ZVStreamScreenType::portrait, ZVStreamType::user, std::nullopt,
-                           std::move(completion));
+      streams->createStream(title, 1, 21.02, 105.85, "Hanoi", 720, "VN",
+                            ZVStreamScreenType::portrait, ZVStreamType::user, std::nullopt,
+                            std::move(completion));
     });
   }
   /// What the backend says of a parameter that it does not take.
@@ -79,8 +79,9 @@ class Broadcast : public ::testing::Test {
   const TemporaryFolder folder;
   const sandbox::Backend backend;
   App app{backend.sandbox->url(), folder / "store"};
-  ZVStreamService streams{{app.api, std::make_shared<SystemClock>()}};
-  ZVProductService products{app.api};
+  const std::shared_ptr<ZVStreamService> streams =
+      ZVStreamService::create({app.api, std::make_shared<SystemClock>()});
+  const std::shared_ptr<ZVProductService> products = ZVProductService::create({app.api});
 };
 
 TEST_F(Broadcast, TitleMayHoldAllOfUnicode) {
@@ -88,7 +89,7 @@ TEST_F(Broadcast, TitleMayHoldAllOfUnicode) {
   const auto created = create(title);
   ASSERT_TRUE(created.isOk()) << created.error().description;
   const auto detail = answerTo<Stream>([&](auto completion) {
-    streams.getStreamDetail(*created.data()->slug, std::move(completion));
+    streams->getStreamDetail(*created.data()->slug, std::move(completion));
   });
   EXPECT_EQ(detail.data()->title, title);
   EXPECT_EQ(detail.data()->publisher->userName, "mai");
@@ -96,11 +97,11 @@ TEST_F(Broadcast, TitleMayHoldAllOfUnicode) {
 
 TEST_F(Broadcast, BadParametersAreNamed) {
   using Page = std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>;
-  EXPECT_THAT(complaint<Stream>([&](auto done) { streams.getStreamDetail("", std::move(done)); }),
+  EXPECT_THAT(complaint<Stream>([&](auto done) { streams->getStreamDetail("", std::move(done)); }),
               HasSubstr("\"slug\""));
-  EXPECT_THAT(complaint<Page>([&](auto done) { products.getProducts(0, -1, std::move(done)); }),
+  EXPECT_THAT(complaint<Page>([&](auto done) { products->getProducts(0, -1, std::move(done)); }),
               HasSubstr("\"limit\""));
-  EXPECT_THAT(complaint<Page>([&](auto done) { products.getProducts(-7, 20, std::move(done)); }),
+  EXPECT_THAT(complaint<Page>([&](auto done) { products->getProducts(-7, 20, std::move(done)); }),
               HasSubstr("\"nextId\""));
   const auto titled = [&](const std::string& title) {
     const auto answer = create(title);
@@ -115,13 +116,13 @@ TEST_F(Broadcast, BadParametersAreNamed) {
 TEST_F(Broadcast, SavedChatIsReplayedFromTheAddressInTheStreamsRecord) {
   const auto slug = *create("t").data()->slug;
   const auto saved = answerTo<bool>([&](auto done) {
-    streams.saveChatHistory(slug,
-                            bytesOf(R"([{"messageType":1,"message":"hello","recordedTime":5000}])"),
-                            std::move(done));
+    streams->saveChatHistory(
+        slug, bytesOf(R"([{"messageType":1,"message":"hello","recordedTime":5000}])"),
+        std::move(done));
   });
   ASSERT_TRUE(saved.isOk()) << saved.error().description;
   const auto detail =
-      answerTo<Stream>([&](auto done) { streams.getStreamDetail(slug, std::move(done)); });
+      answerTo<Stream>([&](auto done) { streams->getStreamDetail(slug, std::move(done)); });
   std::optional<ZVRecordedMessages> chat;
   const ZaveloRecordedMessageDownloader downloader(
       *detail.data()->historyChat,
@@ -139,17 +140,17 @@ TEST_F(Broadcast, UploadThatIsNoJpegIsRefusedAndNothingIsStored) {
   const auto slug = *create("t").data()->slug;
   for (const std::string& file : {std::string(), std::string("\xFF\xD8\xFF no picture")}) {
     EXPECT_THAT(complaint<bool>([&](auto done) {
-                  streams.saveStreamCoverImage(slug, bytesOf(file), std::move(done));
+                  streams->saveStreamCoverImage(slug, bytesOf(file), std::move(done));
                 }),
                 HasSubstr("\"image\""));
   }
   const auto added = answerTo<std::shared_ptr<ZVStreamProduct>>([&](auto done) {
-    products.addProduct("n", 1, 1, std::nullopt, bytesOf("x"), "https://a.test/", std::nullopt,
-                        std::move(done));
+    products->addProduct("n", 1, 1, std::nullopt, bytesOf("x"), "https://a.test/", std::nullopt,
+                         std::move(done));
   });
   EXPECT_FALSE(added.isOk());
   const auto page = answerTo<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>>(
-      [&](auto done) { products.getProducts(0, 20, std::move(done)); });
+      [&](auto done) { products->getProducts(0, 20, std::move(done)); });
   EXPECT_EQ(page.data()->totalRecords, 0);
 }
 
@@ -159,7 +160,7 @@ TEST_F(Broadcast, AnswerOfAnotherTypeFailsAndSaysWhere) {
                            {{"endpoint", "/api/streams/detail"}, {"fault", "wrongType"}}),
               sandbox::HasCode(1));
   const auto detail =
-      answerTo<Stream>([&](auto done) { streams.getStreamDetail(slug, std::move(done)); });
+      answerTo<Stream>([&](auto done) { streams->getStreamDetail(slug, std::move(done)); });
   EXPECT_EQ(detail.error().type, ZVAPIErrorType::invalidData);
   EXPECT_THAT(detail.error().detail, HasSubstr("data."));
 }

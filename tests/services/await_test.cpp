@@ -134,7 +134,7 @@ TEST_F(Await, MessagingCallsAreAwaitedToo) {
   const auto enter = [](ZVRTMService& service, std::vector<std::string>& said) -> Task<> {
     if (!co_await service.connect(awaitable)) co_return;
     if (!co_await service.joinChannel("soup", awaitable)) co_return;
-    const auto members = co_await service.listMembersOfChannel("soup", awaitable);
+    const auto members = co_await service.getMembersOfChannel("soup", awaitable);
     said = members.value();
     const auto unknown = co_await service.writeChannel("nowhere", "x", awaitable);
     said.push_back(unknown ? "sent" : "refused");

@@ -11,14 +11,14 @@ using Words = std::vector<std::string>;
 class SettingOperations : public testing::UserFixture {
  protected:
   const std::shared_ptr<ZVUserService> user = makeService();
-  ZVSettingService setting{{api, user}};
+  const std::shared_ptr<ZVSettingService> setting = ZVSettingService::create({api, user});
   int answers = 0;
 };
 
 TEST_F(SettingOperations, WordsThatAreFetchedReplaceTheCacheAndAFailureLeavesIt) {
   const auto fetch = [&](const char* reply, const Words& expected) {
     http->reply(200, reply);
-    setting.getNaughtyWords([&](const auto&) {
+    setting->getNaughtyWords([&](const auto&) {
       EXPECT_EQ(user->naughtyWords(), expected) << "before the caller hears";
       ++answers;
     });
@@ -40,8 +40,8 @@ TEST_F(SettingOperations, TheVersionsOfTheConfigurationDifferInTheirPath) {
     ++answers;
   };
   for (int i = 0; i < 2; ++i) http->reply(200, R"({"code":1,"data":{"allowRecordChat":true}})");
-  setting.getSettingConfigV1(answer);
-  setting.getSettingConfigV2(answer);
+  setting->getSettingConfigV1(answer);
+  setting->getSettingConfigV2(answer);
   queue->runDue();
   EXPECT_EQ(answers, 2);
   EXPECT_EQ(http->requests()[0].url, "https://api.test/api/settings/configs");

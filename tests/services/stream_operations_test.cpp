@@ -32,8 +32,8 @@ class StreamOperations : public testing::ApiFixture {
     return fields;
   }
 
-  ZVStreamService stream{{api, clock}};
-  ZVProductService product{api};
+  const std::shared_ptr<ZVStreamService> stream = ZVStreamService::create({api, clock});
+  const std::shared_ptr<ZVProductService> product = ZVProductService::create({api});
   int answers = 0;
 };
 
@@ -53,47 +53,47 @@ TEST_F(StreamOperations, SendWhatTheBackendExpectsWhereItExpectsIt) {
   };
   const std::vector<Row> rows{
       {[&] {
-         stream.createStream("t", 4, 1.5, 2, "a", 720, "VN", ZVStreamScreenType::landscape,
-                             ZVStreamType::pk, std::nullopt, count);
+         stream->createStream("t", 4, 1.5, 2, "a", 720, "VN", ZVStreamScreenType::landscape,
+                              ZVStreamType::pk, std::nullopt, count);
        },
        "/api/streams/create", created},
-      {[&] { stream.getStreamDetail("s", count); }, "/api/streams/detail", slug},
-      {[&] { stream.getStreamDetailWithPWD("t", "p", count); }, "/api/streams/detail/pwd",
+      {[&] { stream->getStreamDetail("s", count); }, "/api/streams/detail", slug},
+      {[&] { stream->getStreamDetailWithPWD("t", "p", count); }, "/api/streams/detail/pwd",
        Object{{"title", "t"}, {"password", "p"}}},
-      {[&] { stream.updateStreamViewCount("s", count); }, "/api/streams/update-viewcount", slug},
-      {[&] { stream.getResumeStreamDetail("s", count); }, "/api/streams/resume-detail", slug},
-      {[&] { stream.beginStream("s", count); }, "/api/streams/begin", slug},
-      {[&] { stream.endStream("s", count); }, "/api/streams/end", slug},
-      {[&] { stream.getStreamStatistic("s", count); }, "/api/streams/statistic", slug},
-      {[&] { stream.likeStream("s", 3, true, count); }, "/api/streams/like",
+      {[&] { stream->updateStreamViewCount("s", count); }, "/api/streams/update-viewcount", slug},
+      {[&] { stream->getResumeStreamDetail("s", count); }, "/api/streams/resume-detail", slug},
+      {[&] { stream->beginStream("s", count); }, "/api/streams/begin", slug},
+      {[&] { stream->endStream("s", count); }, "/api/streams/end", slug},
+      {[&] { stream->getStreamStatistic("s", count); }, "/api/streams/statistic", slug},
+      {[&] { stream->likeStream("s", 3, true, count); }, "/api/streams/like",
        Object{{"slug", "s"}, {"count", 3}, {"isUnique", true}}},
-      {[&] { stream.getStreamTags(count); }, "/api/streams/like", std::nullopt},
-      {[&] { stream.reportStream("r", "s", count); }, "/api/streams/report",
+      {[&] { stream->getStreamTags(count); }, "/api/streams/like", std::nullopt},
+      {[&] { stream->reportStream("r", "s", count); }, "/api/streams/report",
        Object{{"reason", "r"}, {"slug", "s"}}},
-      {[&] { stream.unreportStream("s", count); }, "/api/streams/unreport", slug},
-      {[&] { stream.deleteStream("s", count); }, "/api/streams/delete", slug},
-      {[&] { stream.recordStream("s", count); }, "/api/streams/recording", slug},
-      {[&] { stream.leaveStream(7, "s", count); }, "/api/streams/leave-stream",
+      {[&] { stream->unreportStream("s", count); }, "/api/streams/unreport", slug},
+      {[&] { stream->deleteStream("s", count); }, "/api/streams/delete", slug},
+      {[&] { stream->recordStream("s", count); }, "/api/streams/recording", slug},
+      {[&] { stream->leaveStream(7, "s", count); }, "/api/streams/leave-stream",
        Object{{"streamUserId", 7}, {"slug", "s"}}},
-      {[&] { stream.getStreamFloatingTextPosition("s", count); }, "/api/streams/position", slug},
-      {[&] { stream.updateStreamFloatingTextPosition("d", "s", count); },
+      {[&] { stream->getStreamFloatingTextPosition("s", count); }, "/api/streams/position", slug},
+      {[&] { stream->updateStreamFloatingTextPosition("d", "s", count); },
        "/api/streams/update-position", data},
-      {[&] { stream.resumeStream("s", count); }, "/api/streams/resume", slug},
-      {[&] { stream.getStreamProductList("s", 5, -1, count); }, "/api/streams/products", page},
-      {[&] { stream.addStreamCoHost("s", 1, 2, 3, count); }, "/api/streams/add-co-host", coHost},
-      {[&] { stream.removeStreamCoHost("s", 1, 2, 3, count); }, "/api/streams/remove-co-host",
+      {[&] { stream->resumeStream("s", count); }, "/api/streams/resume", slug},
+      {[&] { stream->getStreamProductList("s", 5, -1, count); }, "/api/streams/products", page},
+      {[&] { stream->addStreamCoHost("s", 1, 2, 3, count); }, "/api/streams/add-co-host", coHost},
+      {[&] { stream->removeStreamCoHost("s", 1, 2, 3, count); }, "/api/streams/remove-co-host",
        coHost},
-      {[&] { stream.getCoHostCredits("s", count); }, "/api/streams/co-hosts-credits", slug},
-      {[&] { stream.getAudienceList("s", 5, -1, count); }, "/api/streams/viewer-list", page},
-      {[&] { stream.setPinnedMessage("s", "d", count); }, "/api/streams/update-pinned", data},
-      {[&] { stream.getPinnedMessage("s", count); }, "/api/streams/pinned", slug},
-      {[&] { stream.shareClickTracking("s", count); }, "/api/streams/share-click-tracking", slug},
-      {[&] { product.getProducts(0, 20, count); }, "/api/users/products",
+      {[&] { stream->getCoHostCredits("s", count); }, "/api/streams/co-hosts-credits", slug},
+      {[&] { stream->getAudienceList("s", 5, -1, count); }, "/api/streams/viewer-list", page},
+      {[&] { stream->setPinnedMessage("s", "d", count); }, "/api/streams/update-pinned", data},
+      {[&] { stream->getPinnedMessage("s", count); }, "/api/streams/pinned", slug},
+      {[&] { stream->shareClickTracking("s", count); }, "/api/streams/share-click-tracking", slug},
+      {[&] { product->getProducts(0, 20, count); }, "/api/users/products",
        Object{{"nextId", 0}, {"limit", 20}}},
-      {[&] { product.editProductOrder(9, "s", 2, count); }, "/api/products/edit-order",
+      {[&] { product->editProductOrder(9, "s", 2, count); }, "/api/products/edit-order",
        Object{{"productId", 9}, {"slug", "s"}, {"orderIndex", 2}}},
-      {[&] { product.deleteAllProduct(count); }, "/api/products/delete-all", Object{}},
-      {[&] { product.deleteProduct(9, count); }, "/api/products/delete", Object{{"productId", 9}}},
+      {[&] { product->deleteAllProduct(count); }, "/api/products/delete-all", Object{}},
+      {[&] { product->deleteProduct(9, count); }, "/api/products/delete", Object{{"productId", 9}}},
   };
   for (std::size_t i = 0; i < rows.size(); ++i) {
     http->reply(200, R"({"code":0})");
@@ -112,19 +112,19 @@ TEST_F(StreamOperations, UploadBytesAsOneFileBesideTheFields) {
   using Form = std::map<std::string, std::string>;
   const auto count = [this](const auto&) { ++answers; };
   for (int i = 0; i < 4; ++i) http->reply(200, R"({"code":1,"data":{}})");
-  stream.saveStreamCoverImage("s", bytesOf("jpeg"), count);
+  stream->saveStreamCoverImage("s", bytesOf("jpeg"), count);
   EXPECT_EQ(form(), (Form{{"slug", "s"}, {"image", "image.jpeg image/jpeg jpeg"}}));
   clock->advance(std::chrono::milliseconds(1'600'000'000'250));
-  stream.saveChatHistory("s", bytesOf("chat"), count);
+  stream->saveChatHistory("s", bytesOf("chat"), count);
   EXPECT_EQ(form(), (Form{{"slug", "s"}, {"historyChatFile", "1600000000.25 text/plain chat"}}));
-  product.addProduct("n", 10, 9.5, std::nullopt, bytesOf("jpeg"), "u", std::nullopt, count);
+  product->addProduct("n", 10, 9.5, std::nullopt, bytesOf("jpeg"), "u", std::nullopt, count);
   Form added{{"name", "n"},
              {"price", "10.0"},
              {"promotionPrice", "9.5"},
              {"url", "u"},
              {"image", "image.jpeg image/jpeg jpeg"}};
   EXPECT_EQ(form(), added);
-  product.editProduct(4, "n", 10, 9.5, "d", bytesOf("jpeg"), "u", "k", count);
+  product->editProduct(4, "n", 10, 9.5, "d", bytesOf("jpeg"), "u", "k", count);
   added.insert({{"id", "4"}, {"description", "d"}, {"sku", "k"}});
   EXPECT_EQ(form(), added);
   queue->runDue();
@@ -133,7 +133,7 @@ TEST_F(StreamOperations, UploadBytesAsOneFileBesideTheFields) {
 
 TEST_F(StreamOperations, AWrongTypeDeepInAListFailsTheWholeAndSaysWhere) {
   http->reply(200, R"({"code":1,"data":[{"userInfo":{"userId":1}},{"userInfo":{"userId":"2"}}]})");
-  stream.getAudienceList("s", 0, 20, [this](auto result) {
+  stream->getAudienceList("s", 0, 20, [this](auto result) {
     EXPECT_EQ(result.error().type, ZVAPIErrorType::invalidData);
     EXPECT_EQ(result.error().detail, "data[1].userInfo.userId: expected integer");
     ++answers;

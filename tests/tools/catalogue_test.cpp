@@ -60,9 +60,9 @@ TEST(Catalogue, ListsEveryOperationOfTheServicesWithItsArguments) {
     EXPECT_EQ(declared.size(), count) << group.name;
     EXPECT_EQ(listedOperations(group), declared);
   };
-  expectListed(userGroup(), "// What the API service asks", 17);
+  expectListed(userGroup(), "// The same with", 18);
   expectListed(settingGroup(), " private:", 3);
-  expectListed(streamGroup(), " private:", 28);
+  expectListed(streamGroup(), "// The same with", 28);
   expectListed(productGroup(), " private:", 6);
 }
 

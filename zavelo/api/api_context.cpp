@@ -4,6 +4,23 @@
 
 namespace zavelo::detail {
 
+void ApiContext::setCallObserver(std::shared_ptr<ZVCallObserver> observer) {
+  const std::lock_guard lock(mutex_);
+  isObserved_ = observer != nullptr;
+  callObserver_.swap(observer);
+}
+
+std::unique_ptr<CallMeter> ApiContext::meterOf(const ZVEndpointRequest& request) const {
+  if (!isObserved_) return nullptr;
+  std::shared_ptr<ZVCallObserver> observer;
+  {
+    const std::lock_guard lock(mutex_);
+    observer = callObserver_;
+  }
+  return observer ? std::make_unique<CallMeter>(std::move(observer), request.endpoint.url)
+                  : nullptr;
+}
+
 std::shared_ptr<ZVSessionSource> ApiContext::sessionSource() const {
   const std::lock_guard lock(mutex_);
   return sessionSource_.lock();

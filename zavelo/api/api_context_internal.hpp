@@ -8,11 +8,21 @@
 #include <vector>
 
 #include "zavelo/api/api_service.hpp"
+#include "zavelo/api/call_meter_internal.hpp"
 
 namespace zavelo::detail {
 
 class Exchange;
 class TokenRenewal;
+
+struct ApiRequest : ZVEndpointRequest {
+  /// The service's own log level goes in where the call has none.
+  ApiRequest(ZVEndpointRequest request, ZVAPILogLevel serviceLogLevel)
+      : ZVEndpointRequest(std::move(request)), level(logLevel.value_or(serviceLogLevel)) {}
+
+  ZVAPILogLevel level;
+  bool isRenewal = false;  ///< it buys new tokens: a 401 does not lead to another renewal
+};
 
 /// What the exchanges of one API service share. Outlives the service for as long as one of them is
 /// under way.
@@ -33,6 +43,11 @@ class ApiContext {
   std::atomic<bool> serviceIsGone{false};
   std::atomic<ZVAPIService::APILogLevel> serviceLogLevel{ZVAPIService::APILogLevel::simple};
   std::atomic<ZVSessionPolicy> sessionPolicy{ZVSessionPolicy::asSpecified};
+  std::atomic<bool> isTracing{false};
+
+  void setCallObserver(std::shared_ptr<ZVCallObserver> observer);
+  /// Null when calls are not observed.
+  [[nodiscard]] std::unique_ptr<CallMeter> meterOf(const ZVEndpointRequest& request) const;
 
   [[nodiscard]] std::shared_ptr<ZVSessionSource> sessionSource() const;
   void setSessionSource(std::weak_ptr<ZVSessionSource> source);
@@ -60,7 +75,9 @@ class ApiContext {
   ZVSessionId renewing_ = 0;
   std::weak_ptr<TokenRenewal> renewal_;  ///< of the session `renewing_`
 
+  std::atomic<bool> isObserved_{false};
   mutable std::mutex mutex_;  // guards what follows
+  std::shared_ptr<ZVCallObserver> callObserver_;
   std::weak_ptr<ZVSessionSource> sessionSource_;
   std::unordered_map<Exchange*, std::weak_ptr<Exchange>> exchanges_;
 };

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <utility>
 
 #include "zavelo/api/api_error.hpp"
+#include "zavelo/base/call_completion.hpp"
+#include "zavelo/base/misuse.hpp"
 #include "zavelo/base/result.hpp"
 
 namespace zavelo {
@@ -23,19 +24,37 @@ class ZVAPIResult {
   }
 
   [[nodiscard]] bool isOk() const noexcept { return state_.hasValue(); }
-  [[nodiscard]] const T& data() const& { return state_.value(); }
-  [[nodiscard]] T&& data() && { return std::move(state_).value(); }
+  /// Of an error: writes the error's text to standard error and aborts, in every build. Ask `isOk`
+  /// first.
+  [[nodiscard]] const T& data() const& { return expectOk(), state_.value(); }
+  [[nodiscard]] T&& data() && { return expectOk(), std::move(state_).value(); }
+  /// Of a success: aborts in the same way.
   [[nodiscard]] const ZVAPIError& error() const& { return state_.error(); }
 
  private:
   using State = Result<T, ZVAPIError>;
   explicit ZVAPIResult(State state) : state_(std::move(state)) {}
 
+  void expectOk() const {
+    if (!isOk()) detail::abortMisuse("data() of a failed call: " + error().description);
+  }
+
   State state_;
 };
 
-/// Called exactly once, on the main queue.
+/// Called exactly once, on the main queue. Move-only: it may own what it captures.
 template <class T>
-using ZVCompletion = std::function<void(ZVAPIResult<T>)>;
+using ZVCompletion = CallCompletion<ZVAPIResult<T>>;
+
+/// A call of the backend: to be cancelled, and with `awaitable` for a completion to be awaited.
+template <class T>
+using ZVAPICall = AwaitableCall<ZVAPIResult<T>>;
+
+template <class T>
+struct detail::CancelledResult<ZVAPIResult<T>> {
+  static ZVAPIResult<T> make() {
+    return ZVAPIResult<T>::error({ZVAPIErrorType::unknown, errorText::cancelled});
+  }
+};
 
 }  // namespace zavelo

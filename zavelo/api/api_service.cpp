@@ -23,6 +23,13 @@ OnProgress onMainQueue(std::weak_ptr<Queue> mainQueue, OnProgress onProgress) {
   };
 }
 
+ZVCall send(const std::shared_ptr<ApiContext>& context, detail::ApiRequest request,
+            std::unique_ptr<detail::EnvelopeSink> sink) {
+  const auto exchange = Exchange::create(context, std::move(request), std::move(sink));
+  exchange->send();
+  return ZVCall(exchange);
+}
+
 }  // namespace
 
 std::shared_ptr<ZVAPIService> ZVAPIService::create(const Collaborators& collaborators) {
@@ -37,17 +44,18 @@ ZVAPIService::~ZVAPIService() {
   for (const auto& exchange : context_->underWay()) exchange->onServiceEnd();
 }
 
-ZVCall ZVAPIService::start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink) {
-  request.options.onProgress = onMainQueue(mainQueue_, std::move(request.options.onProgress));
-  const auto exchange = Exchange::create(context_, std::move(request), std::move(sink));
-  exchange->send();
-  return ZVCall(exchange);
+ZVCall ZVAPIService::start(ZVEndpointRequest request, std::unique_ptr<detail::EnvelopeSink> sink) {
+  request.onProgress = onMainQueue(mainQueue_, std::move(request.onProgress));
+  return send(context_, {std::move(request), serviceLogLevel()}, std::move(sink));
 }
 
-ZVCall ZVAPIService::refreshToken(const std::string& refreshToken,
-                                  ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
-  return start(detail::renewalRequest(refreshToken),
-               detail::envelopeSink<std::shared_ptr<const ZVRefreshToken>>(std::move(completion)));
+ZVAPICall<std::shared_ptr<const ZVRefreshToken>> ZVAPIService::refreshToken(
+    const std::string& refreshToken,
+    ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
+  return detail::beginCall(mainQueue_, std::move(completion), [&](auto answer) {
+    return send(context_, detail::renewalRequest(refreshToken),
+                detail::envelopeSink<std::shared_ptr<const ZVRefreshToken>>(std::move(answer)));
+  });
 }
 
 void ZVAPIService::setSessionSource(std::weak_ptr<ZVSessionSource> source) {
@@ -68,6 +76,14 @@ ZVSessionPolicy ZVAPIService::sessionPolicy() const noexcept {
 
 void ZVAPIService::setSessionPolicy(ZVSessionPolicy policy) noexcept {
   context_->sessionPolicy = policy;
+}
+
+void ZVAPIService::setCallObserver(std::shared_ptr<ZVCallObserver> observer) {
+  context_->setCallObserver(std::move(observer));
+}
+
+void ZVAPIService::setTracing(bool isTracing) noexcept {
+  context_->isTracing = isTracing;
 }
 
 std::size_t ZVAPIService::callsUnderWay() const {

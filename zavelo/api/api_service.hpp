@@ -7,7 +7,8 @@
 #include <vector>
 
 #include "zavelo/api/api_result.hpp"
-#include "zavelo/api/call_options.hpp"
+#include "zavelo/api/call_observer.hpp"
+#include "zavelo/api/endpoint_request.hpp"
 #include "zavelo/api/envelope_sink.hpp"
 #include "zavelo/api/multi_part_data.hpp"
 #include "zavelo/api/session_source.hpp"
@@ -23,16 +24,8 @@ namespace zavelo {
 
 namespace detail {
 class ApiContext;
-struct ApiRequest;
+class EnvelopeSink;
 }  // namespace detail
-
-/// How parameters travel: as a JSON body; or URL-encoded, in the query of GET, HEAD and DELETE
-/// (before a fragment) and as an application/x-www-form-urlencoded body of the others.
-///
-/// URL-encoded are names and values percent-encoded but for letters, digits and "-._~" (RFC 3986
-/// section 2.3; a blank is %20, not "+"). A flag is 1 or 0, null is "null", the elements of a list
-/// go under "name[]", the members of an object under "name[member]".
-enum class ZVParameterEncoding { json, url };
 
 /// How a session is renewed after a 401.
 enum class ZVSessionPolicy {
@@ -56,14 +49,13 @@ enum class ZVSessionPolicy {
 /// Calls may be made from any thread. Completions and notifications arrive on the main queue.
 class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIService> {
  public:
-  /// How much of an exchange is logged. Tokens and passwords stand only in `full`.
-  enum class APILogLevel { none, simple, full };
+  using APILogLevel = ZVAPILogLevel;
 
   struct Collaborators {
-    std::shared_ptr<HttpSession> session;
-    std::shared_ptr<Queue> mainQueue;
-    std::shared_ptr<NotificationCentre> notifications;
-    std::shared_ptr<Clock> clock;
+    std::shared_ptr<HttpSession> session = {};
+    std::shared_ptr<Queue> mainQueue = {};
+    std::shared_ptr<NotificationCentre> notifications = {};
+    std::shared_ptr<Clock> clock = {};
   };
 
   [[nodiscard]] static std::shared_ptr<ZVAPIService> create(const Collaborators& collaborators);
@@ -77,29 +69,25 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
 
   /// Calls the backend; `completion` is called exactly once.
   ///
-  /// `retryCount` is how many renewals the call has been through (callers pass 0). With
-  /// `isMultiPart` the parameters become form fields beside `multipartData`.
-  ///
   /// The call belongs to the session in which it is made. If that session is over when the reply
   /// arrives, a 401 completes the call with `unauthorized`, and neither a 401 nor a code that ends
   /// a session touches the session that is current by then.
   template <class T>
-  ZVCall request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
-                 ZVParameterEncoding encoding, int retryCount,
-                 std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
-                 APILogLevel apiLogLevel, ZVCompletion<T> completion);
+  ZVAPICall<T> request(ZVEndpointRequest request, ZVCompletion<T> completion);
 
-  /// The same with a deadline, progress, headers of its own or another reply limit.
+  /// The same with the fields of the record one by one. `multipartData` counts only with
+  /// `isMultiPart`; callers pass 0 as `retryCount`.
   template <class T>
-  ZVCall request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
-                 ZVParameterEncoding encoding, int retryCount,
-                 std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
-                 APILogLevel apiLogLevel, ZVCallOptions options, ZVCompletion<T> completion);
+  ZVAPICall<T> request(std::string url, ZVHTTPMethod method, std::optional<json::Object> parameters,
+                       ZVParameterEncoding encoding, int retryCount,
+                       std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
+                       APILogLevel apiLogLevel, ZVCompletion<T> completion);
 
   /// Buys new tokens. Does not store them. The exchange is never cut short, as it may spend the
   /// refresh token: cancelling answers the caller, and the service's end lets it finish.
-  ZVCall refreshToken(const std::string& refreshToken,
-                      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
+  ZVAPICall<std::shared_ptr<const ZVRefreshToken>> refreshToken(
+      const std::string& refreshToken,
+      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
 
   /// The owner of the session; until it is set, and after it was destroyed, no user is signed in.
   void setSessionSource(std::weak_ptr<ZVSessionSource> source);
@@ -112,6 +100,14 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
   [[nodiscard]] ZVSessionPolicy sessionPolicy() const noexcept;
   void setSessionPolicy(ZVSessionPolicy policy) noexcept;
 
+  /// Receives a report of each call that begins from now on; null: none. An app without an observer
+  /// pays nothing.
+  void setCallObserver(std::shared_ptr<ZVCallObserver> observer);
+  /// Whether calls carry a `traceparent` header (W3C Trace Context) with a random trace id, by
+  /// which the backend's records and the observer's reports can be put together; false at first. A
+  /// call with a header of its own by that name keeps it.
+  void setTracing(bool isTracing) noexcept;
+
   /// Calls that have not completed yet, renewals included: what an app waits for before it sleeps.
   [[nodiscard]] std::size_t callsUnderWay() const;
 
@@ -122,57 +118,32 @@ class ZAVELO_EXPORT ZVAPIService : public std::enable_shared_from_this<ZVAPIServ
 
  private:
   explicit ZVAPIService(const Collaborators& collaborators);
-  ZVCall start(detail::ApiRequest request, std::unique_ptr<detail::EnvelopeSink> sink);
+  ZVCall start(ZVEndpointRequest request, std::unique_ptr<detail::EnvelopeSink> sink);
 
   const std::shared_ptr<Queue> mainQueue_;
   const std::shared_ptr<detail::ApiContext> context_;
 };
 
-namespace detail {
-
-/// A call as the caller worded it.
-struct ApiRequest {
-  std::string url;
-  ZVHTTPMethod method = ZVHTTPMethod::post;
-  std::optional<json::Object> parameters;
-  ZVParameterEncoding encoding = ZVParameterEncoding::json;
-  int retryCount = 0;
-  std::vector<ZVMultiPartData> multipartData;
-  bool isMultiPart = false;
-  ZVAPIService::APILogLevel logLevel = ZVAPIService::APILogLevel::simple;
-  bool isRenewal = false;  ///< it buys new tokens: a 401 does not lead to another renewal
-  ZVCallOptions options = {};
-};
-
-}  // namespace detail
-
 template <class T>
-ZVCall ZVAPIService::request(std::string url, ZVHTTPMethod method,
-                             std::optional<json::Object> parameters, ZVParameterEncoding encoding,
-                             int retryCount, std::vector<ZVMultiPartData> multipartData,
-                             bool isMultiPart, APILogLevel apiLogLevel,
-                             ZVCompletion<T> completion) {
-  return request<T>(std::move(url), method, std::move(parameters), encoding, retryCount,
-                    std::move(multipartData), isMultiPart, apiLogLevel, ZVCallOptions(),
-                    std::move(completion));
+ZVAPICall<T> ZVAPIService::request(ZVEndpointRequest request, ZVCompletion<T> completion) {
+  return detail::beginCall(mainQueue_, std::move(completion), [&](ZVCompletion<T> answer) {
+    return start(std::move(request), detail::envelopeSink<T>(std::move(answer)));
+  });
 }
 
 template <class T>
-ZVCall ZVAPIService::request(std::string url, ZVHTTPMethod method,
-                             std::optional<json::Object> parameters, ZVParameterEncoding encoding,
-                             int retryCount, std::vector<ZVMultiPartData> multipartData,
-                             bool isMultiPart, APILogLevel apiLogLevel, ZVCallOptions options,
-                             ZVCompletion<T> completion) {
-  return start({.url = std::move(url),
-                .method = method,
-                .parameters = std::move(parameters),
-                .encoding = encoding,
-                .retryCount = retryCount,
-                .multipartData = std::move(multipartData),
-                .isMultiPart = isMultiPart,
-                .logLevel = apiLogLevel,
-                .options = std::move(options)},
-               detail::envelopeSink<T>(std::move(completion)));
+ZVAPICall<T> ZVAPIService::request(std::string url, ZVHTTPMethod method,
+                                   std::optional<json::Object> parameters,
+                                   ZVParameterEncoding encoding, int retryCount,
+                                   std::vector<ZVMultiPartData> multipartData, bool isMultiPart,
+                                   APILogLevel apiLogLevel, ZVCompletion<T> completion) {
+  ZVEndpointRequest record{.endpoint = {std::move(url), method},
+                           .parameters = std::move(parameters),
+                           .encoding = encoding,
+                           .logLevel = apiLogLevel,
+                           .retryCount = retryCount};
+  if (isMultiPart) record.files = std::move(multipartData);
+  return request<T>(std::move(record), std::move(completion));
 }
 
 }  // namespace zavelo

@@ -35,7 +35,7 @@ template <class T>
 class EnvelopeSinkOf final : public EnvelopeSink {
  public:
   explicit EnvelopeSinkOf(ZVCompletion<T> completion)
-      : completion_([answer = std::move(completion)](ZVAPIResult<T> result) {
+      : completion_([answer = std::move(completion)](ZVAPIResult<T> result) mutable {
           if (answer) answer(std::move(result));
         }) {}
 

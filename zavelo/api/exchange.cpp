@@ -68,8 +68,9 @@ Exchange::Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
       request_(std::move(request)),
       session_(std::move(session)),
       start_(context_->clock->sinceBoot()),
-      deadline_(request_.options.deadline),
-      log_(context_->clock, request_.logLevel),
+      deadline_(request_.deadline),
+      log_(context_->clock, request_.level),
+      meter_(context_->meterOf(request_)),
       sink_(std::move(sink)),
       isRenewing_(request_.isRenewal) {}
 
@@ -85,7 +86,8 @@ bool Exchange::isAnswered() const noexcept {
 
 void Exchange::send() {
   auto headers = ApiContext::commonHeaders(session_);
-  log_.request(request_.method, request_.url, headers, request_.parameters);
+  if (context_->isTracing) headers.push_back({traceHeader, trace_.nextHeader()});
+  log_.request(request_.endpoint.method, request_.endpoint.url, headers, request_.parameters);
   auto http = httpRequest(request_, std::move(headers));
   auto queue = context_->mainQueue.lock();
   if (!queue) return;  // there is no queue left to answer on
@@ -95,6 +97,10 @@ void Exchange::send() {
     HttpReply unsent;
     unsent.failure = std::move(http).error();
     return relay(std::move(unsent));
+  }
+  if (meter_) {
+    http->isMeasured = true;
+    meter_->sent(http->headers);
   }
   auto task = context_->http->send(std::move(*http), std::move(relay));
   {
@@ -156,6 +162,7 @@ void Exchange::onReply(const std::optional<HttpReply>& reply) {
   status_ = reply ? reply->status : std::nullopt;
   isBroken_ = !reply || reply->failure;
   log_.reply(reply);
+  if (meter_) meter_->replied(reply);
   if (failIfInterrupted()) return;
   if (!reply) return printLogAndFail(ZVAPIErrorType::unknown, errorText::unknown);
   if (reply->status == unauthorizedStatus) return onUnauthorized();
@@ -178,7 +185,7 @@ void Exchange::onUnauthorized() {
 
 void Exchange::renew(std::shared_ptr<ZVSessionSource> source, ZVSession session) {
   const ApiRequest request = renewalRequest(*session.refreshToken);
-  log_.renewal(request.url, ApiContext::commonHeaders(session), *request.parameters);
+  log_.renewal(request.endpoint.url, ApiContext::commonHeaders(session), *request.parameters);
   isRenewing_ = true;
   if (const auto left = timeLeft())
     if (const auto queue = context_->mainQueue.lock())
@@ -190,10 +197,7 @@ void Exchange::renew(std::shared_ptr<ZVSessionSource> source, ZVSession session)
 }
 
 void Exchange::onRenewed(const TokenRenewal::Result& result) {
-  {
-    (void)0;
-    isRenewing_ = false;
-  }
+  isRenewing_ = false;
   if (!isOpen()) return;
   log_.renewalReply(result.gotResponse);
   if (failIfInterrupted()) return;
@@ -232,31 +236,34 @@ void Exchange::sendAgain() {
   ZVSession now = context_->session();
   if (now.id != session_.id) return fail({ZVAPIErrorType::unauthorized, errorText::unauthorized});
   session_ = std::move(now);
-  request_.options.deadline = timeLeft();
-  if (deadline_ && request_.options.deadline <= std::chrono::milliseconds(0))
+  request_.deadline = timeLeft();
+  if (deadline_ && request_.deadline <= std::chrono::milliseconds(0))
     return fail({ZVAPIErrorType::unknown, deadlineText(*deadline_)});
   if (!isResilient()) {
     request_.encoding = ZVParameterEncoding::json;
-    request_.multipartData.clear();
-    request_.logLevel = ZVAPIService::APILogLevel::full;
+    if (request_.files) request_.files->clear();
+    request_.level = ZVAPIService::APILogLevel::full;
   }
-  log_ = ExchangeLog(context_->clock, request_.logLevel);
+  log_ = ExchangeLog(context_->clock, request_.level);
   send();
 }
 
 void Exchange::readEnvelope(const HttpReply& reply) {
-  if (const auto fault = sink_->decode(reply.body)) return onUndecodable(reply, *fault);
+  const auto begin = meter_ ? context_->clock->sinceBoot() : start_;
+  const auto fault = sink_->decode(reply.body);
+  if (meter_) meter_->decoded(context_->clock->sinceBoot() - begin);
+  if (fault) return onUndecodable(reply, *fault);
   Verdict verdict = sink_->verdict();
   endSession(verdict.sessionEnd);
   if (verdict.error) return fail(std::move(*verdict.error));
   if (!sink_->hasData())
     return fail({ZVAPIErrorType::invalidData, errorText::invalidData, "data: absent"});
-  std::exchange(sink_, nullptr)->ok();
+  ended(std::nullopt)->ok();
 }
 
 void Exchange::onUndecodable(const HttpReply& reply, const json::Error& fault) {
-  if (request_.logLevel != ZVAPIService::APILogLevel::none)
-    ZVLog::e(request_.url + ": " + fault.text(), ZVLogPosition("readEnvelope()"));
+  if (request_.level != ZVAPIService::APILogLevel::none)
+    ZVLog::e(request_.endpoint.url + ": " + fault.text(), ZVLogPosition("readEnvelope()"));
   if (isResilient()) {
     Verdict verdict = judgeWithoutData(reply.body);
     endSession(verdict.sessionEnd);
@@ -282,7 +289,14 @@ void Exchange::printLogAndFail(ZVAPIErrorType type, std::string description) {
 }
 
 void Exchange::fail(ZVAPIError error) {
-  std::exchange(sink_, nullptr)->error(std::move(error));
+  const auto sink = ended(error.type);
+  sink->error(std::move(error));
+}
+
+std::unique_ptr<EnvelopeSink> Exchange::ended(std::optional<ZVAPIErrorType> error) {
+  auto sink = std::exchange(sink_, nullptr);
+  if (meter_) meter_->ended(error, context_->clock->sinceBoot() - start_);
+  return sink;
 }
 
 }  // namespace zavelo::detail

@@ -68,6 +68,8 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
   bool failIfInterrupted();
   void printLogAndFail(ZVAPIErrorType type, std::string description);
   void fail(ZVAPIError error);
+  /// Gives the sink away, which is to be answered at once.
+  [[nodiscard]] std::unique_ptr<EnvelopeSink> ended(std::optional<ZVAPIErrorType> error);
 
   const std::shared_ptr<ApiContext> context_;
   ApiRequest request_;
@@ -75,6 +77,8 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
   const std::chrono::nanoseconds start_;  ///< of the clock that counts from the boot
   const std::optional<std::chrono::milliseconds> deadline_;
   ExchangeLog log_;
+  const std::unique_ptr<CallMeter> meter_;  ///< null when calls are not observed
+  TraceContext trace_;
   std::unique_ptr<EnvelopeSink> sink_;  ///< null once answered
   std::optional<int> status_;
   bool isBroken_ = false;  ///< the transport failed, perhaps in the middle of the reply

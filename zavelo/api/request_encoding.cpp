@@ -91,9 +91,9 @@ std::string withQuery(std::string url, const std::string& query) {
   return url.insert(end, (hasQuery ? '&' : '?') + query);
 }
 
-Status<HttpFailure> encodeForm(const ApiRequest& request, HttpRequest& http) {
+Status<HttpFailure> encodeForm(const ZVEndpointRequest& request, HttpRequest& http) {
   std::vector<HttpFormPart> parts;
-  for (const ZVMultiPartData& file : request.multipartData)
+  for (const ZVMultiPartData& file : *request.files)
     parts.push_back({file.name,
                      {reinterpret_cast<const char*>(file.data.data()), file.data.size()},
                      file.fileName,
@@ -107,12 +107,12 @@ Status<HttpFailure> encodeForm(const ApiRequest& request, HttpRequest& http) {
   return noFailure;
 }
 
-Status<HttpFailure> encodeParameters(const ApiRequest& request, HttpRequest& http) {
+Status<HttpFailure> encodeParameters(const ZVEndpointRequest& request, HttpRequest& http) {
   if (!request.parameters) return noFailure;
   const bool json = request.encoding == ZVParameterEncoding::json;
   auto text = json ? jsonText(*request.parameters) : urlEncoded(*request.parameters);
   if (!text) return Failure{std::move(text).error()};
-  if (!json && carriesParametersInUrl(request.method)) {
+  if (!json && carriesParametersInUrl(request.endpoint.method)) {
     http.url = withQuery(std::move(http.url), *text);
     return noFailure;
   }
@@ -143,17 +143,16 @@ std::vector<HttpHeader> merged(std::vector<HttpHeader> headers,
 
 }  // namespace
 
-Result<HttpRequest, HttpFailure> httpRequest(const ApiRequest& request,
+Result<HttpRequest, HttpFailure> httpRequest(const ZVEndpointRequest& request,
                                              std::vector<HttpHeader> headers) {
   HttpRequest http;
-  http.method = request.method;
-  http.url = request.url;
-  const ZVCallOptions& options = request.options;
-  http.headers = merged(std::move(headers), options.headers);
-  http.deadline = options.deadline;
-  http.onUpload = options.onProgress;
-  if (options.replyLimit) http.replyLimit = *options.replyLimit;
-  auto encoded = request.isMultiPart ? encodeForm(request, http) : encodeParameters(request, http);
+  http.method = request.endpoint.method;
+  http.url = request.endpoint.url;
+  http.headers = merged(std::move(headers), request.headers);
+  http.deadline = request.deadline;
+  http.onUpload = request.onProgress;
+  if (request.replyLimit) http.replyLimit = *request.replyLimit;
+  auto encoded = request.files ? encodeForm(request, http) : encodeParameters(request, http);
   if (!encoded) return Failure{std::move(encoded).error()};
   return http;
 }

@@ -8,7 +8,7 @@ namespace zavelo::detail {
 
 /// The HTTP request of a call: a JSON body, a URL-encoded one or a multipart form. Fails when the
 /// parameters hold what the encoding cannot say.
-[[nodiscard]] Result<HttpRequest, HttpFailure> httpRequest(const ApiRequest& request,
+[[nodiscard]] Result<HttpRequest, HttpFailure> httpRequest(const ZVEndpointRequest& request,
                                                            std::vector<HttpHeader> headers);
 
 }  // namespace zavelo::detail

@@ -15,10 +15,9 @@ bool hasAccessToken(const ZVRefreshToken& tokens) {
 }  // namespace
 
 ApiRequest renewalRequest(const std::string& refreshToken) {
-  ApiRequest request;
-  request.url = ZVAPI(ZVAPI::refreshUserToken).url();
-  request.parameters = json::Object{{"refreshToken", refreshToken}};
-  request.logLevel = ZVAPIService::APILogLevel::none;
+  ApiRequest request({.endpoint = ZVAPI::refreshUserToken,
+                      .parameters = json::Object{{"refreshToken", refreshToken}}},
+                     ZVAPILogLevel::none);
   request.isRenewal = true;
   return request;
 }

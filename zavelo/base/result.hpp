@@ -1,8 +1,10 @@
 #pragma once
 
-#include <cassert>
+#include <cstddef>
 #include <utility>
 #include <variant>
+
+#include "zavelo/base/misuse.hpp"
 
 namespace zavelo {
 
@@ -14,7 +16,8 @@ struct Failure {
 template <class E>
 Failure(E) -> Failure<E>;
 
-/// Either a value or the reason why there is none. Never both, never neither.
+/// Either a value or the reason why there is none. Never both, never neither. To ask for the one
+/// that it does not hold writes a message to standard error and aborts, in every build.
 ///
 ///     Result<Session, Error> opened = open(path);
 ///     if (!opened) return Failure{std::move(opened).error()};
@@ -43,7 +46,9 @@ class [[nodiscard]] Result {
  private:
   template <std::size_t Index, class Self>
   static auto& checked(Self& self) {
-    assert(self.state_.index() == Index && "asked a Result for what it does not hold");
+    if (self.state_.index() != Index)
+      detail::abortMisuse(Index == 0 ? "value() of a Result that holds an error"
+                                     : "error() of a Result that holds a value");
     return *std::get_if<Index>(&self.state_);
   }
 

@@ -4,7 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "zavelo/base/call_completion.hpp"
 #include "zavelo/base/export.hpp"
+#include "zavelo/base/result.hpp"
 
 namespace zavelo {
 
@@ -49,6 +51,11 @@ struct ZAVELO_EXPORT ZVError {
   [[nodiscard]] std::string description() const;
 
   bool operator==(const ZVError&) const = default;
+};
+
+template <class T>
+struct detail::CancelledResult<Result<T, ZVError>> {
+  static Result<T, ZVError> make() { return Failure{ZVError::rtm("cancelled")}; }
 };
 
 }  // namespace zavelo

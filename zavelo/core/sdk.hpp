@@ -8,6 +8,7 @@
 
 namespace zavelo {
 
+class ZVGiftService;
 class ZVProductService;
 class ZVRTMService;
 class ZVSettingService;
@@ -34,6 +35,7 @@ class ZAVELO_EXPORT ZaveloSDK {
   [[nodiscard]] const std::shared_ptr<ZVSettingService>& settingService() const;
   [[nodiscard]] const std::shared_ptr<ZVStreamService>& streamService() const;
   [[nodiscard]] const std::shared_ptr<ZVProductService>& productService() const;
+  [[nodiscard]] const std::shared_ptr<ZVGiftService>& giftService() const;
   [[nodiscard]] const std::shared_ptr<ZVRTMService>& rtmService() const;
 
  private:

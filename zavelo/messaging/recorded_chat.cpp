@@ -178,16 +178,22 @@ ZaveloRecordedMessageDownloader::Collaborators::ofPlatform() {
   return {platform::httpSession(), platform::mainQueue(), platform::backgroundQueue()};
 }
 
-void ZaveloRecordedMessageDownloader::download(
-    UniqueFunction<void(ZVRecordedMessages)> completion) const {
-  start(historyChatFileUrl, with_, Telling::log,
-        [completion = std::move(completion)](Loaded loaded) mutable {
-          completion(orNone(std::move(loaded)));
-        });
+AwaitableCall<ZVRecordedMessages> ZaveloRecordedMessageDownloader::download(
+    CallCompletion<ZVRecordedMessages> completion) const {
+  return detail::beginCall(with_.mainQueue, std::move(completion), [&](auto answer) {
+    start(
+        historyChatFileUrl, with_, Telling::log,
+        [answer = std::move(answer)](Loaded loaded) mutable { answer(orNone(std::move(loaded))); });
+    return ZVCall();
+  });
 }
 
-void ZaveloRecordedMessageDownloader::load(UniqueFunction<void(Loaded)> completion) const {
-  start(historyChatFileUrl, with_, Telling::callerAlone, std::move(completion));
+AwaitableCall<Loaded> ZaveloRecordedMessageDownloader::load(
+    CallCompletion<Loaded> completion) const {
+  return detail::beginCall(with_.mainQueue, std::move(completion), [&](auto answer) {
+    start(historyChatFileUrl, with_, Telling::callerAlone, std::move(answer));
+    return ZVCall();
+  });
 }
 
 }  // namespace zavelo

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "zavelo/base/call_completion.hpp"
 #include "zavelo/base/export.hpp"
 #include "zavelo/base/result.hpp"
-#include "zavelo/base/unique_function.hpp"
 #include "zavelo/messaging/stream_message.hpp"
 #include "zavelo/platform/http_session.hpp"
 #include "zavelo/platform/queue.hpp"
@@ -54,17 +54,22 @@ class ZAVELO_EXPORT ZaveloRecordedMessageDownloader {
   /// queue: with the events as `ZVRecordedMessageDecoder` orders them, or with none when the
   /// address is none, its content cannot be read whole (an HTTP status of failure included), or is
   /// no chat.
-  void download(UniqueFunction<void(ZVRecordedMessages)> completion) const;
+  AwaitableCall<ZVRecordedMessages> download(CallCompletion<ZVRecordedMessages> completion) const;
 
   /// The events, or one sentence that says why there are none: "[3].message: expected text".
   using Loaded = Result<ZVRecordedMessages, std::string>;
   /// The same for an app that wants to tell its user; nothing goes to the log.
-  void load(UniqueFunction<void(Loaded)> completion) const;
+  AwaitableCall<Loaded> load(CallCompletion<Loaded> completion) const;
 
   std::string historyChatFileUrl;
 
  private:
   Collaborators with_;
+};
+
+template <class T>
+struct detail::CancelledResult<Result<T, std::string>> {
+  static Result<T, std::string> make() { return Failure{std::string("cancelled")}; }
 };
 
 }  // namespace zavelo

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "zavelo/base/call.hpp"
+#include "zavelo/base/call_completion.hpp"
 #include "zavelo/base/result.hpp"
 #include "zavelo/core/error.hpp"
 #include "zavelo/core/log.hpp"
@@ -56,15 +55,15 @@ class RtmCall final : public Cancellable {
  public:
   using Answer = Result<T, ZVError>;
 
-  RtmCall(std::shared_ptr<Queue> queue, std::function<void(Answer)> completion)
+  RtmCall(std::shared_ptr<Queue> queue, CallCompletion<Answer> completion)
       : queue_(std::move(queue)), completion_(std::move(completion)) {}
   ~RtmCall() override { answer(Failure{ZVError::rtm("Messaging has ended")}); }
 
   void answer(Answer answer) {
-    std::function<void(Answer)> completion;
+    CallCompletion<Answer> completion;
     {
       const std::lock_guard lock(mutex_);
-      completion.swap(completion_);
+      std::swap(completion, completion_);
     }
     if (!completion) return;
     queue_->post([completion = std::move(completion), answer = std::move(answer)]() mutable {
@@ -76,7 +75,7 @@ class RtmCall final : public Cancellable {
  private:
   const std::shared_ptr<Queue> queue_;
   std::mutex mutex_;
-  std::function<void(Answer)> completion_;
+  CallCompletion<Answer> completion_;
 };
 
 }  // namespace zavelo::detail

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -12,9 +11,10 @@
 #include <variant>
 #include <vector>
 
-#include "zavelo/base/call.hpp"
+#include "zavelo/base/call_completion.hpp"
 #include "zavelo/base/export.hpp"
 #include "zavelo/base/result.hpp"
+#include "zavelo/base/unique_function.hpp"
 #include "zavelo/core/error.hpp"
 #include "zavelo/messaging/after_worker.hpp"
 #include "zavelo/messaging/agora_rtm_kit.hpp"
@@ -52,12 +52,12 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
                                         public AgoraRtmChannelDelegate,
                                         public std::enable_shared_from_this<ZVRTMClient> {
  public:
-  using Success = std::function<void()>;
-  using Fail = std::function<void(const ZVError&)>;
-  using Members = std::function<void(std::vector<std::string>)>;
+  using Success = SharedFunction<void()>;
+  using Fail = SharedFunction<void(const ZVError&)>;
+  using Members = SharedFunction<void(std::vector<std::string>)>;
   /// Answered once, on the main queue; also when the call is cancelled, or the client is gone.
   template <class T>
-  using Completion = std::function<void(Result<T, ZVError>)>;
+  using Completion = CallCompletion<Result<T, ZVError>>;
 
   struct Collaborators {
     AgoraRtmKitFactory makeKit;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "zavelo/base/export.hpp"
@@ -10,16 +11,16 @@ namespace zavelo {
 
 /// A text that came from one user: `ZaveloDidReceivePeerMessage`.
 struct ZVRTMPeerMessage {
-  std::string peerId;
-  std::string message;
+  std::string peerId = {};
+  std::string message = {};
 
   bool operator==(const ZVRTMPeerMessage&) const = default;
 };
 
 /// A text that came in a channel: `ZaveloDidReceiveChannelMessage`.
 struct ZVRTMChannelMessage {
-  std::string channelId;
-  std::string message;
+  std::string channelId = {};
+  std::string message = {};
   /// The user who sent it, for whom the engine vouches; what the message says of itself anybody can
   /// write (`ZVStreamMessage::isFrom`).
   std::string senderId{};
@@ -29,11 +30,15 @@ struct ZVRTMChannelMessage {
 
 /// Who joined or left a channel: `ZaveloUserDidLeaveChannel`, for both.
 struct ZVRTMChannelMember {
-  std::string channelId;
-  std::string userId;
+  std::string channelId = {};
+  std::string userId = {};
 
   bool operator==(const ZVRTMChannelMember&) const = default;
 };
+
+/// A messaging call: to be cancelled, and with `awaitable` for a completion to be awaited.
+template <class T>
+using ZVRTMCall = AwaitableCall<Result<T, ZVError>>;
 
 /// The connection, for an app that wants to name no more than that.
 class ZVSocketProtocol {
@@ -92,26 +97,40 @@ class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate,
   /// The same with options, like taking part without being listed.
   void joinChannel(const std::string& channelId, const AgoraRtmJoinOptions& options,
                    Success success = {}, Fail fail = {});
+
   // Whose completion is answered in every case, once, on the main queue: also for a channel that is
-  // not joined. They can be cancelled.
+  // not joined, or where no user is signed in. They can be cancelled, which takes back neither a
+  // login nor a join.
+
+  template <class T>
+  using Completion = ZVRTMClient::Completion<T>;
+
+  ZVRTMCall<std::monostate> connect(Completion<std::monostate> completion);
+  ZVRTMCall<std::monostate> joinChannel(const std::string& channelId,
+                                        Completion<std::monostate> completion);
+  ZVRTMCall<std::monostate> joinChannel(const std::string& channelId,
+                                        const AgoraRtmJoinOptions& options,
+                                        Completion<std::monostate> completion);
+  ZVRTMCall<std::monostate> writeChannel(const std::string& channelId, const std::string& message,
+                                         Completion<std::monostate> completion);
+  ZVRTMCall<std::monostate> write(const std::string& message, const std::string& peerId,
+                                  Completion<std::monostate> completion);
+  /// `completion` is `awaitable`, or a function whose parameter's type is written, as in
+  /// `[](Result<std::vector<std::string>, ZVError>)`: one of `auto` is taken for a `Members`.
   template <class F>
-  requires(!std::is_invocable_v<F&> &&
-           std::is_constructible_v<ZVRTMClient::Completion<std::monostate>, F>) ZVCall
-      writeChannel(const std::string& channelId, const std::string& message, F completion) {
-    return rtmClient_->writeChannel(channelId, message, std::move(completion));
-  }
-  /// The parameter's type is to be written, as in `[](Result<std::vector<std::string>, ZVError>)`:
-  /// a function of `auto` is taken for a `Members`.
-  template <Takes<Result<std::vector<std::string>, ZVError>> F>
-  ZVCall getMembersOfChannel(const std::string& channel, F completion) {
-    return rtmClient_->getMembersOfChannel(channel, std::move(completion));
+  requires(Takes<F, Result<std::vector<std::string>, ZVError>> || std::is_same_v<F, Awaitable>)
+      ZVRTMCall<std::vector<std::string>> getMembersOfChannel(const std::string& channel,
+                                                              F completion) {
+    return listMembers(channel, std::move(completion));
   }
   /// How many are in a channel, without a list of them.
-  ZVCall countMembersOfChannel(const std::string& channel,
-                               ZVRTMClient::Completion<AgoraRtmMemberCount> completion);
+  ZVRTMCall<AgoraRtmMemberCount> countMembersOfChannel(const std::string& channel,
+                                                       Completion<AgoraRtmMemberCount> completion);
 
   /// How messaging is doing now; `ZaveloRTMStatusDidChange` is posted at each change.
   [[nodiscard]] ZVRTMStatus status() const { return rtmClient_->status(); }
+
+  [[nodiscard]] ZVRTMCounters counters() const;
 
   // What the device tells the app.
 
@@ -133,9 +152,21 @@ class ZAVELO_EXPORT ZVRTMService final : public ZVRTMClientDelegate,
 
  private:
   explicit ZVRTMService(ZVRTMClient::Collaborators collaborators);
+  /// A call that is answered by the callbacks that `begin` is given.
+  template <class Begin>
+  ZVRTMCall<std::monostate> callbackCall(Completion<std::monostate> completion, Begin begin);
+  ZVRTMCall<std::vector<std::string>> listMembers(const std::string& channel,
+                                                  Completion<std::vector<std::string>> completion);
+  void count(const ZVRTMStatus& status);
 
+  const std::shared_ptr<Queue> mainQueue_;
   const std::shared_ptr<NotificationCentre> notifications_;
   const std::shared_ptr<ZVRTMClient> rtmClient_;
+
+  mutable std::mutex countersMutex_;  // guards what follows
+  ZVRTMCounters counters_;
+  bool wasConnected_ = false;
+  ZVRTMStatus last_;
 };
 
 }  // namespace zavelo

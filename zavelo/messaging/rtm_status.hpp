@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -38,6 +39,19 @@ struct ZVRTMStatus {
   std::map<std::string, Channel> channels{};
   /// Texts that were not passed on, as they were too long or no UTF-8.
   std::size_t droppedTexts = 0;
+};
+
+/// What messaging has done since its service was made, for an app's metrics. What a crowd's events
+/// became on their way to the screen counts `ZVChatBatcher::counters()`.
+struct ZVRTMCounters {
+  std::uint64_t channelTexts = 0;   ///< received
+  std::uint64_t peerTexts = 0;      ///< received
+  std::uint64_t reconnects = 0;     ///< of the login, after it was connected before
+  std::uint64_t interruptions = 0;  ///< of joined channels
+  std::uint64_t givenUp = 0;        ///< channels that the service refused for good
+  std::uint64_t droppedTexts = 0;   ///< as in `ZVRTMStatus`
+
+  bool operator==(const ZVRTMCounters&) const = default;
 };
 
 }  // namespace zavelo

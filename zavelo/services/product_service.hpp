@@ -19,27 +19,36 @@ namespace zavelo {
 /// Any thread. Completions arrive on the main queue, exactly once.
 class ZAVELO_EXPORT ZVProductService {
  public:
-  explicit ZVProductService(std::shared_ptr<ZVAPIService> service) : service_(std::move(service)) {}
+  struct Collaborators {
+    std::shared_ptr<ZVAPIService> service = {};
+  };
+
+  [[nodiscard]] static std::shared_ptr<ZVProductService> create(Collaborators collaborators);
   [[nodiscard]] static const std::shared_ptr<ZVProductService>& shared();
 
-  ZVCall getProducts(std::int64_t nextId, std::int64_t limit,
-                     ZVCompletion<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>> completion);
-  ZVCall editProductOrder(std::int64_t productId, const std::string& slug, std::int64_t orderIndex,
-                          ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>> getProducts(
+      std::int64_t nextId, std::int64_t limit,
+      ZVCompletion<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>> completion);
+  ZVAPICall<bool> editProductOrder(std::int64_t productId, const std::string& slug,
+                                   std::int64_t orderIndex, ZVCompletion<bool> completion);
   /// Answers the product as it is stored. What is absent is left out.
-  ZVCall addProduct(const std::string& name, double price, double promotionPrice,
-                    const std::optional<std::string>& description, std::vector<std::byte> image,
-                    const std::string& url, const std::optional<std::string>& sku,
-                    ZVCompletion<std::shared_ptr<ZVStreamProduct>> completion);
-  ZVCall editProduct(std::int64_t id, const std::string& name, double price, double promotionPrice,
-                     const std::optional<std::string>& description, std::vector<std::byte> image,
-                     const std::string& url, const std::optional<std::string>& sku,
-                     ZVCompletion<std::shared_ptr<ZVStreamProduct>> completion);
-  ZVCall deleteAllProduct(ZVCompletion<bool> completion);
-  ZVCall deleteProduct(std::int64_t productId, ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<ZVStreamProduct>> addProduct(
+      const std::string& name, double price, double promotionPrice,
+      const std::optional<std::string>& description, std::vector<std::byte> image,
+      const std::string& url, const std::optional<std::string>& sku,
+      ZVCompletion<std::shared_ptr<ZVStreamProduct>> completion);
+  ZVAPICall<std::shared_ptr<ZVStreamProduct>> editProduct(
+      std::int64_t id, const std::string& name, double price, double promotionPrice,
+      const std::optional<std::string>& description, std::vector<std::byte> image,
+      const std::string& url, const std::optional<std::string>& sku,
+      ZVCompletion<std::shared_ptr<ZVStreamProduct>> completion);
+  ZVAPICall<bool> deleteAllProduct(ZVCompletion<bool> completion);
+  ZVAPICall<bool> deleteProduct(std::int64_t productId, ZVCompletion<bool> completion);
 
  private:
-  const std::shared_ptr<ZVAPIService> service_;
+  explicit ZVProductService(Collaborators collaborators) : deps_(std::move(collaborators)) {}
+
+  const Collaborators deps_;
 };
 
 }  // namespace zavelo

@@ -18,21 +18,26 @@ namespace zavelo {
 class ZAVELO_EXPORT ZVSettingService {
  public:
   struct Collaborators {
-    std::shared_ptr<ZVAPIService> service;
-    std::shared_ptr<ZVUserService> userService;  ///< keeps the banned words
+    std::shared_ptr<ZVAPIService> service = {};
+    std::shared_ptr<ZVUserService> userService = {};  ///< keeps the banned words
   };
 
-  explicit ZVSettingService(Collaborators collaborators) : with_(std::move(collaborators)) {}
+  [[nodiscard]] static std::shared_ptr<ZVSettingService> create(Collaborators collaborators);
   [[nodiscard]] static const std::shared_ptr<ZVSettingService>& shared();
 
   /// The words replace the user service's, in memory and in the store, before the completion runs;
   /// a fetch that fails leaves both alone.
-  ZVCall getNaughtyWords(ZVCompletion<std::vector<std::string>> completion);
-  ZVCall getSettingConfigV1(ZVCompletion<std::shared_ptr<ZVConfig>> completion);
-  ZVCall getSettingConfigV2(ZVCompletion<std::shared_ptr<ZVConfig>> completion);
+  ZVAPICall<std::vector<std::string>> getNaughtyWords(
+      ZVCompletion<std::vector<std::string>> completion);
+  ZVAPICall<std::shared_ptr<ZVConfig>> getSettingConfigV1(
+      ZVCompletion<std::shared_ptr<ZVConfig>> completion);
+  ZVAPICall<std::shared_ptr<ZVConfig>> getSettingConfigV2(
+      ZVCompletion<std::shared_ptr<ZVConfig>> completion);
 
  private:
-  ZVCall getSettingConfig(ZVAPI endpoint, ZVCompletion<std::shared_ptr<ZVConfig>> completion);
+  explicit ZVSettingService(Collaborators collaborators) : with_(std::move(collaborators)) {}
+  ZVAPICall<std::shared_ptr<ZVConfig>> getSettingConfig(
+      ZVAPI endpoint, ZVCompletion<std::shared_ptr<ZVConfig>> completion);
 
   const Collaborators with_;
 };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "zavelo/api/api_request.hpp"
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/models/pagination.hpp"
 #include "zavelo/models/stream.hpp"
@@ -26,87 +27,105 @@ namespace zavelo {
 class ZAVELO_EXPORT ZVStreamService {
  public:
   struct Collaborators {
-    std::shared_ptr<ZVAPIService> service;
-    std::shared_ptr<const Clock> clock;
+    std::shared_ptr<ZVAPIService> service = {};
+    std::shared_ptr<const Clock> clock = {};
   };
 
-  explicit ZVStreamService(Collaborators collaborators) : with_(std::move(collaborators)) {}
+  [[nodiscard]] static std::shared_ptr<ZVStreamService> create(Collaborators collaborators);
   [[nodiscard]] static const std::shared_ptr<ZVStreamService>& shared();
 
   // A broadcast's life.
 
   /// `tagId` is one of `getStreamTags`; `roomType` is left out when absent.
-  ZVCall createStream(const std::string& title, std::int64_t tagId, double latitude,
-                      double longitude, const std::string& address, std::int64_t resolution,
-                      const std::string& countryCode, ZVStreamScreenType screenType,
-                      ZVStreamType streamType, std::optional<std::int64_t> roomType,
-                      ZVCompletion<std::shared_ptr<ZVStream>> completion);
-  ZVCall beginStream(const std::string& slug, ZVCompletion<bool> completion);
-  ZVCall resumeStream(const std::string& slug, ZVCompletion<bool> completion);
-  ZVCall recordStream(const std::string& slug, ZVCompletion<bool> completion);
-  ZVCall endStream(const std::string& slug,
-                   ZVCompletion<std::shared_ptr<const ZVEndStream>> completion);
-  ZVCall deleteStream(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<ZVStream>> createStream(
+      const std::string& title, std::int64_t tagId, double latitude, double longitude,
+      const std::string& address, std::int64_t resolution, const std::string& countryCode,
+      ZVStreamScreenType screenType, ZVStreamType streamType, std::optional<std::int64_t> roomType,
+      ZVCompletion<std::shared_ptr<ZVStream>> completion);
+  ZVAPICall<bool> beginStream(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<bool> resumeStream(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<bool> recordStream(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<const ZVEndStream>> endStream(
+      const std::string& slug, ZVCompletion<std::shared_ptr<const ZVEndStream>> completion);
+  ZVAPICall<bool> deleteStream(const std::string& slug, ZVCompletion<bool> completion);
   /// The cover as JPEG; it travels as it is.
-  ZVCall saveStreamCoverImage(const std::string& slug, std::vector<std::byte> imageData,
-                              ZVCompletion<bool> completion);
+  ZVAPICall<bool> saveStreamCoverImage(const std::string& slug, std::vector<std::byte> imageData,
+                                       ZVCompletion<bool> completion);
   /// The chat as it shall be replayed; it travels as it is, in a file named for this moment.
-  ZVCall saveChatHistory(const std::string& slug, std::vector<std::byte> chatData,
-                         ZVCompletion<bool> completion);
+  ZVAPICall<bool> saveChatHistory(const std::string& slug, std::vector<std::byte> chatData,
+                                  ZVCompletion<bool> completion);
 
   // What a stream is.
 
-  ZVCall getStreamDetail(const std::string& slug,
-                         ZVCompletion<std::shared_ptr<ZVStream>> completion);
+  ZVAPICall<std::shared_ptr<ZVStream>> getStreamDetail(
+      const std::string& slug, ZVCompletion<std::shared_ptr<ZVStream>> completion);
   /// Names a locked stream by its title.
-  ZVCall getStreamDetailWithPWD(const std::string& title, const std::string& password,
-                                ZVCompletion<std::shared_ptr<ZVStream>> completion);
-  ZVCall getResumeStreamDetail(const std::string& slug,
-                               ZVCompletion<std::shared_ptr<ZVStream>> completion);
-  ZVCall getStreamStatistic(const std::string& slug,
-                            ZVCompletion<std::shared_ptr<ZVStreamStatistic>> completion);
+  ZVAPICall<std::shared_ptr<ZVStream>> getStreamDetailWithPWD(
+      const std::string& title, const std::string& password,
+      ZVCompletion<std::shared_ptr<ZVStream>> completion);
+  ZVAPICall<std::shared_ptr<ZVStream>> getResumeStreamDetail(
+      const std::string& slug, ZVCompletion<std::shared_ptr<ZVStream>> completion);
+  ZVAPICall<std::shared_ptr<ZVStreamStatistic>> getStreamStatistic(
+      const std::string& slug, ZVCompletion<std::shared_ptr<ZVStreamStatistic>> completion);
   /// The categories that a stream can be created under. The like path answers them to a call
   /// without parameters.
-  ZVCall getStreamTags(ZVCompletion<std::vector<std::shared_ptr<const ZVStreamTag>>> completion);
-  ZVCall getStreamProductList(
+  ZVAPICall<std::vector<std::shared_ptr<const ZVStreamTag>>> getStreamTags(
+      ZVCompletion<std::vector<std::shared_ptr<const ZVStreamTag>>> completion);
+  ZVAPICall<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>> getStreamProductList(
       const std::string& slug, std::int64_t nextId, std::int64_t limit,
       ZVCompletion<std::shared_ptr<ZVPaginationResult<ZVStreamProduct>>> completion);
 
   // Who watches.
 
-  ZVCall updateStreamViewCount(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<bool> updateStreamViewCount(const std::string& slug, ZVCompletion<bool> completion);
   /// `streamUserId` is the stream's owner.
-  ZVCall leaveStream(std::int64_t streamUserId, const std::string& slug,
-                     ZVCompletion<bool> completion);
-  ZVCall getAudienceList(const std::string& slug, std::int64_t nextId, std::int64_t limit,
-                         ZVCompletion<std::vector<std::shared_ptr<ZVUser>>> completion);
-  ZVCall likeStream(const std::string& slug, std::int64_t count, bool isUnique,
-                    ZVCompletion<ZVLikeStream> completion);
-  ZVCall reportStream(const std::string& reason, const std::string& slug,
-                      ZVCompletion<bool> completion);
-  ZVCall unreportStream(const std::string& slug, ZVCompletion<bool> completion);
-  ZVCall shareClickTracking(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<bool> leaveStream(std::int64_t streamUserId, const std::string& slug,
+                              ZVCompletion<bool> completion);
+  ZVAPICall<std::vector<std::shared_ptr<ZVUser>>> getAudienceList(
+      const std::string& slug, std::int64_t nextId, std::int64_t limit,
+      ZVCompletion<std::vector<std::shared_ptr<ZVUser>>> completion);
+  ZVAPICall<ZVLikeStream> likeStream(const std::string& slug, std::int64_t count, bool isUnique,
+                                     ZVCompletion<ZVLikeStream> completion);
+  ZVAPICall<bool> reportStream(const std::string& reason, const std::string& slug,
+                               ZVCompletion<bool> completion);
+  ZVAPICall<bool> unreportStream(const std::string& slug, ZVCompletion<bool> completion);
+  ZVAPICall<bool> shareClickTracking(const std::string& slug, ZVCompletion<bool> completion);
 
   // What is shown in it.
 
-  ZVCall getStreamFloatingTextPosition(const std::string& slug,
-                                       ZVCompletion<std::string> completion);
-  ZVCall updateStreamFloatingTextPosition(const std::string& data, const std::string& slug,
-                                          ZVCompletion<bool> completion);
-  ZVCall getPinnedMessage(const std::string& slug, ZVCompletion<std::string> completion);
-  ZVCall setPinnedMessage(const std::string& slug, const std::string& message,
-                          ZVCompletion<bool> completion);
+  ZVAPICall<std::string> getStreamFloatingTextPosition(const std::string& slug,
+                                                       ZVCompletion<std::string> completion);
+  ZVAPICall<bool> updateStreamFloatingTextPosition(const std::string& data, const std::string& slug,
+                                                   ZVCompletion<bool> completion);
+  ZVAPICall<std::string> getPinnedMessage(const std::string& slug,
+                                          ZVCompletion<std::string> completion);
+  ZVAPICall<bool> setPinnedMessage(const std::string& slug, const std::string& message,
+                                   ZVCompletion<bool> completion);
 
   // Who broadcasts with the owner.
 
-  ZVCall addStreamCoHost(const std::string& slug, std::int64_t position, std::int64_t guestId,
-                         std::int64_t userId, ZVCompletion<bool> completion);
-  ZVCall removeStreamCoHost(const std::string& slug, std::int64_t position, std::int64_t guestId,
-                            std::int64_t userId, ZVCompletion<bool> completion);
-  ZVCall getCoHostCredits(const std::string& slug,
-                          ZVCompletion<std::shared_ptr<const ZVStreamCoHostCredits>> completion);
+  ZVAPICall<bool> addStreamCoHost(const std::string& slug, std::int64_t position,
+                                  std::int64_t guestId, std::int64_t userId,
+                                  ZVCompletion<bool> completion);
+  ZVAPICall<bool> removeStreamCoHost(const std::string& slug, std::int64_t position,
+                                     std::int64_t guestId, std::int64_t userId,
+                                     ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<const ZVStreamCoHostCredits>> getCoHostCredits(
+      const std::string& slug,
+      ZVCompletion<std::shared_ptr<const ZVStreamCoHostCredits>> completion);
+
+  // The same with the arguments as a record.
+
+  ZVAPICall<std::shared_ptr<ZVStream>> createStream(
+      const ZVCreateStreamRequest& request, ZVCompletion<std::shared_ptr<ZVStream>> completion);
+  ZVAPICall<bool> addStreamCoHost(const ZVAddStreamCoHostRequest& request,
+                                  ZVCompletion<bool> completion);
+  ZVAPICall<bool> removeStreamCoHost(const ZVAddStreamCoHostRequest& request,
+                                     ZVCompletion<bool> completion);
 
  private:
+  explicit ZVStreamService(Collaborators collaborators) : with_(std::move(collaborators)) {}
+
   const Collaborators with_;
 };
 

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "zavelo/api/api_request.hpp"
 #include "zavelo/core/log.hpp"
 #include "zavelo/core/notifications.hpp"
 #include "zavelo/services/banned_words.hpp"
@@ -15,6 +14,12 @@ namespace {
 constexpr std::int64_t phone = 1;  // what the backend calls the device's type
 constexpr double profileQuality = 0.5;
 constexpr std::string_view naughtyWordsKey = "ZaveloNaughtyWords";
+
+template <class Request>
+Request onPhone(Request request) {
+  if (request.deviceType == 0) request.deviceType = phone;
+  return request;
+}
 
 void warn(const StoreError& error) {
   ZVLog::w("The session store: " + error.description, ZVLogPosition("ZVUserService"));
@@ -61,7 +66,7 @@ class RenewalAnswer final : public detail::Cancellable,
 
   /// On the main queue.
   void answer(Result result) {
-    if (const auto completion = std::exchange(completion_, nullptr)) completion(std::move(result));
+    if (auto completion = std::exchange(completion_, nullptr)) completion(std::move(result));
   }
 
  private:
@@ -162,88 +167,95 @@ void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
   if (!written) warn(written.error());
 }
 
-ZVCall ZVUserService::searchForUser(const std::string& displayName, std::int64_t nextId,
-                                    std::int64_t limit,
-                                    ZVCompletion<std::shared_ptr<ZVSearchUser>> completion) {
+ZVAPICall<std::shared_ptr<ZVSearchUser>> ZVUserService::searchForUser(
+    const std::string& displayName, std::int64_t nextId, std::int64_t limit,
+    ZVCompletion<std::shared_ptr<ZVSearchUser>> completion) {
   return detail::call(
       *deps_.service, ZVAPI::searchUser,
       json::Object{{"displayName", displayName}, {"nextId", nextId}, {"limit", limit}},
       std::move(completion));
 }
 
-ZVCall ZVUserService::getUserStreams(const std::string& userName, std::int64_t nextId,
-                                     std::int64_t limit,
-                                     ZVCompletion<std::shared_ptr<const ZVUserStream>> completion) {
+ZVAPICall<std::shared_ptr<const ZVUserStream>> ZVUserService::getUserStreams(
+    const std::string& userName, std::int64_t nextId, std::int64_t limit,
+    ZVCompletion<std::shared_ptr<const ZVUserStream>> completion) {
   return detail::call(*deps_.service, ZVAPI::getUserStream,
                       json::Object{{"userName", userName}, {"nextId", nextId}, {"limit", limit}},
                       std::move(completion));
 }
 
-ZVCall ZVUserService::login(const std::string& zaveloId, const std::string& password,
-                            const std::string& deviceUdid, double latitude, double longitude,
-                            ZVCompletion<std::shared_ptr<ZVUser>> completion) {
-  const ZVLoginRequest request{zaveloId, password, deviceUdid, phone, latitude, longitude};
-  return signIn(ZVAPI::login, toParameters(request), std::move(completion));
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::login(
+    const std::string& zaveloId, const std::string& password, const std::string& deviceUdid,
+    double latitude, double longitude, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return login({zaveloId, password, deviceUdid, phone, latitude, longitude}, std::move(completion));
 }
 
-ZVCall ZVUserService::loginZavelo(const std::string& zaveloId, const std::string& displayName,
-                                  const std::string& deviceUdid, double latitude, double longitude,
-                                  ZVCompletion<std::shared_ptr<ZVUser>> completion) {
-  const ZVLoginZaveloRequest request{zaveloId, displayName, latitude, longitude, deviceUdid, phone};
-  return signIn(ZVAPI::loginZaveloUser, toParameters(request), std::move(completion));
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::loginZavelo(
+    const std::string& zaveloId, const std::string& displayName, const std::string& deviceUdid,
+    double latitude, double longitude, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return loginZavelo({zaveloId, displayName, latitude, longitude, deviceUdid, phone},
+                     std::move(completion));
 }
 
-ZVCall ZVUserService::loginGuest(const std::string& deviceUdid,
-                                 ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::loginGuest(
+    const std::string& deviceUdid, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
   return signIn(ZVAPI::loginGuestUser, {{"deviceUdid", deviceUdid}, {"deviceType", phone}},
                 std::move(completion));
 }
 
-ZVCall ZVUserService::signIn(ZVAPI endpoint, json::Object parameters,
-                             ZVCompletion<std::shared_ptr<ZVUser>> completion) {
-  return detail::call<std::shared_ptr<ZVUser>>(
-      *deps_.service, endpoint, std::move(parameters),
-      [weak = weak_from_this(), completion = std::move(completion)](auto result) {
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::signIn(
+    ZVAPI endpoint, json::Object parameters, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return detail::callThen<std::shared_ptr<ZVUser>>(*deps_.service, endpoint, std::move(parameters),
+                                                   std::move(completion),
+                                                   [weak = weak_from_this()](const auto& result) {
+                                                     const auto self = weak.lock();
+                                                     if (self && result.isOk())
+                                                       self->setUser(result.data());
+                                                     return self != nullptr;
+                                                   });
+}
+
+ZVAPICall<std::shared_ptr<const ZVRefreshToken>> ZVUserService::refreshToken(
+    const std::string& refreshToken,
+    ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
+  return detail::beginCall(deps_.service->mainQueue(), std::move(completion), [&](auto answered) {
+    const auto answer =
+        std::make_shared<RenewalAnswer>(deps_.service->mainQueue(), std::move(answered));
+    deps_.service->refreshToken(refreshToken, [session = session_, id = session_->session().id,
+                                               answer](RenewalAnswer::Result result) {
+      ZVLog::d(
+          result.isOk() ? "Refresh token: renewed" : "Refresh token: " + result.error().description,
+          ZVLogPosition("refreshToken(refreshToken:completion:)"));
+      if (result.isOk() && !session->refreshTokenIf(id, *result.data()))
+        result =
+            RenewalAnswer::Result::error({ZVAPIErrorType::unauthorized, errorText::unauthorized});
+      answer->answer(std::move(result));
+    });
+    return ZVCall(answer);
+  });
+}
+
+ZVAPICall<bool> ZVUserService::logoutZavelo(ZVCompletion<bool> completion) {
+  return detail::callThen<bool>(
+      *deps_.service, ZVAPI::logoutUser, std::nullopt, std::move(completion),
+      [weak = weak_from_this(), id = session_->session().id](const auto&) {
         const auto self = weak.lock();
-        if (!self) return;
-        if (result.isOk()) self->setUser(result.data());
-        if (completion) completion(std::move(result));
+        if (self) self->session_->endSessionIf(id);
+        return self != nullptr;
       });
 }
 
-ZVCall ZVUserService::refreshToken(const std::string& refreshToken,
-                                   ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion) {
-  const auto answer =
-      std::make_shared<RenewalAnswer>(deps_.service->mainQueue(), std::move(completion));
-  deps_.service->refreshToken(refreshToken, [session = session_, id = session_->session().id,
-                                             answer](RenewalAnswer::Result result) {
-    ZVLog::d(
-        result.isOk() ? "Refresh token: renewed" : "Refresh token: " + result.error().description,
-        ZVLogPosition("refreshToken(refreshToken:completion:)"));
-    if (result.isOk() && !session->refreshTokenIf(id, *result.data()))
-      result =
-          RenewalAnswer::Result::error({ZVAPIErrorType::unauthorized, errorText::unauthorized});
-    answer->answer(std::move(result));
-  });
-  return ZVCall(answer);
+ZVAPICall<std::shared_ptr<const ZVEditUser>> ZVUserService::editProfile(
+    const std::string& displayName, const std::string& dob, const std::string& gender,
+    const std::string& about, const std::optional<ZVImage>& image,
+    ZVCompletion<std::shared_ptr<const ZVEditUser>> completion) {
+  return editProfile({displayName, dob, gender, about}, image, std::move(completion));
 }
 
-ZVCall ZVUserService::logoutZavelo(ZVCompletion<bool> completion) {
-  return detail::call<bool>(*deps_.service, ZVAPI::logoutUser, std::nullopt,
-                            [weak = weak_from_this(), id = session_->session().id,
-                             completion = std::move(completion)](auto result) {
-                              const auto self = weak.lock();
-                              if (!self) return;
-                              self->session_->endSessionIf(id);
-                              if (completion) completion(std::move(result));
-                            });
-}
-
-ZVCall ZVUserService::editProfile(const std::string& displayName, const std::string& dob,
-                                  const std::string& gender, const std::string& about,
-                                  const std::optional<ZVImage>& image,
-                                  ZVCompletion<std::shared_ptr<const ZVEditUser>> completion) {
-  auto parameters = toParameters(ZVEditProfileRequest{displayName, dob, gender, about});
+ZVAPICall<std::shared_ptr<const ZVEditUser>> ZVUserService::editProfile(
+    const ZVEditProfileRequest& request, const std::optional<ZVImage>& image,
+    ZVCompletion<std::shared_ptr<const ZVEditUser>> completion) {
+  auto parameters = toParameters(request);
   if (!image)
     return detail::call(*deps_.service, ZVAPI::editUserProfile, std::move(parameters),
                         std::move(completion));
@@ -254,13 +266,38 @@ ZVCall ZVUserService::editProfile(const std::string& displayName, const std::str
                         std::move(files), std::move(completion));
 }
 
-ZVCall ZVUserService::updatePromoCode(const std::string& promoCode,
-                                      const std::string& promoCodeDescription,
-                                      ZVCompletion<bool> completion) {
+ZVAPICall<bool> ZVUserService::updatePromoCode(const std::string& promoCode,
+                                               const std::string& promoCodeDescription,
+                                               ZVCompletion<bool> completion) {
   return detail::call(
       *deps_.service, ZVAPI::updatePromoCode,
       json::Object{{"promoCode", promoCode}, {"promoCodeDescription", promoCodeDescription}},
       std::move(completion));
+}
+
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::login(
+    const ZVLoginRequest& request, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return signIn(ZVAPI::login, toParameters(onPhone(request)), std::move(completion));
+}
+
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::loginZavelo(
+    const ZVLoginZaveloRequest& request, ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return signIn(ZVAPI::loginZaveloUser, toParameters(onPhone(request)), std::move(completion));
+}
+
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::registerZavelo(
+    const std::string& zaveloId, const std::string& password, const std::string& displayName,
+    ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  return registerZavelo({.zaveloId = zaveloId, .displayName = displayName}, password,
+                        std::move(completion));
+}
+
+ZVAPICall<std::shared_ptr<ZVUser>> ZVUserService::registerZavelo(
+    const ZVRegisterZaveloRequest& request, const std::optional<std::string>& password,
+    ZVCompletion<std::shared_ptr<ZVUser>> completion) {
+  auto parameters = toParameters(request);
+  if (password) parameters.set("password", *password);
+  return signIn(ZVAPI::registerZaveloUser, std::move(parameters), std::move(completion));
 }
 
 }  // namespace zavelo

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "zavelo/api/api.hpp"
+#include "zavelo/api/api_request.hpp"
 #include "zavelo/api/api_service.hpp"
 #include "zavelo/api/session_source.hpp"
+#include "zavelo/models/current_user_source.hpp"
 #include "zavelo/models/stream.hpp"
 #include "zavelo/models/user.hpp"
 #include "zavelo/platform/image.hpp"
@@ -43,9 +45,9 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
                                           public std::enable_shared_from_this<ZVUserService> {
  public:
   struct Collaborators {
-    std::shared_ptr<ZVAPIService> service;
-    std::shared_ptr<KeyValueStore> userDefaults;
-    std::shared_ptr<JpegEncoder> jpegEncoder;
+    std::shared_ptr<ZVAPIService> service = {};
+    std::shared_ptr<KeyValueStore> userDefaults = {};
+    std::shared_ptr<JpegEncoder> jpegEncoder = {};
   };
 
   /// Restores a stored session whose access token is not empty, and becomes the API service's
@@ -72,33 +74,65 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
   [[nodiscard]] std::vector<std::string> naughtyWords() const;
   void saveNaughtyWords(std::vector<std::string> words);
 
-  ZVCall searchForUser(const std::string& displayName, std::int64_t nextId, std::int64_t limit,
-                       ZVCompletion<std::shared_ptr<ZVSearchUser>> completion);
+  ZVAPICall<std::shared_ptr<ZVSearchUser>> searchForUser(
+      const std::string& displayName, std::int64_t nextId, std::int64_t limit,
+      ZVCompletion<std::shared_ptr<ZVSearchUser>> completion);
   /// A user's streams, page by page.
-  ZVCall getUserStreams(const std::string& userName, std::int64_t nextId, std::int64_t limit,
-                        ZVCompletion<std::shared_ptr<const ZVUserStream>> completion);
-  ZVCall login(const std::string& zaveloId, const std::string& password,
-               const std::string& deviceUdid, double latitude, double longitude,
-               ZVCompletion<std::shared_ptr<ZVUser>> completion);
-  ZVCall loginZavelo(const std::string& zaveloId, const std::string& displayName,
-                     const std::string& deviceUdid, double latitude, double longitude,
-                     ZVCompletion<std::shared_ptr<ZVUser>> completion);
-  ZVCall loginGuest(const std::string& deviceUdid,
-                    ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<const ZVUserStream>> getUserStreams(
+      const std::string& userName, std::int64_t nextId, std::int64_t limit,
+      ZVCompletion<std::shared_ptr<const ZVUserStream>> completion);
+  ZVAPICall<std::shared_ptr<ZVUser>> login(const std::string& zaveloId, const std::string& password,
+                                           const std::string& deviceUdid, double latitude,
+                                           double longitude,
+                                           ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<ZVUser>> loginZavelo(const std::string& zaveloId,
+                                                 const std::string& displayName,
+                                                 const std::string& deviceUdid, double latitude,
+                                                 double longitude,
+                                                 ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<ZVUser>> loginGuest(const std::string& deviceUdid,
+                                                ZVCompletion<std::shared_ptr<ZVUser>> completion);
   /// Buys new tokens and takes them over. Cancelling answers the caller; the tokens are taken over
   /// all the same.
-  ZVCall refreshToken(const std::string& refreshToken,
-                      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
+  ZVAPICall<std::shared_ptr<const ZVRefreshToken>> refreshToken(
+      const std::string& refreshToken,
+      ZVCompletion<std::shared_ptr<const ZVRefreshToken>> completion);
   /// Ends the session, whatever the backend answers.
-  ZVCall logoutZavelo(ZVCompletion<bool> completion);
+  ZVAPICall<bool> logoutZavelo(ZVCompletion<bool> completion);
   /// `image` travels as JPEG of quality 0.5; one that cannot be encoded is left out. The session
   /// keeps its profile: pass the answer's on with `updateUser` if it shall change.
-  ZVCall editProfile(const std::string& displayName, const std::string& dob,
-                     const std::string& gender, const std::string& about,
-                     const std::optional<ZVImage>& image,
-                     ZVCompletion<std::shared_ptr<const ZVEditUser>> completion);
-  ZVCall updatePromoCode(const std::string& promoCode, const std::string& promoCodeDescription,
-                         ZVCompletion<bool> completion);
+  ZVAPICall<std::shared_ptr<const ZVEditUser>> editProfile(
+      const std::string& displayName, const std::string& dob, const std::string& gender,
+      const std::string& about, const std::optional<ZVImage>& image,
+      ZVCompletion<std::shared_ptr<const ZVEditUser>> completion);
+  ZVAPICall<bool> updatePromoCode(const std::string& promoCode,
+                                  const std::string& promoCodeDescription,
+                                  ZVCompletion<bool> completion);
+
+  /// Signs a member up and in. `displayName` may be empty.
+  ZVAPICall<std::shared_ptr<ZVUser>> registerZavelo(
+      const std::string& zaveloId, const std::string& password, const std::string& displayName,
+      ZVCompletion<std::shared_ptr<ZVUser>> completion);
+
+  // The same with the arguments as a record. A `deviceType` of 0 is sent as 1, a phone.
+
+  ZVAPICall<std::shared_ptr<ZVUser>> login(const ZVLoginRequest& request,
+                                           ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<ZVUser>> loginZavelo(const ZVLoginZaveloRequest& request,
+                                                 ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<const ZVEditUser>> editProfile(
+      const ZVEditProfileRequest& request, const std::optional<ZVImage>& image,
+      ZVCompletion<std::shared_ptr<const ZVEditUser>> completion);
+  /// Without a password the member signs in through the partner app only.
+  ZVAPICall<std::shared_ptr<ZVUser>> registerZavelo(
+      const ZVRegisterZaveloRequest& request, const std::optional<std::string>& password,
+      ZVCompletion<std::shared_ptr<ZVUser>> completion);
+
+  /// The session's user for `ZVRTMClient::Collaborators::users`, `ZVStreamMessage::isMine` and the
+  /// like. Lives as long as the service.
+  [[nodiscard]] const ZVCurrentUserSource& currentUserSource() const noexcept {
+    return currentUserSource_;
+  }
 
   // What the API service asks (ZVSessionSource).
   [[nodiscard]] std::optional<std::string> accessToken() const override;
@@ -120,14 +154,23 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
  private:
   explicit ZVUserService(Collaborators collaborators);
 
-  ZVCall signIn(ZVAPI endpoint, json::Object parameters,
-                ZVCompletion<std::shared_ptr<ZVUser>> completion);
+  ZVAPICall<std::shared_ptr<ZVUser>> signIn(ZVAPI endpoint, json::Object parameters,
+                                            ZVCompletion<std::shared_ptr<ZVUser>> completion);
+
+  struct CurrentUser final : ZVCurrentUserSource {
+    explicit CurrentUser(const ZVUserService& users) : service(users) {}
+    [[nodiscard]] std::shared_ptr<const ZVUser> currentUser() const override {
+      return service.currentUser();
+    }
+    const ZVUserService& service;
+  };
 
   const Collaborators deps_;
   const std::shared_ptr<detail::UserSession> session_;
   std::mutex savingWords_;         // held while the words change, here and in the store
   mutable std::mutex wordsMutex_;  // guards what follows
   std::shared_ptr<const ZVBannedWords> naughtyWords_;
+  const CurrentUser currentUserSource_{*this};
 };
 
 }  // namespace zavelo

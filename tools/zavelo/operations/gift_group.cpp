@@ -1,8 +1,7 @@
 #include "tools/zavelo/operations/catalogue.hpp"
-#include "tools/zavelo/operations/endpoint_operation.hpp"
 #include "tools/zavelo/terminal/readable.hpp"
 #include "zavelo/base/number_text.hpp"
-#include "zavelo/models/gift_store.hpp"
+#include "zavelo/services/gift_service.hpp"
 
 namespace zavelo::command {
 namespace {
@@ -37,10 +36,11 @@ std::string pickerText(const std::string& json) {
 }
 
 Operation storeOperation() {
-  auto operation = endpointOperation<ZVAPI::getGiftStore, ZVGiftStore>(
-      "store", "List the gifts on offer by category, and what one owns");
-  operation.readable = &pickerText;
-  return operation;
+  auto store = operation<&ZVGiftService::getGiftStore>(
+      "List the gifts on offer by category, and what one owns");
+  store.name = "store";
+  store.readable = &pickerText;
+  return store;
 }
 
 }  // namespace
@@ -50,10 +50,8 @@ Group giftGroup() {
           "Gifts to a broadcaster",
           {
               storeOperation(),
-              endpointOperation<ZVAPI::sendGift, ZVSentGift, std::string, std::int64_t,
-                                std::int64_t, std::optional<std::int64_t>>(
-                  "sendGift", "Give a gift to somebody who broadcasts", "slug", "giftId", "amount",
-                  "receiverId"),
+              operation<&ZVGiftService::sendGift>("Give a gift to a user who broadcasts", "slug",
+                                                  "giftId", "amount", "receiverId"),
           }};
 }
 

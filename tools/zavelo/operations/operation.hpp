@@ -122,8 +122,8 @@ template <class S, class R, class... Parameters>
 struct Shape<R (S::*)(Parameters...)> : Immediate<S, R, Parameters...> {};
 template <class S, class R, class... Parameters>
 struct Shape<R (S::*)(Parameters...) const> : Immediate<S, R, Parameters...> {};
-template <class S, class... Parameters>
-struct Shape<ZVCall (S::*)(Parameters...)>
+template <class S, class R, class... Parameters>
+struct Shape<AwaitableCall<R> (S::*)(Parameters...)>
     : SplitLast<S, std::tuple<std::decay_t<Parameters>...>,
                 std::make_index_sequence<sizeof...(Parameters) - 1>> {};
 
@@ -147,7 +147,7 @@ Result<ZVCall, ArgumentError> invokeMember(const std::vector<Argument>& argument
 /// the completion. Which of several members of one name is meant, a cast says:
 ///
 ///     operation<&ZVUserService::currentUser>("Shows the session.")
-///     operation<member<ZVUserService, ZVCall(const std::string&, ZVCompletion<bool>)>(
+///     operation<member<ZVUserService, ZVAPICall<bool>(const std::string&, ZVCompletion<bool>)>(
 ///         &ZVUserService::pick)>("Picks one.", "name")
 template <auto Member, std::convertible_to<std::string_view>... Names>
 [[nodiscard]] Operation operation(std::string_view help, Names... names) {
@@ -164,6 +164,13 @@ template <auto Member, std::convertible_to<std::string_view>... Names>
           Of::hasResult,
           Of::isPaged,
           &detail::invokeMember<Member>};
+}
+
+/// Of an operation that also takes its arguments as a record: the one that takes them one by one.
+/// With a record it has three parameters at most.
+template <class Service, class Call, class A, class B, class C, class D, class... More>
+constexpr auto positional(Call (Service::*chosen)(A, B, C, D, More...)) {
+  return chosen;
 }
 
 template <class Service, class Signature>

@@ -9,9 +9,9 @@ Group streamGroup() {
       "stream",
       "Create, start, watch and end live streams",
       {
-          operation<&S::createStream>("Create a stream", "title", "tagId", "latitude", "longitude",
-                                      "address", "resolution", "countryCode", "screenType",
-                                      "streamType", "roomType"),
+          operation<positional(&S::createStream)>(
+              "Create a stream", "title", "tagId", "latitude", "longitude", "address", "resolution",
+              "countryCode", "screenType", "streamType", "roomType"),
           operation<&S::beginStream>("Start the stream", "slug"),
           operation<&S::resumeStream>("Resume a paused stream", "slug"),
           operation<&S::recordStream>("Record the stream", "slug"),
@@ -40,10 +40,10 @@ Group streamGroup() {
           operation<&S::updateStreamFloatingTextPosition>("Move the floating text", "data", "slug"),
           operation<&S::getPinnedMessage>("Show the pinned message", "slug"),
           operation<&S::setPinnedMessage>("Pin a message", "slug", "message"),
-          operation<&S::addStreamCoHost>("Add a co-host to the stream", "slug", "position",
-                                         "guestId", "userId"),
-          operation<&S::removeStreamCoHost>("Remove a co-host from the stream", "slug", "position",
-                                            "guestId", "userId"),
+          operation<positional(&S::addStreamCoHost)>("Add a co-host to the stream", "slug",
+                                                     "position", "guestId", "userId"),
+          operation<positional(&S::removeStreamCoHost)>("Remove a co-host from the stream", "slug",
+                                                        "position", "guestId", "userId"),
           operation<&S::getCoHostCredits>("Show what a co-host has earned", "slug"),
       }};
 }

@@ -22,19 +22,23 @@ Group userGroup() {
                                        "nextId", "limit"),
           operation<&S::getUserStreams>("List a user's streams, page by page", "userName", "nextId",
                                         "limit"),
-          operation<&S::login>("Sign a member in by password", "zaveloId", "password", "deviceUdid",
-                               "latitude", "longitude"),
-          operation<&S::loginZavelo>("Sign a member of the partner app in, or up", "zaveloId",
-                                     "displayName", "deviceUdid", "latitude", "longitude"),
+          operation<positional(&S::login)>("Sign a member in by password", "zaveloId", "password",
+                                           "deviceUdid", "latitude", "longitude"),
+          operation<positional(&S::loginZavelo)>("Sign a member of the partner app in, or up",
+                                                 "zaveloId", "displayName", "deviceUdid",
+                                                 "latitude", "longitude"),
           operation<&S::loginGuest>("Sign this device in as a guest", "deviceUdid"),
-          operation<member<S, ZVCall(const std::string&,
-                                     ZVCompletion<std::shared_ptr<const ZVRefreshToken>>)>(
+          operation<member<S, ZVAPICall<std::shared_ptr<const ZVRefreshToken>>(
+                                  const std::string&,
+                                  ZVCompletion<std::shared_ptr<const ZVRefreshToken>>)>(
               &S::refreshToken)>("Exchange a refresh token for new tokens", "refreshToken"),
           operation<&S::logoutZavelo>("Sign out; the session ends whatever the backend answers"),
-          operation<&S::editProfile>("Change your profile", "displayName", "dob", "gender", "about",
-                                     "image"),
+          operation<positional(&S::editProfile)>("Change your profile", "displayName", "dob",
+                                                 "gender", "about", "image"),
           operation<&S::updatePromoCode>("Set your promo code", "promoCode",
                                          "promoCodeDescription"),
+          operation<positional(&S::registerZavelo)>("Sign a member up, and in", "zaveloId",
+                                                    "password", "displayName"),
       }};
 }
 

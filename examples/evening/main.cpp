@@ -20,7 +20,7 @@ class Evening {
     const auto list = co_await users_->getUserStreams(host, 0, 20, awaitable);
     if (!list.isOk()) co_return stop(list.error().description);
     for (const auto& stream : list.data()->result.value_or(Streams())) {
-      std::cout << "stream: " << stream->streamTitle.value_or("") << std::endl;
+      std::cout << "stream: " << stream->title.value_or("") << std::endl;
       if (slug_.empty()) slug_ = stream->slug.value_or("");
     }
     if (slug_.empty()) co_return stop(host + " has no stream");
@@ -41,14 +41,14 @@ class Evening {
   using Streams = std::vector<std::shared_ptr<ZVStream>>;
 
   void show(const ZVChannelEvent& event) {
-    if (event.type == rawValue(ZVMessageType::hostStreamEnd)) leaving_ = leave();
+    if (event.is(ZVMessageType::hostStreamEnd)) leaving_ = leave();
     visit(event, overloaded{[&](const ZVPollMessage& poll) {
-                              if (event.type != rawValue(ZVMessageType::startPoll)) return;
-                              if (!poll.pollData) return;
+                              if (!event.is(ZVMessageType::startPoll) || !poll.pollData) return;
                               std::cout << poll.pollData->question.value_or("") << std::endl;
                               voting_ = say("1");
                             },
-                            [](const ZVStreamMessage& line) {
+                            [&](const ZVStreamMessage& line) {
+                              if (!event.is(ZVMessageType::message)) return;
                               std::cout << line.senderDisplayName.value_or("") << ": "
                                         << line.message.value_or("") << std::endl;
                             }});

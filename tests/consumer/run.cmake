@@ -1,5 +1,5 @@
 # Installs the build in a folder of its own and builds apps from there, as apps do: one over the test
-# kit, and the example that needs a backend and a broker, which only says how it is used.
+# kit, and the examples that need a backend and a broker, which only say how they are used.
 #   cmake -DBUILD=... -DSOURCE=... -DEXAMPLE=... -DWORK=... -DCXX=... -DPKG_CONFIG=... -P run.cmake
 
 function(run)
@@ -19,7 +19,7 @@ set(prefix ${WORK}/prefix)
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${prefix})
 
 # By find_package.
-foreach(source ${SOURCE} ${EXAMPLE})
+foreach(source ${SOURCE} ${EXAMPLE} ${EXAMPLE}/../evening)
   get_filename_component(name ${source} NAME)
   run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/${name} -DCMAKE_PREFIX_PATH=${prefix}
       -DCMAKE_CXX_COMPILER=${CXX})
@@ -27,6 +27,7 @@ foreach(source ${SOURCE} ${EXAMPLE})
 endforeach()
 run(${WORK}/consumer/consumer)
 expect_usage(${WORK}/first_hour/first_hour)
+expect_usage(${WORK}/evening/evening)
 
 # By pkg-config.
 file(GLOB found ${prefix}/lib/pkgconfig ${prefix}/lib/*/pkgconfig)

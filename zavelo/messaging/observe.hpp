@@ -70,6 +70,8 @@ struct ZVChannelEvent {
   /// Of the class that goes with `type`; never null.
   std::shared_ptr<const ZVStreamMessage> event = {};
 
+  [[nodiscard]] bool is(ZVMessageType kind) const noexcept { return type == rawValue(kind); }
+
   /// Absent when the text is no event.
   [[nodiscard]] ZAVELO_EXPORT static std::optional<ZVChannelEvent> decode(
       const ZVRTMChannelMessage& message);

@@ -60,11 +60,11 @@ class ZAVELO_EXPORT ZVRTMClient final : public AgoraRtmDelegate,
   using Completion = CallCompletion<Result<T, ZVError>>;
 
   struct Collaborators {
-    AgoraRtmKitFactory makeKit;
-    const ZVCurrentUserSource* users;  ///< outlives the client
-    std::shared_ptr<Queue> mainQueue;
-    std::shared_ptr<NotificationCentre> notifications;
-    std::shared_ptr<const Clock> clock;
+    AgoraRtmKitFactory makeKit = {};
+    const ZVCurrentUserSource* users = nullptr;  ///< outlives the client
+    std::shared_ptr<Queue> mainQueue = {};
+    std::shared_ptr<NotificationCentre> notifications = {};
+    std::shared_ptr<const Clock> clock = {};
   };
 
   [[nodiscard]] static std::shared_ptr<ZVRTMClient> create(Collaborators collaborators);

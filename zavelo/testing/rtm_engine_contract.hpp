@@ -20,6 +20,13 @@ class RtmEngineUnderTest {
       std::weak_ptr<AgoraRtmDelegate> delegate) = 0;
   /// Lets the engine work until the condition holds; false when it has waited long enough.
   virtual bool waitUntil(const std::function<bool()>& holds) = 0;
+
+  // For an engine whose service runs on several machines.
+
+  /// Called after each operation, to wait until its effects are everywhere.
+  virtual void settle() {}
+  /// Whether a text to an absent user fails; not every service can tell.
+  [[nodiscard]] virtual bool noticesAbsentPeers() const { return true; }
 };
 
 /// One thing that every engine does. What is broken about it is told in words; empty: it holds.

@@ -23,8 +23,9 @@ inline constexpr bool isSanitized = true;
 inline constexpr bool isSanitized = false;
 #endif
 
-inline bool waitFor(const std::function<bool()>& holds) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+inline bool waitFor(const std::function<bool()>& holds,
+                    std::chrono::milliseconds time = std::chrono::seconds(60)) {
+  const auto deadline = std::chrono::steady_clock::now() + time;
   while (!holds()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(2));

@@ -62,6 +62,7 @@ std::string MqttPresence::beginSession() {
   isCorrected_ = isCorrectionDue_ = isExpiryDue_ = false;
   lists_.begin({allFilter(), mqttPresenceFilter(around_->appId, channelId_, mqttShard(userId_)),
                 mqttFenceTopic(around_->appId, channelId_, userId_, session_)});
+  untold_.clear();
   return topic();
 }
 
@@ -146,6 +147,7 @@ void MqttPresence::finishReading(bool isWhole, std::uint64_t reading) {
 
 void MqttPresence::dropUnseenLater(bool isWhole, std::uint64_t reading) {
   later(around_->options.leftGrace, [this, isWhole, reading] {
+    untold_.clear();
     const auto isMeant = [&](const std::string& userId) { return isWhole || isInOwnShard(userId); };
     for (const auto& userId : roster_.removeUnseenSince(reading, isMeant))
       tellMember(&AgoraRtmChannelDelegate::memberLeft, userId);
@@ -247,9 +249,14 @@ void MqttPresence::heardEntry(const MqttTopic& topic, const MqttMessage& message
   const auto cap = around_->options.memberEventsCap;
   if (followsAll_ && roster_.size() > cap + cap / 4) followOwnShardOnly();
   if (followsAll_ && !message.retain && isRush()) stopFollowingAll();
-  // Who was there before the join is listed, and not told.
-  const bool mayBeOld = message.retain && !hasRead_ && !(tellsFresh_ && isFresh);
-  if (!isNews || !tells_ || mayBeOld) return;
+  // Members from before the join are listed, and not told. But a broker may list an entry before it
+  // delivers it: a member whose message then comes has joined now.
+  if (message.retain && !hasRead_ && !(tellsFresh_ && isFresh)) {
+    if (isNews && !isEmpty) untold_.insert(topic.session);
+    return;
+  }
+  const bool isToldNow = !message.retain && untold_.erase(topic.session) > 0 && !isEmpty;
+  if ((!isNews && !isToldNow) || !tells_) return;
   tellMember(
       isEmpty ? &AgoraRtmChannelDelegate::memberLeft : &AgoraRtmChannelDelegate::memberJoined,
       topic.userId);

@@ -90,6 +90,7 @@ class MqttPresence {
   std::size_t rushCount_ = 0, freshCount_ = 0;
   MqttRoster roster_;
   MqttListReader lists_;
+  std::set<std::string> untold_;   // sessions that the first reading listed, for a while
   std::set<std::string> emptied_;  // sessions of this user whose entries were left behind
 };
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "bench/chat_events.hpp"
+#include "bench/repeat.hpp"
 #include "support/generated_chat.hpp"
 #include "zavelo/json/json.hpp"
 
@@ -48,9 +49,10 @@ void check(const ChatContender& contender, const Events& some) {
 
 template <class Inputs, class Work>
 void measure(const std::string& name, const Inputs& inputs, const Events& some, Work work) {
-  benchmark::RegisterBenchmark(name.c_str(), [work, &inputs, &some](benchmark::State& state) {
-    for (auto _ : state)
+  benchmark::RegisterBenchmark(name.c_str(), [name, work, &inputs, &some](benchmark::State& state) {
+    repeat(state, name, [&] {
       for (const auto& input : inputs) benchmark::DoNotOptimize(work(input));
+    });
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * some.bytes));
   });
 }

@@ -7,16 +7,20 @@
 
 namespace zavelo::bench {
 
-/// A page of streams as a backend sends it, about 2 KB a stream: every field of every stream and of
-/// its publisher, in order.
-[[nodiscard]] ZVUserStream streamPage(std::size_t streams);
-[[nodiscard]] std::string streamPageText(std::size_t streams);
+/// How a backend sends a record: all of its fields in the declared order; half of them; in an order
+/// of its own; each third key followed by one that the record does not know.
+enum class PageShape { declared, absent, reordered, unknown };
+
+/// A page of streams, about 2 KB each, with all fields of them and of their publishers.
+[[nodiscard]] std::string streamPageText(std::size_t streams,
+                                         PageShape shape = PageShape::declared);
 
 /// Each contender reads the text into the library's own structs, and writes them.
 struct Contender {
   const char* name;
   ZVUserStream (*decode)(const std::string& text);
   std::string (*encode)(const ZVUserStream& page);
+  bool needsDeclaredOrder = false;
 };
 extern const Contender nlohmannContender;
 extern const Contender rapidjsonContender;

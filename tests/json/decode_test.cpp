@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 #include <cmath>
 
 #include "tests/support/fault_of.hpp"
 #include "zavelo/json/json.hpp"
+#include "zavelo/json/record.hpp"
 #include "zavelo/models/user.hpp"
 
 namespace zavelo {
@@ -37,6 +40,23 @@ TEST(DecodeRecord, AWrongTypeFailsTheWholeAndSaysWhere) {
   EXPECT_EQ(faultOf<ZVUser>(R"({"accessToken":5})"), "accessToken: expected text");
   EXPECT_EQ(faultOf<ZVUser>(R"({"unixTimestamp":"1"})"), "unixTimestamp: expected number");
   EXPECT_EQ(faultOf<ZVUser>("[]"), "expected object");
+  EXPECT_EQ(faultOf<ZVUser>(R"({"x":{"a\u0062":[1,tru]}})"), "x.ab[1]: invalid JSON");
+  EXPECT_EQ(faultOf<ZVUser>(R"({"x":["\q"]})"), "x[0]: invalid JSON: no such escape in a text");
+  EXPECT_EQ(faultOf<ZVUser>(R"({"\q":1})"), "invalid JSON: no such escape in a key");
+}
+
+TEST(DecodeRecord, EachKeyIsFoundByItsWholeName) {
+  for (const json::Record* record :
+       {&json::RecordOf<ZVUserInfo>::get(), &json::RecordOf<ZVSearchUser>::get()}) {
+    const auto fields = record->fields();
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      std::string key = fields[i].quotedName();
+      const std::size_t size = fields[i].name.size();
+      EXPECT_EQ(record->indexOf(key.append(8, ' ').data(), size), i) << key;
+      key[size / 2 + 1] = '?';
+      EXPECT_EQ(record->indexOf(key.data(), size), json::Record::unknown) << key;
+    }
+  }
 }
 
 TEST(DecodeInteger, CountsHoweverItIsWrittenButNeverAFraction) {

@@ -27,6 +27,14 @@ constexpr std::uint64_t marksOf(char c, std::uint64_t block) noexcept {
   return (block - everyByte(1)) & ~block & highBits;
 }
 
+/// Whether two texts, both readable for 8 bytes at least, begin alike. Inline, for short texts.
+inline bool beginsWith(const char* text, const char* beginning, std::size_t size) noexcept {
+  if (size < 8) return ((blockAt(text) ^ blockAt(beginning)) << (8 * (8 - size))) == 0;
+  for (std::size_t at = 0; at + 8 < size; at += 8)
+    if (blockAt(text + at) != blockAt(beginning + at)) return false;
+  return blockAt(text + size - 8) == blockAt(beginning + size - 8);
+}
+
 /// Sixteen at a time, in one vector register. Comparing gives 0xFF where it holds, else 0.
 using Chars = unsigned char __attribute__((vector_size(16)));
 using SignedChars = char __attribute__((vector_size(16)));

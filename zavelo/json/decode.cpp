@@ -12,21 +12,21 @@
 namespace zavelo::json::detail {
 namespace {
 
-constexpr std::size_t npos = std::string_view::npos;
-
 // What is read past the end is padding.
 bool hasBackslash(std::string_view raw) noexcept {
-  for (std::size_t at = 0; at < raw.size(); at += 8)
-    if (marksOf('\\', blockAt(raw.data() + at)) != 0) return raw.find('\\', at) != npos;
+  for (std::size_t at = 0; at < raw.size(); at += sizeof(Chars)) {
+    Chars chars;
+    std::memcpy(&chars, raw.data() + at, sizeof chars);
+    const std::uint64_t marks = highestBits(reinterpret_cast<Chars>(chars == '\\'));
+    if (marks != 0) return at + static_cast<std::size_t>(std::countr_zero(marks)) < raw.size();
+  }
   return false;
 }
 
-/// Whether two texts, both readable for 8 bytes at least, begin alike. Inline, for short texts.
-bool beginsWith(const char* text, const char* beginning, std::size_t size) noexcept {
-  if (size < 8) return ((blockAt(text) ^ blockAt(beginning)) << (8 * (8 - size))) == 0;
-  for (std::size_t at = 0; at + 8 < size; at += 8)
-    if (blockAt(text + at) != blockAt(beginning + at)) return false;
-  return blockAt(text + size - 8) == blockAt(beginning + size - 8);
+/// Compared by words, not by a call.
+template <std::size_t N>
+bool isWord(std::string_view token, const char (&word)[N]) noexcept {
+  return token.size() == N - 1 && std::memcmp(token.data(), word, N - 1) == 0;
 }
 
 /// Reads the tokens of one text into one value. Each function is given the place of its value and
@@ -35,7 +35,7 @@ bool beginsWith(const char* text, const char* beginning, std::size_t size) noexc
 /// well.
 class Decoder {
  public:
-  Decoder(const Tokens& tokens, Error& error, std::size_t depth = 0)
+  Decoder(const TokenList& tokens, Error& error, std::size_t depth = 0)
       : tokens_(tokens), error_(error), depth_(depth) {}
 
   Place value(Place at, const Codec& codec, void* out) {
@@ -51,7 +51,7 @@ class Decoder {
       case Codec::Kind::code:
         return code(at, codec, out);
       case Codec::Kind::value:
-        return any(at, static_cast<Value*>(out));
+        return any(at, *static_cast<Value*>(out));
       case Codec::Kind::list:
         return list(at, codec, out);
       case Codec::Kind::record:
@@ -88,8 +88,8 @@ class Decoder {
 
   Place flag(Place at, bool& out) {
     const std::string_view token = tokens_.whole(at);
-    out = token == "true";
-    return out || token == "false" ? at + 1 : mismatch(at, "flag");
+    out = isWord(token, "true");
+    return out || isWord(token, "false") ? at + 1 : mismatch(at, "flag");
   }
 
   Place integer(Place at, std::int64_t& out) {
@@ -128,7 +128,7 @@ class Decoder {
     if (!hasBackslash(raw))
       out.assign(raw);
     else if (!unescape(raw, out))
-      return fail("invalid JSON: no such escape in a text");
+      return fail(noSuchEscape);
     return at + 1;
   }
 
@@ -155,7 +155,7 @@ class Decoder {
     return null(at);
   }
 
-  Place null(Place at) { return tokens_.whole(at) == "null" ? at + 1 : notJson(); }
+  Place null(Place at) { return isWord(tokens_.whole(at), "null") ? at + 1 : notJson(); }
 
   Place list(Place at, const Codec& codec, void* out) {
     if (tokens_.first(at) != '[') return mismatch(at, "list");
@@ -203,73 +203,111 @@ class Decoder {
     const auto fields = record.fields();
     std::uint64_t missing = record.requiredFields();
     std::size_t expected = 0;
-    const Place behind = members(at, [&](Place key) {
-      const Field* field = identify(key, record, expected);
-      if (field == nullptr) return passOver(key);
-      const auto index = static_cast<std::size_t>(field - fields.data());
+    const Place after = members(at, [&](Place key) {
+      const std::size_t index = identify(key, record, expected);
+      if (index == Record::unknown) return passOver(key);
+      const Field& field = fields[index];
       expected = index + 1;
       if (missing != 0 && index < 64) missing &= ~(std::uint64_t{1} << index);
-      const Place next = member(key + 2, *field, static_cast<std::byte*>(out) + field->offset);
-      if (next == nullptr) error_.prepend(field->name);
+      const Place next = member(key + 2, field, static_cast<std::byte*>(out) + field.offset);
+      if (next == nullptr) error_.prepend(field.name);
       return next;
     });
-    if (behind == nullptr || missing == 0) return behind;
+    if (after == nullptr || missing == 0) return after;
     const auto first = static_cast<std::size_t>(std::countr_zero(missing));
     error_ = Error{std::string(fields[first].name), "missing"};
     return nullptr;
   }
 
-  /// The field that the key names, or null. A sender that keeps the declared order costs one
+  /// The index of the field that the key names. A sender that keeps the declared order costs one
   /// comparison.
-  const Field* identify(Place key, const Record& record, std::size_t expected) const {
+  std::size_t identify(Place key, const Record& record, std::size_t expected) const {
     const auto fields = record.fields();
     if (expected < fields.size()) {
       const Field& next = fields[expected];
-      if (beginsWith(tokens_.start(key), next.quotedName(), next.name.size() + 2)) return &next;
+      if (beginsWith(tokens_.start(key), next.quotedName(), next.name.size() + 2)) return expected;
     }
     const std::string_view raw = rawText(key);
-    if (!hasBackslash(raw)) return record.find(raw, expected);
+    if (!hasBackslash(raw)) return record.indexOf(raw.data() - 1, raw.size());
     std::string name;
-    return unescape(raw, name) ? record.find(name, expected) : nullptr;
+    if (!unescape(raw, name)) return Record::unknown;
+    const std::string quoted = '"' + name + '"' + std::string(8, '\0');
+    return record.indexOf(quoted.data(), name.size());
   }
 
   /// The common members without an indirection; the others as their codec says.
   Place member(Place at, const Field& field, void* out) {
     const Codec& codec = *field.codec;
-    if (codec.target == nullptr) return value(at, codec, out);
-    if (codec.kind == Codec::Kind::reference || tokens_.first(at) == 'n')
-      return orAbsent(at, codec, out);
-    switch (codec.inner->kind) {
-      case Codec::Kind::integer:
+    if (field.holder == Holder::always) return value(at, codec, out);
+    if (tokens_.first(at) == 'n') return orAbsent(at, codec, out);
+    switch (field.holder) {
+      case Holder::integer:
         return integer(at, static_cast<std::optional<std::int64_t>*>(out)->emplace());
-      case Codec::Kind::flag:
+      case Holder::flag:
         return flag(at, static_cast<std::optional<bool>*>(out)->emplace());
-      case Codec::Kind::text:
+      case Holder::text:
         return optionalText(at, *static_cast<std::optional<std::string>*>(out));
       default:
         return value(at, *codec.inner, codec.make(out));
     }
   }
 
-  // An unknown value must be sound, but is not worth building.
+  // An unknown value must be well-formed, but is not worth building.
   Place passOver(Place key) {
-    std::string name;
-    if (!unescape(rawText(key), name)) return fail("invalid JSON: no such escape in a key");
-    const Place next = any(key + 2, nullptr);
-    if (next == nullptr) error_.prepend(name);
+    if (!isText(key)) return fail("invalid JSON: no such escape in a key");
+    const Place next = skip(key + 2);
+    if (next == nullptr) error_.prepend(keyText(key));
     return next;
   }
 
-  /// Reads whatever stands there; into `out` unless that is null.
-  Place any(Place at, Value* out) {
+  Place skip(Place at) {
+    switch (tokens_.first(at)) {
+      case '{':
+        return members(at, [&](Place key) -> Place {
+          if (!isText(key)) return fail(noSuchEscape);
+          const Place next = skip(key + 2);
+          if (next == nullptr) error_.prepend(keyText(key));
+          return next;
+        });
+      case '[':
+        return elements(at, [&](Place element) { return skip(element); });
+      case '"':
+        return isText(at) ? at + 1 : fail(noSuchEscape);
+      case 't':
+      case 'f': {
+        bool ignored = false;
+        return flag(at, ignored);
+      }
+      case 'n':
+        return null(at);
+      default:
+        break;
+    }
+    // A number may be larger than any that could be kept.
+    const std::string_view token = tokens_.whole(at);
+    return plainInteger(token) || isNumber(token) ? at + 1 : notJson();
+  }
+
+  /// Whether the escapes of a token in quotes are such.
+  bool isText(Place at) const {
+    const std::string_view raw = rawText(at);
+    if (!hasBackslash(raw)) return true;
+    std::string ignored;
+    return unescape(raw, ignored);
+  }
+  std::string keyText(Place key) const {
+    std::string text;
+    static_cast<void>(unescape(rawText(key), text));
+    return text;
+  }
+
+  Place any(Place at, Value& out) {
     switch (tokens_.first(at)) {
       case '{':
         return anyObject(at, out);
       case '[':
         return keep(out, Array(), [&](Array& values) {
-          return elements(at, [&](Place element) {
-            return any(element, out != nullptr ? &values.emplace_back() : nullptr);
-          });
+          return elements(at, [&](Place element) { return any(element, values.emplace_back()); });
         });
       case '"':
         return keep(out, std::string(), [&](std::string& held) { return text(at, held); });
@@ -283,32 +321,30 @@ class Decoder {
     }
     if (const auto integer = plainInteger(tokens_.whole(at)))
       return keep(out, *integer, [&](std::int64_t&) { return at + 1; });
-    // A number that is not kept may be larger than any that could be.
-    if (out == nullptr) return isNumber(tokens_.whole(at)) ? at + 1 : notJson();
     return keep(out, 0.0, [&](double& held) { return number(at, held); });
   }
 
   template <class T, class Read>
-  Place keep(Value* out, T held, const Read& read) {
+  Place keep(Value& out, T held, const Read& read) {
     const Place next = read(held);
-    if (next != nullptr && out != nullptr) *out = std::move(held);
+    if (next != nullptr) out = std::move(held);
     return next;
   }
 
-  Place anyObject(Place at, Value* out) {
+  Place anyObject(Place at, Value& out) {
     std::vector<Object::Member> kept;
-    const Place behind = members(at, [&](Place key) {
+    const Place after = members(at, [&](Place key) {
       auto& [name, value] = kept.emplace_back();
       if (text(key, name) == nullptr) return Place{};
-      const Place next = any(key + 2, out != nullptr ? &value : nullptr);
+      const Place next = any(key + 2, value);
       if (next == nullptr) error_.prepend(name);
-      if (out == nullptr) kept.clear();
       return next;
     });
-    if (behind != nullptr && out != nullptr) *out = Object(std::move(kept));
-    return behind;
+    if (after != nullptr) out = Object(std::move(kept));
+    return after;
   }
 
+  static constexpr const char* noSuchEscape = "invalid JSON: no such escape in a text";
   static constexpr const char* tooDeep = "nested too deeply";
 
   /// Counts one level for as long as it lives.
@@ -324,15 +360,15 @@ class Decoder {
     std::size_t& depth_;
   };
 
-  const Tokens& tokens_;
+  const TokenList tokens_;
   Error& error_;
   std::size_t depth_;
 };
 
 }  // namespace
 
-Place decodeValue(const Tokens& tokens, Place at, const Codec& codec, void* out, std::size_t depth,
-                  Error& error) {
+Place decodeValue(const TokenList& tokens, Place at, const Codec& codec, void* out,
+                  std::size_t depth, Error& error) {
   return Decoder(tokens, error, depth).value(at, codec, out);
 }
 
@@ -343,13 +379,12 @@ std::optional<Error> decodeInto(Input text, const Codec& codec, void* out) {
   text.size -= mark;
   text.capacity -= mark;
   Error error;
-  Decoder decoder(tokens, error);
   if (auto fault = tokens.load(text)) {
-    decoder.fail(std::move(*fault));
+    error.reason = std::move(*fault);
   } else {
-    const Place behind = decoder.value(tokens.begin(), codec, out);
-    if (behind != nullptr && behind != tokens.end())
-      decoder.fail("invalid JSON: trailing characters after the value");
+    const Place after = decodeValue(tokens, tokens.begin(), codec, out, 0, error);
+    if (after != nullptr && after != tokens.end())
+      error.reason = "invalid JSON: trailing characters after the value";
   }
   tokens.shrink();
   if (error.reason.empty()) return std::nullopt;

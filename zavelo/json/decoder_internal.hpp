@@ -10,7 +10,7 @@ namespace zavelo::json::detail {
 
 /// Reads the value that begins at a place, `depth` levels down. Returns the place behind it, or
 /// null at the first fault, which `error` describes.
-[[nodiscard]] Place decodeValue(const Tokens& tokens, Place at, const Codec& codec, void* out,
+[[nodiscard]] Place decodeValue(const TokenList& tokens, Place at, const Codec& codec, void* out,
                                 std::size_t depth, Error& error);
 
 }  // namespace zavelo::json::detail

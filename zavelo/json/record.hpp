@@ -15,12 +15,16 @@
 
 namespace zavelo::json {
 
+/// How a member holds its value, for the readers and writers: the common ways have a case each.
+enum class Holder : std::uint8_t { integer, flag, text, other, reference, always };
+
 /// One field of a record. Its key is the member's own name.
 struct Field {
   std::string_view name;
   std::size_t offset;  ///< of the member in the record, in bytes
   const Codec* codec;
   std::string writtenKey;  ///< ,"name": and 8 more bytes that may be read
+  Holder holder = Holder::always;
 
   [[nodiscard]] std::size_t writtenKeySize() const noexcept { return name.size() + 4; }
   /// "name" in its quotes, and what is behind it in `writtenKey`.
@@ -39,16 +43,21 @@ class ZAVELO_EXPORT Record {
   [[nodiscard]] AbsentFields absentFields() const noexcept { return absent_; }
   /// A bit for each field that cannot be absent, by its index.
   [[nodiscard]] std::uint64_t requiredFields() const noexcept { return required_; }
-  /// Null when the record has no such field. `expected` is where a sender that keeps the declared
-  /// order has it.
-  [[nodiscard]] const Field* find(std::string_view key, std::size_t expected) const noexcept;
+  /// The index of the field with this key, or `unknown`. The key begins at its opening quote, and
+  /// is readable for 8 bytes after that.
+  [[nodiscard]] std::size_t indexOf(const char* quotedKey, std::size_t keySize) const noexcept;
+  static constexpr std::size_t unknown = static_cast<std::size_t>(-1);
   /// The same fields, of a type that has this record at that offset.
   [[nodiscard]] Record shiftedBy(std::size_t bytes) const;
   /// These fields, then those of the other, absent ones written as these are.
   [[nodiscard]] Record followedBy(const Record& other) const;
 
  private:
+  void fillIndex();
+
   std::vector<Field> fields_;
+  /// A hash table with a quarter of its places in use at most: one more than a field's index, or 0.
+  std::vector<std::uint16_t> places_;
   AbsentFields absent_;
   std::uint64_t required_ = 0;
 };
@@ -87,7 +96,8 @@ Field fieldOf() {
   return {zavelo::detail::entityName<Member>(),
           static_cast<std::size_t>(std::bit_cast<std::ptrdiff_t>(inT)),
           &codecOf<M>,
-          {}};
+          {},
+          Holder::always};
 }
 
 template <class T, class Base>

@@ -20,20 +20,14 @@ namespace zavelo::json::detail {
 /// that it stays in a register from one token to the next; null once a fault was found.
 using Place = const std::uint32_t*;
 
-/// The tokens of one JSON text: where each bracket, colon, comma and value begins, found by
-/// simdjson in one sweep that also checks UTF-8 and the texts' control characters. What stands
-/// between two tokens belongs to the first of them, white space aside.
-class Tokens {
+/// The tokens of one JSON text: where each bracket, colon, comma and value begins. What is between
+/// two tokens belongs to the first of them, white space aside. Copied freely: it owns nothing.
+class TokenList {
  public:
-  /// What the sweep found wrong with the text as a whole, if anything.
-  [[nodiscard]] std::optional<std::string> load(Input text);
-  /// Gives memory back that is too much to keep for the next text.
-  void shrink();
-
   [[nodiscard]] Place begin() const noexcept { return begin_; }
   [[nodiscard]] Place end() const noexcept { return end_; }
 
-  /// The token from its first character on; readable up to the padding behind the text.
+  /// The token from its first character on; readable up to the padding after the text.
   [[nodiscard]] const char* start(Place at) const noexcept { return text_ + *at; }
   /// Its first character; NUL at the end.
   [[nodiscard]] char first(Place at) const noexcept { return text_[*at]; }
@@ -45,9 +39,28 @@ class Tokens {
     return {from, static_cast<std::size_t>(to - from)};
   }
 
- private:
-  static bool isSpace(char c) noexcept { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+ protected:
+  const char* text_ = nullptr;
+  Place begin_ = nullptr;
+  Place end_ = nullptr;
 
+ private:
+  static bool isSpace(char c) noexcept {
+    if (static_cast<unsigned char>(c) > ' ') return false;  // as nearly always
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+  }
+};
+
+/// Finds the tokens by simdjson, in one sweep that also checks UTF-8 and the texts' control
+/// characters.
+class Tokens : public TokenList {
+ public:
+  /// What the sweep found wrong with the text as a whole, if anything.
+  [[nodiscard]] std::optional<std::string> load(Input text);
+  /// Gives memory back that is too much to keep for the next text.
+  void shrink();
+
+ private:
   struct Sweep;
   struct SweepDeleter {
     void operator()(Sweep* sweep) const;
@@ -55,9 +68,6 @@ class Tokens {
 
   std::unique_ptr<Sweep, SweepDeleter> sweep_;
   std::string copy_;
-  const char* text_ = nullptr;
-  Place begin_ = nullptr;
-  Place end_ = nullptr;
 };
 
 }  // namespace zavelo::json::detail

@@ -150,6 +150,14 @@ TEST(DecodeText, AByteOrderMarkIsIgnoredAtTheStartOnly) {
   EXPECT_NE(faultOf<json::Value>("\uFEFF"), "");
 }
 
+TEST(DecodeText, ALongTextLeavesNoMemoryInUse) {
+  const auto inUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+  const std::string text = '"' + std::string(8'000'000, 'a') + '"';
+  const std::size_t before = inUse();
+  ASSERT_EQ(json::decode<std::string>(std::string_view(text)).value().size(), text.size() - 2);
+  EXPECT_LT(inUse(), before + 1'000'000);
+}
+
 TEST(DecodeText, ReadsATextInPlaceAndACopyAlike) {
   std::string roomy = R"({"guestId":7})";
   roomy.reserve(roomy.size() + json::paddingBytes);

@@ -52,7 +52,7 @@ std::optional<std::string> Tokens::load(Input text) {
 }
 
 void Tokens::shrink() {
-  if (copy_.capacity() > keptCapacity) copy_ = {};
+  if (copy_.capacity() > keptCapacity) std::string().swap(copy_);  // assigning keeps the capacity
   if (sweep_ && sweep_->parser && sweep_->parser->capacity() > keptCapacity) sweep_.reset();
 }
 

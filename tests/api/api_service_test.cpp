@@ -277,19 +277,23 @@ TEST_F(ApiService, TheRepetitionOfAnUploadKeepsNoFiles) {
   http->reply(401, "");
   http->reply(200, renewed);
   http->reply(200, R"({"code":1,"data":7})");
-  api->request<std::int64_t>(
-      "u", ZVHTTPMethod::post, json::Object{{"price", 10.0}, {"n", 3}, {"f", true}, {"t", "x y"}},
-      ZVParameterEncoding::json, 0, {{{std::byte{1}}, "profile", "image/jpeg", "profile.jpeg"}},
-      true, Level::simple, [this](auto result) { results.push_back(result); });
+  std::vector<ZVMultiPartData> files{{{std::byte{1}}, "profile", "image/jpeg", "profile.jpeg"}};
+  const void* const bytes = files[0].data.data();
+  api->request<std::int64_t>("u", ZVHTTPMethod::post,
+                             json::Object{{"price", 10.0}, {"n", 3}, {"f", true}, {"t", "x y"}},
+                             ZVParameterEncoding::json, 0, std::move(files), true, Level::simple,
+                             [this](auto result) { results.push_back(result); });
   EXPECT_EQ(answer(), "7");
   const auto requests = http->requests();
   const auto form = [&](std::size_t index) {
     std::string text;
     for (const auto& part : std::get<std::vector<HttpFormPart>>(requests.at(index).body))
-      text += part.name + "=" + (part.fileName.empty() ? part.data : part.fileName) + ";";
+      text += part.name + "=" + (part.fileName.empty() ? part.data.text() : part.fileName) + ";";
     return text;
   };
   EXPECT_EQ(form(0), "profile=profile.jpeg;price=10.0;n=3;f=true;t=x y;");
+  const auto& parts = std::get<std::vector<HttpFormPart>>(requests.at(0).body);
+  EXPECT_EQ(parts[0].data.view().data(), bytes) << "an upload is in memory once";
   EXPECT_EQ(form(2), "price=10.0;n=3;f=true;t=x y;");
 }
 

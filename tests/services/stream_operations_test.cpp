@@ -27,8 +27,8 @@ class StreamOperations : public testing::ApiFixture {
     const auto requests = http->requests();
     std::map<std::string, std::string> fields;
     for (const auto& part : std::get<std::vector<HttpFormPart>>(requests.back().body))
-      fields[part.name] =
-          part.fileName.empty() ? part.data : part.fileName + " " + part.mimeType + " " + part.data;
+      fields[part.name] = (part.fileName.empty() ? "" : part.fileName + " " + part.mimeType + " ") +
+                          part.data.text();
     return fields;
   }
 

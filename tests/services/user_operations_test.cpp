@@ -158,8 +158,8 @@ TEST_F(UserOperations, AProfilePictureTravelsAsJpegBesideTheFields) {
   ASSERT_EQ(form.size(), 5u);
   EXPECT_EQ(form[0].name + " " + form[0].fileName + " " + form[0].mimeType,
             "profile profile.jpeg image/jpeg");
-  EXPECT_TRUE(form[0].data.starts_with("\xFF\xD8\xFF"));
-  EXPECT_EQ(form[4].data, "\u00e9");
+  EXPECT_TRUE(form[0].data.view().starts_with("\xFF\xD8\xFF"));
+  EXPECT_EQ(form[4].data.view(), "\u00e9");
   image.width = 3;  // more pixels than it has
   EXPECT_EQ(edit().size(), 4u) << "a picture that cannot be encoded is left out";
   EXPECT_EQ(answers, 2);

@@ -66,6 +66,8 @@ Exchange::Exchange(std::shared_ptr<ApiContext> context, ApiRequest request,
                    std::unique_ptr<EnvelopeSink> sink, ZVSession session)
     : context_(std::move(context)),
       request_(std::move(request)),
+      files_(formParts(request_.files ? std::exchange(*request_.files, {})
+                                      : std::vector<ZVMultiPartData>())),
       session_(std::move(session)),
       start_(context_->clock->sinceBoot()),
       deadline_(request_.deadline),
@@ -88,7 +90,7 @@ void Exchange::send() {
   auto headers = ApiContext::commonHeaders(session_);
   if (context_->isTracing) headers.push_back({traceHeader, trace_.nextHeader()});
   log_.request(request_.endpoint.method, request_.endpoint.url, headers, request_.parameters);
-  auto http = httpRequest(request_, std::move(headers));
+  auto http = httpRequest(request_, files_, std::move(headers));
   auto queue = context_->mainQueue.lock();
   if (!queue) return;  // there is no queue left to answer on
   Relay relay(std::move(queue),
@@ -241,7 +243,7 @@ void Exchange::sendAgain() {
     return fail({ZVAPIErrorType::unknown, deadlineText(*deadline_)});
   if (!isResilient()) {
     request_.encoding = ZVParameterEncoding::json;
-    if (request_.files) request_.files->clear();
+    files_.clear();
     request_.level = ZVAPIService::APILogLevel::full;
   }
   log_ = ExchangeLog(context_->clock, request_.level);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zavelo/api/api_context_internal.hpp"
 #include "zavelo/api/exchange_log_internal.hpp"
@@ -73,6 +74,7 @@ class Exchange final : public Cancellable, public std::enable_shared_from_this<E
 
   const std::shared_ptr<ApiContext> context_;
   ApiRequest request_;
+  std::vector<HttpFormPart> files_;
   ZVSession session_;  ///< that the call was made in, with the tokens of its last sending
   const std::chrono::nanoseconds start_;  ///< of the clock that counts from the boot
   const std::optional<std::chrono::milliseconds> deadline_;

@@ -91,13 +91,8 @@ std::string withQuery(std::string url, const std::string& query) {
   return url.insert(end, (hasQuery ? '&' : '?') + query);
 }
 
-Status<HttpFailure> encodeForm(const ZVEndpointRequest& request, HttpRequest& http) {
-  std::vector<HttpFormPart> parts;
-  for (const ZVMultiPartData& file : *request.files)
-    parts.push_back({file.name,
-                     {reinterpret_cast<const char*>(file.data.data()), file.data.size()},
-                     file.fileName,
-                     file.mimeType});
+Status<HttpFailure> encodeForm(const ZVEndpointRequest& request, std::vector<HttpFormPart> parts,
+                               HttpRequest& http) {
   for (const auto& [key, value] : request.parameters.value_or(json::Object())) {
     auto text = fieldText(value);
     if (!text) return Failure{std::move(text).error()};
@@ -143,7 +138,16 @@ std::vector<HttpHeader> merged(std::vector<HttpHeader> headers,
 
 }  // namespace
 
+std::vector<HttpFormPart> formParts(std::vector<ZVMultiPartData> files) {
+  std::vector<HttpFormPart> parts;
+  for (ZVMultiPartData& file : files)
+    parts.push_back({std::move(file.name), std::move(file.data), std::move(file.fileName),
+                     std::move(file.mimeType)});
+  return parts;
+}
+
 Result<HttpRequest, HttpFailure> httpRequest(const ZVEndpointRequest& request,
+                                             const std::vector<HttpFormPart>& files,
                                              std::vector<HttpHeader> headers) {
   HttpRequest http;
   http.method = request.endpoint.method;
@@ -152,7 +156,7 @@ Result<HttpRequest, HttpFailure> httpRequest(const ZVEndpointRequest& request,
   http.deadline = request.deadline;
   http.onUpload = request.onProgress;
   if (request.replyLimit) http.replyLimit = *request.replyLimit;
-  auto encoded = request.files ? encodeForm(request, http) : encodeParameters(request, http);
+  auto encoded = request.files ? encodeForm(request, files, http) : encodeParameters(request, http);
   if (!encoded) return Failure{std::move(encoded).error()};
   return http;
 }

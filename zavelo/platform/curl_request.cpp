@@ -156,7 +156,7 @@ bool CurlRequest::applyForm(void* easy, const std::vector<HttpFormPart>& parts) 
   for (const auto& part : parts) {
     curl_mimepart* entry = curl_mime_addpart(mime_);
     if (!entry) return false;
-    auto& reader = readers_.emplace_back(Reader{part.data});
+    auto& reader = readers_.emplace_back(Reader{part.data.view()});
     curl_mime_data_cb(entry, static_cast<curl_off_t>(part.data.size()), &read, &seek, nullptr,
                       &reader);
     const bool complete =

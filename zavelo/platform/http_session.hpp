@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -41,10 +43,40 @@ struct HttpHeader {
 /// ASCII letters match in either case (RFC 9110 section 5.1), whatever the process locale.
 [[nodiscard]] ZAVELO_EXPORT bool sameHeaderName(std::string_view a, std::string_view b) noexcept;
 
+/// The bytes of a part, fixed. Copies share them: a file is in memory once, however many requests
+/// refer to it.
+class HttpBytes {
+ public:
+  HttpBytes() = default;
+  HttpBytes(std::string text) { share(std::move(text)); }
+  HttpBytes(const char* text) { share(std::string(text)); }
+  HttpBytes(std::vector<std::byte> bytes) { share(std::move(bytes)); }
+
+  [[nodiscard]] std::string_view view() const noexcept { return view_; }
+  [[nodiscard]] const char* data() const noexcept { return view_.data(); }
+  [[nodiscard]] std::size_t size() const noexcept { return view_.size(); }
+  [[nodiscard]] bool empty() const noexcept { return view_.empty(); }
+  operator std::string_view() const noexcept { return view_; }
+  [[nodiscard]] std::string text() const { return std::string(view_); }
+  operator std::string() const { return text(); }
+  bool operator==(const HttpBytes& other) const noexcept { return view_ == other.view_; }
+
+ private:
+  template <class Bytes>
+  void share(Bytes bytes) {
+    const auto owner = std::make_shared<const Bytes>(std::move(bytes));
+    view_ = {reinterpret_cast<const char*>(owner->data()), owner->size()};
+    owner_ = owner;
+  }
+
+  std::shared_ptr<const void> owner_;
+  std::string_view view_;
+};
+
 /// One part of a multipart form (RFC 7578). A part without a file name is an ordinary field.
 struct HttpFormPart {
   std::string name = {};
-  std::string data = {};
+  HttpBytes data = {};
   std::string fileName = {};
   std::string mimeType = {};
 };

@@ -23,7 +23,7 @@ std::shared_ptr<HttpTask> noTask() {
 }  // namespace
 
 CurlHttpSession::CurlHttpSession(CurlHttpOptions options)
-    : loop_(detail::CurlLoop::create(std::move(options))) {}
+    : loop_(std::make_shared<detail::CurlLoop>(std::move(options))) {}
 
 CurlHttpSession::~CurlHttpSession() {
   loop_->stop();
@@ -32,6 +32,7 @@ CurlHttpSession::~CurlHttpSession() {
 std::shared_ptr<HttpTask> CurlHttpSession::send(HttpRequest request, HttpReplyHandler done) {
   std::shared_ptr<detail::CurlCall> call;
   try {
+    loop_->begin();
     call = std::make_shared<detail::CurlCall>(loop_, std::move(request), std::move(done));
   } catch (const std::bad_alloc&) {
     HttpReply reply;

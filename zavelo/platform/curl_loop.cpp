@@ -40,10 +40,12 @@ class LoopRegistry {
     return instance;
   }
 
-  /// False once the process is exiting.
+  /// False once the process is exiting. Two threads may add the same loop.
   bool add(const std::shared_ptr<CurlLoop>& loop) {
     const std::lock_guard lock(mutex_);
-    std::erase_if(loops_, [](const auto& other) { return other.expired(); });
+    std::erase_if(loops_, [&](const auto& other) {
+      return other.expired() || (!other.owner_before(loop) && !loop.owner_before(other));
+    });
     loops_.push_back(loop);
     forking_.reserve(loops_.size());
     return !exiting_;
@@ -96,10 +98,10 @@ class LoopRegistry {
 
 }  // namespace
 
-std::shared_ptr<CurlLoop> CurlLoop::create(CurlHttpOptions options) {
-  auto loop = std::make_shared<CurlLoop>(std::move(options));
-  if (!LoopRegistry::shared().add(loop)) loop->stop();
-  return loop;
+void CurlLoop::begin() {
+  if (begun_) return;
+  if (!LoopRegistry::shared().add(shared_from_this())) stop();
+  begun_ = true;
 }
 
 void CurlLoop::add(const std::shared_ptr<CurlCall>& call) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -14,13 +15,13 @@ namespace zavelo::detail {
 /// only leave commands.
 class CurlLoop final : public std::enable_shared_from_this<CurlLoop> {
  public:
-  /// A loop that the process's exit knows of.
-  static std::shared_ptr<CurlLoop> create(CurlHttpOptions options);
-
   explicit CurlLoop(CurlHttpOptions options) : options_(std::move(options)) {}
   CurlLoop(const CurlLoop&) = delete;
   CurlLoop& operator=(const CurlLoop&) = delete;
 
+  /// Before the first call: initialises curl, which takes an app's start long, and lets the
+  /// process's exit know of the loop.
+  void begin();
   /// Takes the call in, or answers it at once when the loop has ended or cannot begin.
   void add(const std::shared_ptr<CurlCall>& call);
   void cancel(std::shared_ptr<CurlCall> call);
@@ -56,6 +57,7 @@ class CurlLoop final : public std::enable_shared_from_this<CurlLoop> {
   void endAll();
 
   const CurlHttpOptions options_;
+  std::atomic<bool> begun_ = false;
 
   std::mutex mutex_;
   std::vector<Command> commands_;

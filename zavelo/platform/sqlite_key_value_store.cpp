@@ -213,7 +213,12 @@ class SqliteKeyValueStore::Impl {
           continue;
         }
         // Damage met at work: opening it again checks the whole file.
-        if (std::exchange(connection_, nullptr)) continue;
+        if (connection_) {
+          connection_->leaveAsItIs();
+          connection_.reset();
+          check_ = StoreConnection::Check::wholeFile;
+          continue;
+        }
       }
       if (auto kept = setAsideDamaged()) setAside_.push_back(std::move(*kept));
     }
@@ -224,7 +229,10 @@ class SqliteKeyValueStore::Impl {
     if (connection_ && file_.identity() != connection_->identity()) connection_.reset();
     if (!connection_) {
       seen_ = file_.prepare();
-      connection_ = std::make_unique<StoreConnection>(file_.path(), seen_);
+      // A journal is what a process leaves that ended in the middle of a change.
+      const auto check = file_.hasJournal() ? StoreConnection::Check::wholeFile : check_;
+      connection_ = std::make_unique<StoreConnection>(file_.path(), seen_, check);
+      check_ = StoreConnection::Check::none;
     }
     return *connection_;
   }
@@ -241,7 +249,8 @@ class SqliteKeyValueStore::Impl {
   const SetAsideHandler onSetAside_;
   mutable std::mutex mutex_;  // guards what follows
   std::unique_ptr<StoreConnection> connection_;
-  StoreFile::Identity seen_{};  ///< what the last opening found
+  StoreFile::Identity seen_{};                                   ///< what the last opening found
+  StoreConnection::Check check_ = StoreConnection::Check::none;  ///< of the next opening
   Changes pending_;
   std::optional<StoreError> problem_;            ///< of the last change that failed
   std::vector<std::filesystem::path> setAside_;  ///< to be reported without the lock

@@ -76,18 +76,17 @@ void leaveLog(SqliteDatabase& database) {
   }
 }
 
-bool makeReady(SqliteDatabase& database, const std::filesystem::path& file) {
+void makeReady(SqliteDatabase& database, const std::filesystem::path& file,
+               StoreConnection::Check check) {
   // What was acknowledged is on the disk even after a power cut: EXTRA also writes the folder, in
-  // which the journal's end is the commit.
-  database.execute("PRAGMA synchronous=EXTRA");
-  // No token stays in a free page, and free pages have their place on the disk.
-  database.execute("PRAGMA secure_delete=ON");
+  // which the journal's end is the commit. No token stays in a free page, and free pages have their
+  // place on the disk.
+  database.execute("PRAGMA synchronous=EXTRA; PRAGMA secure_delete=ON");
   if (isBlank(database)) create(database);
   checkOwner(database, file.string());
-  checkIntegrity(database);
+  if (check == StoreConnection::Check::wholeFile) checkIntegrity(database);
   database.tidyUpOnClose(true);
   leaveLog(database);
-  return true;
 }
 
 /// Journals in memory while it lives.
@@ -128,7 +127,7 @@ StoreScalar scalarOf(const SqliteStatement& row, int typeColumn, int valueColumn
 /// Gives the statement back when the work with it is done, however it ends.
 class Use {
  public:
-  explicit Use(SqliteStatement& statement) : statement_(statement) {}
+  explicit Use(StatementAtFirstUse& statement) : statement_(statement.get()) {}
   ~Use() { statement_.reset(); }
   Use(const Use&) = delete;
   Use& operator=(const Use&) = delete;
@@ -141,10 +140,10 @@ class Use {
 
 }  // namespace
 
-StoreConnection::StoreConnection(const std::filesystem::path& file, StoreFile::Identity identity)
+StoreConnection::StoreConnection(const std::filesystem::path& file, StoreFile::Identity identity,
+                                 Check check)
     : identity_(identity),
       database_(file),
-      ready_(makeReady(database_, file)),
       select_(database_,
               "SELECT entries.is_list, items.type, items.value FROM entries "
               "LEFT JOIN items ON items.key = entries.key "
@@ -153,8 +152,9 @@ StoreConnection::StoreConnection(const std::filesystem::path& file, StoreFile::I
       deleteEntry_(database_, "DELETE FROM entries WHERE key = ?"),
       insertEntry_(database_, "INSERT INTO entries (key, is_list) VALUES (?, ?)"),
       insertItem_(database_, "INSERT INTO items (key, position, type, value) VALUES (?, ?, ?, ?)"),
-      mark_(database_, "UPDATE entries SET is_list = 2 WHERE key = ?"),
-      holdsRemains_(database_.integer("SELECT count(*) FROM entries WHERE is_list = 2") != 0) {}
+      mark_(database_, "UPDATE entries SET is_list = 2 WHERE key = ?") {
+  makeReady(database_, file, check);
+}
 
 std::optional<StoreValue> StoreConnection::get(std::string_view key) {
   const Use row(select_);
@@ -202,7 +202,7 @@ void StoreConnection::writeInPlace(std::string_view key, const std::optional<Sto
 }
 
 void StoreConnection::purge() {
-  if (!holdsRemains_) return;
+  if (!holdsRemains()) return;
   SqliteTransaction transaction(database_);
   deleteRemains();
   transaction.commit();
@@ -233,8 +233,14 @@ void StoreConnection::markRemoved(std::string_view key) {
   entry->step();
 }
 
+bool StoreConnection::holdsRemains() {
+  if (!holdsRemains_)
+    holdsRemains_ = database_.integer("SELECT count(*) FROM entries WHERE is_list = 2") != 0;
+  return *holdsRemains_;
+}
+
 void StoreConnection::deleteRemains() {
-  if (!holdsRemains_) return;
+  if (!holdsRemains()) return;
   database_.execute(
       "DELETE FROM items WHERE key IN (SELECT key FROM entries WHERE is_list = 2);"
       "DELETE FROM entries WHERE is_list = 2");

@@ -64,6 +64,10 @@ std::optional<StoreFile::Identity> StoreFile::identity() const {
   return Identity{status.st_dev, status.st_ino};
 }
 
+bool StoreFile::hasJournal() const {
+  return access((path_.string() + "-journal").c_str(), F_OK) == 0;
+}
+
 StoreFile::Identity StoreFile::prepare() const {
   if (path_.empty()) throw StoreError{"there is no folder for the store: HOME is not set"};
   // What was there a moment ago may have been set aside by another process.

@@ -23,6 +23,9 @@ class StoreFile {
   /// Empty when there is no such file.
   [[nodiscard]] std::optional<Identity> identity() const;
 
+  /// Whether a change of it is under way, or was when its process ended.
+  [[nodiscard]] bool hasJournal() const;
+
   /// Makes sure that there is a regular file, with the folders above it; a new one has mode 0600.
   Identity prepare() const;
 

@@ -24,9 +24,16 @@ TEST_F(UserSession, IsRestoredOnlyWithAnAccessToken) {
 }
 
 TEST_F(UserSession, BannedWordsAreAllTextsOrNone) {
-  makeService()->saveNaughtyWords({"bad", "caf\u00e9"});
-  EXPECT_EQ(makeService()->naughtyWords(), (std::vector<std::string>{"bad", "caf\u00e9"}));
-  ASSERT_TRUE(store->set("ZaveloNaughtyWords", std::vector<StoreScalar>{std::string("bad"), 5.0}));
+  makeService()->saveNaughtyWords({"bad", "", "caf\u00e9", std::string(300, 'x')});
+  EXPECT_EQ(makeService()->naughtyWords(),
+            (std::vector<std::string>{"bad", "", "caf\u00e9", std::string(300, 'x')}));
+  using List = std::vector<StoreScalar>;
+  ASSERT_TRUE(store->set("ZaveloNaughtyWords", List{std::string("bad"), std::string()}));
+  EXPECT_EQ(makeService()->naughtyWords(), (std::vector<std::string>{"bad", ""})) << "as before";
+  const std::vector<std::byte> cut{std::byte{9}, {}, {}, {}, std::byte{'b'}};
+  ASSERT_TRUE(store->set("ZaveloNaughtyWords", StoreScalar(cut)));
+  EXPECT_TRUE(makeService()->naughtyWords().empty());
+  ASSERT_TRUE(store->set("ZaveloNaughtyWords", List{std::string("bad"), 5.0}));
   EXPECT_TRUE(makeService()->naughtyWords().empty());
   ASSERT_TRUE(store->set("ZaveloNaughtyWords", StoreScalar(std::string("bad"))));
   EXPECT_TRUE(makeService()->naughtyWords().empty());

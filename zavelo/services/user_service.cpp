@@ -1,5 +1,7 @@
 #include "zavelo/services/user_service.hpp"
 
+#include <cstddef>
+#include <span>
 #include <utility>
 
 #include "zavelo/core/log.hpp"
@@ -33,18 +35,52 @@ detail::UserSession::OnStoreError storeErrorReport(const ZVAPIService& service) 
   };
 }
 
-std::vector<std::string> storedWords(KeyValueStore& store) {
-  const auto value = store.get(naughtyWordsKey);
-  if (!value) warn(value.error());
-  const auto* list = value && *value ? std::get_if<std::vector<StoreScalar>>(&**value) : nullptr;
-  if (!list) return {};
+// The words are stored as one value, each after its size in four bytes, the lowest first: as a list
+// of texts, 10,000 would be as many rows to read.
+constexpr std::size_t wordSizeBytes = 4;
+
+std::vector<std::byte> packed(const std::vector<std::string>& words) {
+  std::vector<std::byte> bytes;
+  for (const std::string& word : words) {
+    for (std::size_t i = 0; i < wordSizeBytes; ++i)
+      bytes.push_back(static_cast<std::byte>(word.size() >> (8 * i)));
+    const auto* text = reinterpret_cast<const std::byte*>(word.data());
+    bytes.insert(bytes.end(), text, text + word.size());
+  }
+  return bytes;
+}
+
+std::vector<std::string> unpacked(std::span<const std::byte> bytes) {
   std::vector<std::string> words;
-  for (const StoreScalar& element : *list) {
+  while (!bytes.empty()) {
+    if (bytes.size() < wordSizeBytes) return {};
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < wordSizeBytes; ++i)
+      size |= std::to_integer<std::size_t>(bytes[i]) << (8 * i);
+    bytes = bytes.subspan(wordSizeBytes);
+    if (bytes.size() < size) return {};
+    words.emplace_back(reinterpret_cast<const char*>(bytes.data()), size);
+    bytes = bytes.subspan(size);
+  }
+  return words;
+}
+
+/// As versions before this form have stored them.
+std::vector<std::string> textsOf(const std::vector<StoreScalar>& list) {
+  std::vector<std::string> words;
+  for (const StoreScalar& element : list) {
     const auto* word = std::get_if<std::string>(&element);
     if (!word) return {};
     words.push_back(*word);
   }
   return words;
+}
+
+std::vector<std::string> wordsIn(const std::optional<StoreValue>& value) {
+  if (!value) return {};
+  if (const auto* list = std::get_if<std::vector<StoreScalar>>(&*value)) return textsOf(*list);
+  const auto* bytes = std::get_if<std::vector<std::byte>>(&std::get<StoreScalar>(*value));
+  return bytes ? unpacked(*bytes) : std::vector<std::string>();
 }
 
 /// What the caller of a renewal gets: the result, or `cancelled` while the renewal goes on.
@@ -85,8 +121,7 @@ std::shared_ptr<ZVUserService> ZVUserService::create(Collaborators collaborators
 ZVUserService::ZVUserService(Collaborators collaborators)
     : deps_(std::move(collaborators)),
       session_(std::make_shared<detail::UserSession>(deps_.userDefaults,
-                                                     storeErrorReport(*deps_.service))),
-      naughtyWords_(std::make_shared<const ZVBannedWords>(storedWords(*deps_.userDefaults))) {}
+                                                     storeErrorReport(*deps_.service))) {}
 
 ZVUserService::~ZVUserService() = default;
 
@@ -148,12 +183,28 @@ std::vector<std::string> ZVUserService::naughtyWords() const {
 }
 
 std::shared_ptr<const ZVBannedWords> ZVUserService::bannedWords() const {
-  const std::lock_guard lock(wordsMutex_);
-  return naughtyWords_;
+  const auto loaded = [this] {
+    const std::lock_guard lock(wordsMutex_);
+    return naughtyWords_;
+  };
+  if (auto words = loaded()) return words;
+  std::optional<StoreError> problem;
+  const auto words = [&] {
+    const std::lock_guard order(savingWords_);
+    if (auto meanwhile = loaded()) return meanwhile;
+    auto stored = deps_.userDefaults->get(naughtyWordsKey);
+    if (!stored) problem = std::move(stored).error();
+    auto banned = std::make_shared<const ZVBannedWords>(problem ? std::vector<std::string>()
+                                                                : wordsIn(*stored));
+    const std::lock_guard lock(wordsMutex_);
+    return naughtyWords_ = std::move(banned);
+  }();
+  if (problem) warn(*problem);
+  return words;
 }
 
 void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
-  std::vector<StoreScalar> list(words.begin(), words.end());
+  StoreValue stored = StoreScalar(packed(words));
   auto banned = std::make_shared<const ZVBannedWords>(std::move(words));
   Status<StoreError> written = noFailure;
   {
@@ -162,7 +213,7 @@ void ZVUserService::saveNaughtyWords(std::vector<std::string> words) {
       const std::lock_guard lock(wordsMutex_);
       naughtyWords_.swap(banned);
     }
-    written = deps_.userDefaults->set(naughtyWordsKey, std::move(list));
+    written = deps_.userDefaults->set(naughtyWordsKey, stored);
   }
   if (!written) warn(written.error());
 }

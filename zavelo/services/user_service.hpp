@@ -167,9 +167,9 @@ class ZAVELO_EXPORT ZVUserService final : public ZVSessionSource,
 
   const Collaborators deps_;
   const std::shared_ptr<detail::UserSession> session_;
-  std::mutex savingWords_;         // held while the words change, here and in the store
-  mutable std::mutex wordsMutex_;  // guards what follows
-  std::shared_ptr<const ZVBannedWords> naughtyWords_;
+  mutable std::mutex savingWords_;  // held while the words change, here and in the store
+  mutable std::mutex wordsMutex_;   // guards what follows
+  mutable std::shared_ptr<const ZVBannedWords> naughtyWords_;  // null until they are asked for
   const CurrentUser currentUserSource_{*this};
 };
 

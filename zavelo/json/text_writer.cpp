@@ -79,12 +79,31 @@ inline char* writeEscaped(char* out, char c) {
   return out + 2;
 }
 
+auto toBeEscaped(Chars chars) {
+  return (chars < 0x20) | (chars == '"') | (chars == '\\');
+}
+
+/// Writes 16 characters, or those up to the first that is to be escaped and that one. Returns how
+/// many it has read.
+std::size_t writeBlock(char*& out, const char* in, Chars& seen) {
+  Chars chars;
+  std::memcpy(&chars, in, sizeof chars);
+  std::memcpy(out, &chars, sizeof chars);
+  seen |= chars;
+  const std::uint64_t mask = highestBits(reinterpret_cast<Chars>(toBeEscaped(chars)));
+  const auto plain = mask != 0 ? static_cast<std::size_t>(std::countr_zero(mask)) : sizeof chars;
+  out += plain;
+  if (mask == 0) return plain;
+  out = writeEscaped(out, in[plain]);
+  return plain + 1;
+}
+
 /// Writes 64 characters, and adds to `seen` the bits that they have. In a text with many escapes,
 /// as JSON in JSON is, the place of one does not wait for that of the one before it.
 char* escapedChunk(char* out, const char* in, Chars& seen) {
   std::uint64_t mask = maskOf(in, [&](Chars chars) {
     seen |= chars;
-    return (chars < 0x20) | (chars == '"') | (chars == '\\');
+    return toBeEscaped(chars);
   });
   std::size_t from = 0;
   for (; mask != 0; mask &= mask - 1) {
@@ -134,6 +153,7 @@ bool TextWriter::quoted(std::string_view text) {
   Chars seen{};
   for (; static_cast<std::size_t>(end - in) >= chunkSize + runSlack; in += chunkSize)
     out = escapedChunk(out, in, seen);
+  while (static_cast<std::size_t>(end - in) >= sizeof(Chars)) in += writeBlock(out, in, seen);
   std::uint64_t seenLast = 0;
   while (in < end) {
     const auto left = static_cast<std::size_t>(end - in);

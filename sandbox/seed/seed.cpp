@@ -127,7 +127,7 @@ Complaint readConfig(const json::Value& value, json::Object& config) {
   const auto record = json::decode<std::shared_ptr<ZVConfig>>(*text);
   if (!record) return "config." + record.error().text();
   for (const auto& [name, setting] : *object) {
-    if (json::RecordOf<ZVConfig>::get().find(name, 0) == nullptr) {
+    if (json::RecordOf<ZVConfig>::get().find(name) == nullptr) {
       return "config." + name + ": unknown";
     }
     config.set(name, setting);

@@ -18,8 +18,8 @@ using Heard = std::vector<std::string>;
 TEST(MqttChannel, AMemberWhosePresenceMessageWasLostIsToldLater) {
   const auto broker = startBroker();
   test::FaultProxy proxy(broker->port(), 1);
-  MqttUser ann(options("mqtt://127.0.0.1:" + std::to_string(proxy.port())), "ann");
-  MqttUser bob(options(addressOf(*broker)), "bob");
+  MqttUser ann(hurried("mqtt://127.0.0.1:" + std::to_string(proxy.port())), "ann");
+  MqttUser bob(hurried(addressOf(*broker)), "bob");
   for (auto* each : {&ann, &bob}) ASSERT_EQ(each->login(), 0);
   // On a busy machine ann may have read the list a second time before bob comes: then once more.
   bool isTold = false;

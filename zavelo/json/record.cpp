@@ -1,5 +1,6 @@
 #include "zavelo/json/record.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cassert>
 #include <utility>
@@ -72,6 +73,11 @@ std::size_t Record::indexOf(const char* quotedKey, std::size_t keySize) const no
       return index;
   }
   return unknown;
+}
+
+const Field* Record::find(std::string_view key) const noexcept {
+  const auto found = std::ranges::find(fields_, key, &Field::name);
+  return found == fields_.end() ? nullptr : &*found;
 }
 
 Record Record::shiftedBy(std::size_t bytes) const {

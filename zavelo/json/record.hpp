@@ -47,6 +47,8 @@ class ZAVELO_EXPORT Record {
   /// is readable for 8 bytes after that.
   [[nodiscard]] std::size_t indexOf(const char* quotedKey, std::size_t keySize) const noexcept;
   static constexpr std::size_t unknown = static_cast<std::size_t>(-1);
+  /// The field with this key; null if there is none. Goes through all of them.
+  [[nodiscard]] const Field* find(std::string_view key) const noexcept;
   /// The same fields, of a type that has this record at that offset.
   [[nodiscard]] Record shiftedBy(std::size_t bytes) const;
   /// These fields, then those of the other, absent ones written as these are.

@@ -61,7 +61,7 @@ Result<std::shared_ptr<ZVStreamMessage>, ArgumentError> chatMessage(
   const auto written = json::decode<json::Value>(envelope->message);
   json::Object object = *written->as<json::Object>();
   for (const auto& [key, value] : fields) {
-    if (stamped->asRecord().record->find(key, 0) == nullptr)
+    if (stamped->asRecord().record->find(key) == nullptr)
       return Failure{ArgumentError{
           key, "events of the kind " + std::string(caseName(type)) + " have no such field"}};
     object.set(key, value);

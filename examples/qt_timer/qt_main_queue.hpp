@@ -16,7 +16,7 @@ class QtMainQueue {
   QtMainQueue() {
     zavelo::MainQueue::shared()->setExecutor([way = way_](zavelo::QueueTask task) {
       const std::lock_guard lock(way->mutex);
-      // Posted while this object went: it waits for whoever drives the queue next.
+      // Posted while this object went: it waits for the next caller that drives the queue.
       if (!way->receiver) return zavelo::MainQueue::shared()->post(std::move(task));
       QMetaObject::invokeMethod(
           way->receiver.get(), [task = std::move(task)]() mutable { task(); },

@@ -37,7 +37,7 @@ Group userGroup() {
                                                  "gender", "about", "image"),
           operation<&S::updatePromoCode>("Set your promo code", "promoCode",
                                          "promoCodeDescription"),
-          operation<positional(&S::registerZavelo)>("Sign a member up, and in", "zaveloId",
+          operation<positional(&S::registerZavelo)>("Sign up a new member and sign in", "zaveloId",
                                                     "password", "displayName"),
       }};
 }

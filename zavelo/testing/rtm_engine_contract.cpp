@@ -26,6 +26,7 @@ void loginIsReported(RtmEngineUnderTest& engine) {
 void logoutEndsEverything(RtmEngineUnderTest& engine) {
   RtmPerson ann(engine, "ann"), bob(engine, "bob");
   for (auto* each : {&ann, &bob}) each->login(), each->join("c");
+  require(ann.heardSoon("c +bob"), "a join was not told");
   ann.ears->forget(), bob.ears->forget();
   ann.logout();
   ann.expect({"state 1/6"});
@@ -51,6 +52,7 @@ void nothingWorksWithoutLogin(RtmEngineUnderTest& engine) {
 void secondLoginOfAUserEndsTheFirst(RtmEngineUnderTest& engine) {
   RtmPerson first(engine, "ann"), second(engine, "ann"), bob(engine, "bob");
   for (auto* each : {&first, &bob}) each->login(), each->join("c");
+  require(first.heardSoon("c +bob"), "a join was not told");
   first.ears->forget(), bob.ears->forget();
   second.login();
   first.expect({"state 5/8"});

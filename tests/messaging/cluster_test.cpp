@@ -49,7 +49,7 @@ class OverACluster : public ::testing::TestWithParam<const char*> {
 /// Each kit at the next node.
 class OnDifferentNodes final : public RtmEngineUnderTest {
  public:
-  /// `appId`: a clause's own, where nobody is logged in.
+  /// `appId`: a clause's own, where no user is logged in.
   OnDifferentNodes(const test::Cluster& cluster, bool isBridge, std::string appId,
                    std::chrono::milliseconds settleTime)
       : cluster_(cluster), isBridge_(isBridge), appId_(std::move(appId)), settleTime_(settleTime) {}
@@ -213,7 +213,7 @@ class ChatOverACluster : public OverACluster {
     return !holds;
   }
 
-  /// Everyone hears everyone who speaks from now on, and no other member is listed.
+  /// Everyone receives from everyone who sends from now on, and no other member is listed.
   void expectAllTogether(const char* what) {
     const auto begin = Clock::now();
     const auto mark = turn_;
